@@ -1,0 +1,42 @@
+// Base of the reference host's own components: the object base, a count of live objects per module,
+// and the strictness that tells a misuse of the contract aloud.
+#pragma once
+
+#include <atomic>
+#include <cstdio>
+#include <exception>
+
+#include "runtime/Module.h"
+
+/// The number of this module's components that are alive. Every framework module exports it; tests
+/// compare it before and after.
+extern "C" MODULE_EXPORT int LiveObjects() noexcept;
+
+inline std::atomic<int> gLiveObjects{0};
+
+/// As Component, with the live count kept.
+template <class T, class... Interfaces>
+class FrameworkComponent : public Component<T, Interfaces...> {
+  protected:
+    FrameworkComponent() noexcept { gLiveObjects.fetch_add(1, std::memory_order_relaxed); }
+    ~FrameworkComponent() { gLiveObjects.fetch_sub(1, std::memory_order_relaxed); }
+};
+
+/// Reports a call that breaks the contract, on standard error, and gives the code it fails with.
+inline Result Misuse(const char* operation, const char* what) noexcept {
+    std::fprintf(stderr, "%s: misused: %s\n", operation, what);
+    return E_INVALIDARG;
+}
+
+/// Runs the body of an operation; nothing that it throws leaves the interface. The body returns a Result.
+template <class Body>
+Result Guarded(const char* operation, Body body) noexcept {
+    try {
+        return body();
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "%s: %s\n", operation, error.what());
+    } catch (...) {
+        std::fprintf(stderr, "%s: unknown failure\n", operation);
+    }
+    return E_FAIL;
+}

@@ -1,0 +1,28 @@
+// The module's two entry points, and the table of the classes it makes.
+#include <array>
+#include <utility>
+
+#include "roi/ROIEllipse.h"
+#include "runtime/Components.h"
+#include "runtime/Module.h"
+
+namespace {
+
+// Compared in this order.
+constexpr std::array kClasses = {
+    kRegistered<CROIEllipse>,
+};
+
+}  // namespace
+
+Result InitializeModule(void* /*reserved*/, IComponentCollection* collection) noexcept {
+    // Shared before the old one goes, so that passing the same collection twice is safe.
+    auto shared = SmartPtr<IComponentCollection>::Share(collection);
+    gGlobalComponentCollection.Reset();
+    gGlobalComponentCollection = std::move(shared);
+    return S_OK;
+}
+
+extern "C" Result CreateFunction(tagREFString className, ComponentCreator* out) noexcept {
+    return FindRegisteredClass(kClasses, className, out);
+}

@@ -1,0 +1,61 @@
+// Reference strings: the plain record that crosses module boundaries, and the class that owns a text.
+#pragma once
+
+#include <cstddef>
+#include <cwchar>
+#include <new>
+#include <type_traits>
+
+#include "runtime/InterfaceId.h"
+
+template <class T>
+class SmartPtr;
+
+/// A counted wide text, passed by value. The text is not terminated; only the length counts. The
+/// record owns nothing: the text lives as long as whoever handed the record out says.
+struct tagREFString {
+    int length;
+    const wchar_t* text;
+};
+
+static_assert(sizeof(tagREFString) == 16 && std::is_trivially_copyable_v<tagREFString>,
+              "tagREFString is passed by value in two registers: keep it a length and a pointer");
+static_assert(sizeof(wchar_t) == 4, "the framework's texts are 32-bit characters: build for Linux");
+
+/// The record of a string literal, without its terminator: Text(L"ROIEllipse").
+template <std::size_t N>
+constexpr tagREFString Text(const wchar_t (&literal)[N]) noexcept {
+    return {static_cast<int>(N - 1), literal};
+}
+
+/// Equal length and equal characters: no trimming, no case folding, no use of a terminator.
+inline bool operator==(const tagREFString& a, const tagREFString& b) noexcept {
+    if (a.length != b.length) {
+        return false;
+    }
+    return a.length <= 0 || std::wmemcmp(a.text, b.text, static_cast<std::size_t>(a.length)) == 0;
+}
+inline bool operator!=(const tagREFString& a, const tagREFString& b) noexcept { return !(a == b); }
+
+/// A reference string that owns its text. Also the place from which the module gets the small
+/// components it is forever in need of: strings, variants and collections.
+class CREFString : public tagREFString {
+  public:
+    CREFString() noexcept : tagREFString{0, nullptr} {}
+    CREFString(const CREFString&) = delete;
+    CREFString& operator=(const CREFString&) = delete;
+    ~CREFString() { delete[] text; }
+
+    /// Replaces the text by a copy of `count` characters; a count of 0 or less empties it.
+    /// Returns false, with the old text kept, when there is no memory.
+    bool Assign(const wchar_t* characters, int count) noexcept;
+    /// Adds a copy of `count` characters; a count of 0 or less adds nothing. False as for Assign.
+    bool Append(const wchar_t* characters, int count) noexcept;
+
+    /// A new, empty string component, or null when the sibling modules cannot make one.
+    static SmartPtr<IString> CreateString() noexcept;
+    /// A new variant component that holds nothing, or null.
+    static SmartPtr<IVariant> CreateVariant() noexcept;
+    /// A new, empty collection component, or null.
+    static SmartPtr<ISuperCollection> CreateCollection() noexcept;
+};
