@@ -3,6 +3,9 @@
 #include <utility>
 
 #include "roi/ROIEllipse.h"
+#include "roi/ROIMask.h"
+#include "roi/ROIParallelogram.h"
+#include "roi/ROIRectangle.h"
 #include "runtime/Components.h"
 #include "runtime/Module.h"
 
@@ -10,7 +13,7 @@ namespace {
 
 // Compared in this order.
 constexpr std::array kClasses = {
-    kRegistered<CROIEllipse>,
+    kRegistered<CROIEllipse>, kRegistered<CROIMask>, kRegistered<CROIParallelogram>, kRegistered<CROIRectangle>,
 };
 
 }  // namespace

@@ -138,12 +138,14 @@ Result CROIEllipse::SetNode(int node, double x, double y) noexcept {
 
 namespace {
 
-constexpr std::array<Parameter<roi::Ellipse>, 4> kParameters = {{
-    {Text(L"CenterX"), &roi::Ellipse::centerX},
-    {Text(L"CenterY"), &roi::Ellipse::centerY},
-    {Text(L"RadiusX"), &roi::Ellipse::radiusX},
-    {Text(L"RadiusY"), &roi::Ellipse::radiusY},
-}};
+using roi::Ellipse;
+
+constexpr std::array kParameters = {
+    Stored<Ellipse, &Ellipse::centerX>(Text(L"CenterX")),
+    Stored<Ellipse, &Ellipse::centerY>(Text(L"CenterY")),
+    Stored<Ellipse, &Ellipse::radiusX>(Text(L"RadiusX")),
+    Stored<Ellipse, &Ellipse::radiusY>(Text(L"RadiusY")),
+};
 
 }  // namespace
 
@@ -152,18 +154,11 @@ Result CROIEllipse::GetParameters(INamedCollection** parameters, int /*flags*/) 
 }
 
 Result CROIEllipse::SetParameters(INamedCollection* parameters) noexcept {
-    if (parameters == nullptr) {
-        return E_INVALIDARG;
-    }
-    roi::Ellipse state = m_state;
-    ParameterReader list(*parameters);
-    for (const auto& row : kParameters) {
-        list.Variant(row.name, &(state.*row.member));
-    }
-    if (Succeeded(list.Outcome())) {
-        m_state = state;
-    }
-    return list.Outcome();
+    return StoreParameters(parameters, m_state, [](ParameterReader& list, Ellipse& state) {
+        for (const auto& row : kParameters) {
+            ReadVariantRow(list, row, state);
+        }
+    });
 }
 
 // ---------------------------------------------------------------------------------------------------
@@ -172,14 +167,14 @@ Result CROIEllipse::SetParameters(INamedCollection* parameters) noexcept {
 namespace {
 
 // Writes one element per parameter, with as many decimals as its value needs.
-void SaveAsText(const roi::Ellipse& state, IXMLStream& stream) noexcept {
+void SaveAsText(const Ellipse& state, IXMLStream& stream) noexcept {
     for (const auto& row : kParameters) {
         const SmartPtr<IVariant> value = CREFString::CreateVariant();
         const SmartPtr<IString> name = CreateStringOf(row.name);
         if (!value || !name) {
             continue;
         }
-        value->SetDouble(state.*row.member);
+        value->SetDouble(row.read(state));
         if (const SmartPtr<IString> text = ISCreate(value.Get())) {
             stream.WriteValue(name.Get(), 0, text.Get(), 0);
         }
@@ -216,11 +211,11 @@ void ForEachChild(IXMLStream& stream, Visit visit) noexcept {
 
 // Reads the elements of the stream's entries, exactly two levels down. Values come back as integers,
 // although they were written with decimals: the XML form of an ellipse is lossy by contract.
-void LoadFromText(roi::Ellipse& state, IXMLStream& stream) noexcept {
+void LoadFromText(Ellipse& state, IXMLStream& stream) noexcept {
     const auto readElement = [&state](tagREFString name, tagREFString text, IUnknown* child) {
         for (const auto& row : kParameters) {
             if (EqualIgnoringCase(name, row.name)) {
-                state.*row.member = IntegerOf(text, child);
+                row.write(state, IntegerOf(text, child));
                 return;
             }
         }
