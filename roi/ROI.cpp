@@ -2,6 +2,8 @@
 #include <array>
 #include <utility>
 
+#include "roi/ROIArcDonut.h"
+#include "roi/ROIDonut.h"
 #include "roi/ROIEllipse.h"
 #include "roi/ROIMask.h"
 #include "roi/ROIParallelogram.h"
@@ -13,7 +15,8 @@ namespace {
 
 // Compared in this order.
 constexpr std::array kClasses = {
-    kRegistered<CROIEllipse>, kRegistered<CROIMask>, kRegistered<CROIParallelogram>, kRegistered<CROIRectangle>,
+    kRegistered<CROIDonut>,        kRegistered<CROIArcDonut>,  kRegistered<CROIEllipse>, kRegistered<CROIMask>,
+    kRegistered<CROIParallelogram>, kRegistered<CROIRectangle>,
 };
 
 }  // namespace
