@@ -7,7 +7,9 @@
 #include "roi/ROIEllipse.h"
 #include "roi/ROIMask.h"
 #include "roi/ROIParallelogram.h"
+#include "roi/ROIProfile.h"
 #include "roi/ROIRectangle.h"
+#include "roi/ROIShape.h"
 #include "runtime/Components.h"
 #include "runtime/Module.h"
 
@@ -15,8 +17,8 @@ namespace {
 
 // Compared in this order.
 constexpr std::array kClasses = {
-    kRegistered<CROIDonut>,        kRegistered<CROIArcDonut>,  kRegistered<CROIEllipse>, kRegistered<CROIMask>,
-    kRegistered<CROIParallelogram>, kRegistered<CROIRectangle>,
+    kRegistered<CROIDonut>,         kRegistered<CROIArcDonut>, kRegistered<CROIEllipse>,   kRegistered<CROIMask>,
+    kRegistered<CROIParallelogram>, kRegistered<CROIProfile>,  kRegistered<CROIRectangle>, kRegistered<CROIShape>,
 };
 
 }  // namespace
