@@ -178,11 +178,11 @@ struct IROIArcDonut : IROIDonut {
 /// listed is the point itself.
 enum ROIPROFILENode : std::int32_t {
     kProfilePoint = 1,
-    kProfileCorner1 = 2,   ///< corner of the thickness-1 outline; cannot be dragged
-    kProfileCorner2 = 3,   ///< corner of the thickness-2 outline; cannot be dragged
-    kProfileMiddle1 = 4,   ///< middle of segment i's thickness-1 outline; dragging sets thickness 1
-    kProfileMiddle2 = 5,   ///< middle of segment i's thickness-2 outline; dragging sets thickness 2
-    kProfileSegment = 6    ///< middle of segment i; dragging moves both its points
+    kProfileCorner1 = 2,  ///< corner of the thickness-1 outline; cannot be dragged
+    kProfileCorner2 = 3,  ///< corner of the thickness-2 outline; cannot be dragged
+    kProfileMiddle1 = 4,  ///< middle of segment i's thickness-1 outline; dragging sets thickness 1
+    kProfileMiddle2 = 5,  ///< middle of segment i's thickness-2 outline; dragging sets thickness 2
+    kProfileSegment = 6   ///< middle of segment i; dragging moves both its points
 };
 
 /// A polyline with a thickness to either side at every point.

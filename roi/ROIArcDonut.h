@@ -40,8 +40,7 @@ class CROIArcDonut final
     Result GetLimits(double* start, double* delta) noexcept override;
     Result SetLimits(double start, double delta) noexcept override;
     /// Defines the sector by its two edges (see MakeSector) and keeps the cached mask. S_OK or E_FAIL.
-    virtual Result Set(double x1, double y1, double x2, double y2, double x3, double y3, double x4,
-                       double y4) noexcept;
+    virtual Result Set(double x1, double y1, double x2, double y2, double x3, double y3, double x4, double y4) noexcept;
     /// The whole value counts: 1 moves the centre, 2 to 5 resize a ring to a circle through the point, 6
     /// turns the sector, 7 drags its end; 0x102 to 0x105 move one corner of the sector through Set. Any
     /// other value changes nothing. Always S_OK, a refused Set included.

@@ -183,8 +183,9 @@ void SaveAsText(const Ellipse& state, IXMLStream& stream) noexcept {
 
 bool EqualIgnoringCase(tagREFString a, tagREFString b) noexcept {
     const auto lower = [](wchar_t c) { return std::towlower(static_cast<std::wint_t>(c)); };
-    return a.length == b.length && (a.length <= 0 || std::equal(a.text, a.text + a.length, b.text,
-                                                               [&](wchar_t x, wchar_t y) { return lower(x) == lower(y); }));
+    return a.length == b.length &&
+           (a.length <= 0 ||
+            std::equal(a.text, a.text + a.length, b.text, [&](wchar_t x, wchar_t y) { return lower(x) == lower(y); }));
 }
 
 // An element's text comes through OpenChild's output or, failing that, through the child's IString.

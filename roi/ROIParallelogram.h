@@ -54,8 +54,7 @@ template <>
 inline const tagREFString IObjectInfoImpl<CROIParallelogram>::m_ObjectName = Text(L"ROIParallelogram");
 
 class CROIParallelogram final
-    : public Component<CROIParallelogram,
-                       roi::IRolledBoxImpl<CROIParallelogram, IROIParallelogram, roi::Parallelogram>,
+    : public Component<CROIParallelogram, roi::IRolledBoxImpl<CROIParallelogram, IROIParallelogram, roi::Parallelogram>,
                        IDataPersistParametricImpl<CROIParallelogram>, IReplicableObject, ITransformableObject,
                        IUIPropertyPageSpecify> {
   public:

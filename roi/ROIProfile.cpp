@@ -110,8 +110,7 @@ Point OutlineCorner(Polyline& points, int index, Side side) noexcept {
     // has no direction: the "no angle" value itself is taken for one.
     const int owner = index == last && last > 0 ? last - 1 : index;
     const double angle = NormalAngle(points, index);
-    return Position(points[index]) +
-           SignedThickness(points[owner], side) * Point{std::cos(angle), std::sin(angle)};
+    return Position(points[index]) + SignedThickness(points[owner], side) * Point{std::cos(angle), std::sin(angle)};
 }
 
 bool NodePosition(Polyline& points, int node, int index, Point* position) noexcept {
@@ -207,7 +206,8 @@ Result CROIProfile::GetCenter(double* x, double* y) noexcept {
         return E_FAIL;
     }
     const auto extent = roi::OutlineExtent<double>(
-        m_points.Size(), [this](auto node, int i, double* nodeX, double* nodeY) { GetNodePoint(node, i, nodeX, nodeY); });
+        m_points.Size(),
+        [this](auto node, int i, double* nodeX, double* nodeY) { GetNodePoint(node, i, nodeX, nodeY); });
     *x = (extent.minX + extent.maxX) * 0.5;
     *y = (extent.minY + extent.maxY) * 0.5;
     return S_OK;

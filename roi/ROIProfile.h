@@ -112,9 +112,8 @@ class CROIProfile;
 template <>
 inline const tagREFString IObjectInfoImpl<CROIProfile>::m_ObjectName = Text(L"ROIProfile");
 
-class CROIProfile final
-    : public Component<CROIProfile, IROIProfile, IDataPersist, IParametricImpl<CROIProfile>, IReplicableObject,
-                       ITransformableObject, IUIPropertyPageSpecify> {
+class CROIProfile final : public Component<CROIProfile, IROIProfile, IDataPersist, IParametricImpl<CROIProfile>,
+                                           IReplicableObject, ITransformableObject, IUIPropertyPageSpecify> {
   public:
     // The second IDataPersist never matches; the order of comparison is kept as it is known.
     using Answers = InterfaceMap<IObjectInfo, IDataPersist, IParametricObject, IReplicableObject, IROI, IROIProfile,

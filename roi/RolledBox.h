@@ -95,9 +95,7 @@ class IRolledBoxImpl : public I {
         m_state.centerY = y;
         return S_OK;
     }
-    Result HitTest(double x, double y, int* hit) noexcept override {
-        return HitResult(Contains(m_state, {x, y}), hit);
-    }
+    Result HitTest(double x, double y, int* hit) noexcept override { return HitResult(Contains(m_state, {x, y}), hit); }
     /// The box around the integer corners 2 to 5, both border pixels counted.
     Result GetBoundingRect(int* left, int* top, unsigned int* width, unsigned int* height) noexcept override {
         int x = 0;

@@ -52,6 +52,7 @@ constexpr IID __IIDOfc(const char* name) noexcept {
 
 /// Every interface name of the framework, in the order in which the identifiers are computed. Most
 /// are not used by the ROI classes; they are here so that every module has all of them.
+// clang-format off
 #define FRAMEWORK_INTERFACES(X)                                                                                    \
     X(IBindableObject) X(ICollectionMoniker) X(IComponentCollection) X(IComponentString) X(IContainedObject)       \
     X(ICreatableString) X(ICreatableSimpleCollection) X(ICSVStream) X(IDataPersist) X(IDataPersistEx)              \
@@ -73,6 +74,7 @@ constexpr IID __IIDOfc(const char* name) noexcept {
     X(IMETRAngle) X(IMETRLength) X(IMETRPointsStats) X(ICIF) X(ICIFGraphics) X(ICIFImage) X(ICIFImageDIB)          \
     X(ICIFImageRender) X(ICIFImageCANVAS) X(IROI) X(IROIRectangle) X(IROIProfile) X(IROIEllipse) X(IROIDonut)      \
     X(IROIParallelogram) X(IROIArcDonut) X(IROIShape) X(IROIMask)
+// clang-format on
 
 struct IUnknown;
 
@@ -89,12 +91,12 @@ inline IID& IidOf<IUnknown>() noexcept {
 }
 
 // Declares the interface, its global identifier (IID_IROI for IROI) and the way from one to the other.
-#define FRAMEWORK_DECLARE_IID(name)        \
-    struct name;                           \
-    extern IID IID_##name;                 \
-    template <>                            \
-    inline IID& IidOf<name>() noexcept {   \
-        return IID_##name;                 \
+#define FRAMEWORK_DECLARE_IID(name)      \
+    struct name;                         \
+    extern IID IID_##name;               \
+    template <>                          \
+    inline IID& IidOf<name>() noexcept { \
+        return IID_##name;               \
     }
 FRAMEWORK_INTERFACES(FRAMEWORK_DECLARE_IID)
 #undef FRAMEWORK_DECLARE_IID

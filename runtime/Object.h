@@ -118,8 +118,8 @@ template <class T, class... Interfaces>
 class Component : public CObject<T>, public IObjectInfoImpl<T>, public Interfaces... {
   public:
     Result QueryInterface(const IID& iid, void** out) noexcept override {
-        void* found = iid == IID_IUnknown ? static_cast<CObject<T>*>(this)
-                                          : T::Answers::Find(static_cast<T*>(this), iid);
+        void* found =
+            iid == IID_IUnknown ? static_cast<CObject<T>*>(this) : T::Answers::Find(static_cast<T*>(this), iid);
         *out = found;
         if (found == nullptr) {
             return E_NOINTERFACE;
