@@ -10,15 +10,37 @@
 
 namespace roi {
 
-bool Polyline::Allocate(int count) noexcept {
+ProfilePoint& Polyline::Edit(int index) noexcept {
+    m_indexed = false;
+    return Record(index);
+}
+
+void Polyline::KeepAngle(int index, double angle) noexcept { Record(index).normalAngle = angle; }
+
+void Polyline::Place(int index, Point position) noexcept {
+    ProfilePoint& point = Edit(index);
+    point.x = position.x;
+    point.y = position.y;
+    point.z = 0.0;
+    point.normalAngle = kNoAngle;
+    if (index > 0) {
+        KeepAngle(index - 1, kNoAngle);
+    }
+    if (index + 1 < Size()) {
+        KeepAngle(index + 1, kNoAngle);
+    }
+}
+
+ProfilePoint* Polyline::Allocate(int count) noexcept {
     std::unique_ptr<ProfilePoint[]> records(new (std::nothrow) ProfilePoint[Slot(count) + 1]());
     if (records == nullptr) {
-        return false;
+        return nullptr;
     }
     m_records = std::move(records);
     m_count = count;
     m_capacity = count;
-    return true;
+    m_indexed = false;
+    return m_records.get();
 }
 
 bool Polyline::MakeRoom(int more) noexcept {
@@ -48,33 +70,61 @@ bool Polyline::Open(int index) noexcept {
     if (!MakeRoom(1)) {
         return false;
     }
-    std::copy_backward(begin() + index, end(), end() + 1);
+    ProfilePoint* const records = m_records.get();
+    std::copy_backward(records + index, records + Size(), records + Size() + 1);
     ++m_count;
+    m_indexed = false;
     return true;
 }
 
 void Polyline::Close(int index) noexcept {
     if (index < Size()) {
-        std::copy(begin() + index + 1, end(), begin() + index);
+        ProfilePoint* const records = m_records.get();
+        std::copy(records + index + 1, records + Size(), records + index);
     }
     // No floor: removing from an empty profile counts below zero.
     m_count = static_cast<int>(static_cast<unsigned int>(m_count) - 1u);
+    m_indexed = false;
 }
 
-void Polyline::Place(int index, Point position) noexcept {
-    ProfilePoint& point = (*this)[index];
-    point.x = position.x;
-    point.y = position.y;
-    point.z = 0.0;
-    point.normalAngle = kNoAngle;
-    ForgetAngle(index - 1);
-    ForgetAngle(index + 1);
+namespace {
+
+// A segment's upright box, widened by the mean thickness at its start.
+Extent<double> SegmentBox(const ProfilePoint& from, const ProfilePoint& to) noexcept {
+    const double margin = (from.thickness1 + from.thickness2) * 0.5;
+    return {std::min(from.x, to.x) - margin, std::max(from.x, to.x) + margin, std::min(from.y, to.y) - margin,
+            std::max(from.y, to.y) + margin};
 }
 
-void Polyline::ForgetAngle(int index) noexcept {
-    if (index >= 0 && index < Size()) {
-        m_records[Slot(index)].normalAngle = kNoAngle;
+}  // namespace
+
+bool Polyline::BuildIndex() noexcept {
+    const int segments = Size() - 1;
+    std::unique_ptr<Extent<double>[]> boxes(new (std::nothrow) Extent<double>[Slot(segments)]);
+    if (boxes == nullptr) {
+        return false;
     }
+    for (int i = 0; i < segments; ++i) {
+        boxes[Slot(i)] = SegmentBox((*this)[i], (*this)[i + 1]);
+    }
+    return m_index.Build(boxes.get(), segments);
+}
+
+bool Polyline::BandHolds(Point p) noexcept {
+    if (Size() < 2) {
+        return false;
+    }
+    m_indexed = m_indexed || BuildIndex();
+    if (m_indexed) {
+        return m_index.Holds(p);
+    }
+    // Without memory for the index: box by box.
+    for (int i = 1; i < Size(); ++i) {
+        if (roi::Holds(SegmentBox((*this)[i - 1], (*this)[i]), p)) {
+            return true;
+        }
+    }
+    return false;
 }
 
 // ---------------------------------------------------------------------------------------------------
@@ -93,7 +143,7 @@ double NormalAngle(Polyline& points, int index) noexcept {
     }
     const ProfilePoint& previous = points[std::max(index - 1, 0)];
     const ProfilePoint& next = points[std::min(index + 1, last)];
-    points[index].normalAngle = std::atan2(previous.x - next.x, next.y - previous.y);
+    points.KeepAngle(index, std::atan2(previous.x - next.x, next.y - previous.y));
     return points[index].normalAngle;
 }
 
@@ -146,19 +196,6 @@ bool NodePosition(Polyline& points, int node, int index, Point* position) noexce
             *position = at(node, index);
             return true;
     }
-}
-
-bool Contains(const Polyline& points, Point p) noexcept {
-    for (int i = 1; i < points.Size(); ++i) {
-        const ProfilePoint& from = points[i - 1];
-        const ProfilePoint& to = points[i];
-        const double margin = (from.thickness1 + from.thickness2) * 0.5;
-        if (std::min(from.x, to.x) - margin <= p.x && p.x <= std::max(from.x, to.x) + margin &&
-            std::min(from.y, to.y) - margin <= p.y && p.y <= std::max(from.y, to.y) + margin) {
-            return true;
-        }
-    }
-    return false;
 }
 
 namespace {
@@ -233,7 +270,8 @@ Result CROIProfile::SetCenter(double x, double y) noexcept {
     if (Failed(GetCenter(&center.x, &center.y))) {
         return E_FAIL;
     }
-    for (roi::ProfilePoint& point : m_points) {
+    for (int i = 0; i < m_points.Size(); ++i) {
+        roi::ProfilePoint& point = m_points.Edit(i);
         point.x += x - center.x;
         point.y += y - center.y;
     }
@@ -241,7 +279,7 @@ Result CROIProfile::SetCenter(double x, double y) noexcept {
 }
 
 Result CROIProfile::HitTest(double x, double y, int* hit) noexcept {
-    return roi::HitResult(Contains(m_points, {x, y}), hit);
+    return roi::HitResult(m_points.BandHolds({x, y}), hit);
 }
 
 Result CROIProfile::GetMask(ICIF** /*image*/) noexcept { return E_NOTIMPL; }
@@ -258,7 +296,7 @@ Result CROIProfile::Transform(ITransform* transform) noexcept {
         roi::Point middle2;
         const bool startsSegment = NodePosition(m_points, kProfileMiddle1, i, &middle1) &&
                                    NodePosition(m_points, kProfileMiddle2, i, &middle2);
-        roi::MapInPlace(*transform, m_points[i]);
+        roi::MapInPlace(*transform, m_points.Edit(i));
         if (!startsSegment) {
             continue;
         }
@@ -268,8 +306,9 @@ Result CROIProfile::Transform(ITransform* transform) noexcept {
         const double after1 = Length(MapPoint(*transform, middle1) - mapped);
         const double after2 = Length(MapPoint(*transform, middle2) - mapped);
         if (before1 > FLT_MIN && before2 > FLT_MIN) {
-            m_points[i].thickness1 *= after1 / before1;
-            m_points[i].thickness2 *= after2 / before2;
+            roi::ProfilePoint& point = m_points.Edit(i);
+            point.thickness1 *= after1 / before1;
+            point.thickness2 *= after2 / before2;
         }
     }
     return S_OK;
@@ -307,15 +346,15 @@ Result CROIProfile::SetThickness(int index, double thickness1, double thickness2
     if (!HasPoint(index)) {
         return E_INVALIDARG;
     }
-    m_points[index].thickness1 = thickness1;
-    m_points[index].thickness2 = thickness2;
+    roi::ProfilePoint& point = m_points.Edit(index);
+    point.thickness1 = thickness1;
+    point.thickness2 = thickness2;
     return S_OK;
 }
 
 Result CROIProfile::SetUniformThickness(double thickness1, double thickness2) noexcept {
-    for (roi::ProfilePoint& point : m_points) {
-        point.thickness1 = thickness1;
-        point.thickness2 = thickness2;
+    for (int i = 0; i < m_points.Size(); ++i) {
+        SetThickness(i, thickness1, thickness2);
     }
     return S_OK;
 }
@@ -369,15 +408,11 @@ Result CROIProfile::InsertPoint(int index, double x, double y) noexcept {
     }
     // From the point before; in front of a profile, from the former first point when there were at least
     // two. A single point does not pass its thickness on to one in front of it.
-    double thickness1 = roi::kFirstThickness;
-    double thickness2 = roi::kFirstThickness;
-    if (at > 0 || m_points.Size() >= 3) {
-        const roi::ProfilePoint& neighbour = m_points[at > 0 ? at - 1 : 1];
-        thickness1 = neighbour.thickness1;
-        thickness2 = neighbour.thickness2;
-    }
-    m_points[at].thickness1 = thickness1;
-    m_points[at].thickness2 = thickness2;
+    const bool inherits = at > 0 || m_points.Size() >= 3;
+    const roi::ProfilePoint& neighbour = m_points[at > 0 ? at - 1 : 1];
+    roi::ProfilePoint& point = m_points.Edit(at);
+    point.thickness1 = inherits ? neighbour.thickness1 : roi::kFirstThickness;
+    point.thickness2 = inherits ? neighbour.thickness2 : roi::kFirstThickness;
     m_points.Place(at, {x, y});
     return S_OK;
 }
@@ -424,7 +459,7 @@ Result CROIProfile::SetNodePoint(ROIPROFILENode node, int index, double x, doubl
             }
             // Across the line the thickness turns negative, and is kept so.
             const double distance = roi::SegmentLine(m_points, index).DistanceTo(p);
-            roi::ProfilePoint& point = m_points[index];
+            roi::ProfilePoint& point = m_points.Edit(index);
             (node == kProfileMiddle1 ? point.thickness1 : point.thickness2) =
                 node == kProfileMiddle1 ? -distance : distance;
             return S_OK;
@@ -579,10 +614,14 @@ Result CROIProfile::Load(IDataStream* stream, int /*flags*/) noexcept {
         count = 0;
     }
     roi::Polyline loaded;
-    if (count > roi::kMostPointsLoaded || !loaded.Allocate(static_cast<int>(count))) {
+    if (count > roi::kMostPointsLoaded) {
         return E_FAIL;
     }
-    folder->ReadBinary(pointsName.Get(), loaded.begin(), BytesOf(static_cast<int>(count)), 0);
+    roi::ProfilePoint* const records = loaded.Allocate(static_cast<int>(count));
+    if (records == nullptr) {
+        return E_FAIL;
+    }
+    folder->ReadBinary(pointsName.Get(), records, BytesOf(static_cast<int>(count)), 0);
     m_points = std::move(loaded);
     return S_OK;
 }

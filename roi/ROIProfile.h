@@ -12,6 +12,7 @@
 
 #include "roi/Geometry.h"
 #include "roi/IROI.h"
+#include "roi/SegmentIndex.h"
 #include "runtime/Parametric.h"
 
 namespace roi {
@@ -48,12 +49,18 @@ class Polyline {
     int ReportedCount() const noexcept { return m_count; }
 
     /// The record at 0 to Size().
-    ProfilePoint& operator[](int index) noexcept { return m_records ? m_records[Slot(index)] : m_pastEmpty; }
     const ProfilePoint& operator[](int index) const noexcept {
         return m_records ? m_records[Slot(index)] : m_pastEmpty;
     }
-    ProfilePoint* begin() noexcept { return m_records.get(); }
-    ProfilePoint* end() noexcept { return begin() + Size(); }
+    const ProfilePoint* begin() const noexcept { return m_records.get(); }
+    const ProfilePoint* end() const noexcept { return begin() + Size(); }
+
+    /// The same record to be changed: what was derived from the points is forgotten.
+    ProfilePoint& Edit(int index) noexcept;
+    /// Keeps a point's angle in its record, which changes nothing else.
+    void KeepAngle(int index, double angle) noexcept;
+    /// Writes a point's position and makes its angle and those of its neighbours unknown.
+    void Place(int index, Point position) noexcept;
 
     /// Makes room for more points, in steps of 100. False, with nothing changed, without memory.
     bool MakeRoom(int more) noexcept;
@@ -62,21 +69,27 @@ class Polyline {
     bool Open(int index) noexcept;
     /// Closes the gap of one point at 0 to Size(); at Size() the last one goes.
     void Close(int index) noexcept;
-    /// Exactly `count` records of zeros. False, with nothing changed, without memory.
-    bool Allocate(int count) noexcept;
+    /// Exactly `count` records, of zeros, for a stream to fill: the first of them is returned. Null, with
+    /// nothing changed, without memory.
+    ProfilePoint* Allocate(int count) noexcept;
 
-    /// Writes a point's position and makes its angle and those of its neighbours unknown.
-    void Place(int index, Point position) noexcept;
-    /// Makes a point's angle unknown, when there is such a point.
-    void ForgetAngle(int index) noexcept;
+    /// Whether a segment's upright box, widened by the mean thickness at its start, holds the point.
+    bool BandHolds(Point p) noexcept;
 
   private:
     static constexpr std::size_t Slot(int index) noexcept { return static_cast<std::size_t>(index); }
+
+    ProfilePoint& Record(int index) noexcept { return m_records ? m_records[Slot(index)] : m_pastEmpty; }
+    bool BuildIndex() noexcept;
 
     std::unique_ptr<ProfilePoint[]> m_records;  // m_capacity + 1 of them, or none.
     ProfilePoint m_pastEmpty{};                 // The record past the last while there are none.
     int m_count = 0;
     int m_capacity = 0;
+    // Of the segments' boxes, for hit tests. Every way to change a record passes through this class, which
+    // drops it.
+    SegmentIndex m_index;
+    bool m_indexed = false;
 };
 
 /// The two sides of the band, as the sign of a thickness along the normal.
@@ -102,9 +115,6 @@ Point OutlineCorner(Polyline& points, int index, Side side) noexcept;
 /// Writes the position of a node; see IROIProfile::GetNodePoint. False, with nothing written, when there
 /// is no such node.
 bool NodePosition(Polyline& points, int node, int index, Point* position) noexcept;
-
-/// Whether a segment's upright box, widened by the mean thickness at its start, holds the point.
-bool Contains(const Polyline& points, Point p) noexcept;
 
 }  // namespace roi
 
