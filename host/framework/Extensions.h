@@ -68,11 +68,11 @@ struct IPointsStore : IUnknown {
 };
 
 // Their identifiers come from their names, like the framework's own.
-#define HOST_INTERFACE(name)                 \
-    template <>                              \
-    inline IID& IidOf<name>() noexcept {     \
-        static IID iid = __IIDOfc(#name);    \
-        return iid;                          \
+#define HOST_INTERFACE(name)              \
+    template <>                           \
+    inline IID& IidOf<name>() noexcept {  \
+        static IID iid = __IIDOfc(#name); \
+        return iid;                       \
     }
 HOST_INTERFACE(IListing)
 HOST_INTERFACE(IPageListing)

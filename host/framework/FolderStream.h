@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "runtime/Framework.h"
 #include "runtime/SmartPtr.h"
 
 /// An archive in memory: blocks by path, folders separated by '/'. Paths are UTF-8.
@@ -19,11 +20,14 @@ class FolderArchive {
     /// sound archive of relative paths within bounded sizes: absolute and parent paths, repeated names,
     /// absurd declared sizes, truncated data.
     static FolderArchive FromBytes(std::string_view bytes);
-    /// The archive as a zip file; the same blocks give the same bytes. Throws std::runtime_error.
+    /// The archive as a zip file; the same blocks give the same bytes. Throws std::runtime_error, also
+    /// when the blocks exceed the sizes that FromBytes reads.
     std::string ToBytes() const;
 
     /// The block at a path, or null.
     const Block* Find(const std::string& path) const noexcept;
+    /// Stores a block, in place of one that has the path already. Throws std::runtime_error for a path
+    /// that FromBytes would refuse.
     void Put(const std::string& path, Block block);
 
     const std::map<std::string, Block>& Blocks() const noexcept { return m_blocks; }

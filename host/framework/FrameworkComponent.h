@@ -5,8 +5,10 @@
 #include <atomic>
 #include <cstdio>
 #include <exception>
+#include <utility>
 
 #include "runtime/Module.h"
+#include "runtime/SmartPtr.h"
 
 /// The number of this module's components that are alive. Every framework module exports it; tests
 /// compare it before and after.
@@ -21,6 +23,12 @@ class FrameworkComponent : public Component<T, Interfaces...> {
     FrameworkComponent() noexcept { gLiveObjects.fetch_add(1, std::memory_order_relaxed); }
     ~FrameworkComponent() { gLiveObjects.fetch_sub(1, std::memory_order_relaxed); }
 };
+
+/// A new object of one of the host's own classes as one of its interfaces; empty without memory.
+template <class Interface, class T, class... Arguments>
+SmartPtr<Interface> MakeObject(Arguments&&... arguments) noexcept {
+    return SmartPtr<Interface>::Adopt(new (std::nothrow) T(std::forward<Arguments>(arguments)...));
+}
 
 /// Reports a call that breaks the contract, on standard error, and gives the code it fails with.
 inline Result Misuse(const char* operation, const char* what) noexcept {

@@ -6,6 +6,7 @@
 
 #include <pugixml.hpp>
 
+#include "runtime/Framework.h"
 #include "runtime/SmartPtr.h"
 
 /// A document that streams share; it lives as long as the last of them.

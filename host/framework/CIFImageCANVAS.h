@@ -1,0 +1,31 @@
+// "CIFImageCANVAS": a raster image that knows image files.
+#pragma once
+
+#include <opencv2/core.hpp>
+
+#include "host/framework/Extensions.h"
+#include "host/framework/FrameworkComponent.h"
+
+class CCIFImageCANVAS;
+template <>
+inline const tagREFString IObjectInfoImpl<CCIFImageCANVAS>::m_ObjectName = Text(L"CIFImageCANVAS");
+
+class CCIFImageCANVAS final : public FrameworkComponent<CCIFImageCANVAS, ICIFImageCANVAS, IPixels> {
+  public:
+    using Answers = InterfaceMap<IObjectInfo, ICIF, ICIFImageCANVAS, IPixels>;
+
+    /// Each output may be null. An image without pixels is 0 by 0; `extra` is the number of planes.
+    Result GetSize(int* width, int* height, int* extra) noexcept override;
+    /// Makes 8-bit single-plane images only, of at most 1 GiB. E_INVALIDARG, with the image unchanged,
+    /// for anything else.
+    Result Create(int width, int height, int planes, int bitsPerPixel, std::uint32_t format) noexcept override;
+    /// Values beyond the depth of the image become its largest or smallest. E_FAIL without pixels.
+    Result Fill(int value) noexcept override;
+
+    Result GetPixels(unsigned char** data, int* stride, int* planes, int* bits) noexcept override;
+    Result ReadFile(const char* path) noexcept override;
+    Result WriteFile(const char* path) noexcept override;
+
+  private:
+    cv::Mat m_image;
+};

@@ -1,0 +1,69 @@
+#include "host/framework/WideText.h"
+
+namespace {
+
+constexpr char32_t kReplacement = 0xFFFD;
+
+constexpr bool IsCharacter(char32_t code) noexcept { return code <= 0x10FFFF && (code < 0xD800 || code > 0xDFFF); }
+
+// The bytes of a character that begins with `lead`, or 0 for a byte that begins none.
+constexpr std::size_t SequenceLength(unsigned char lead) noexcept {
+    if (lead < 0x80) {
+        return 1;
+    }
+    if (lead < 0xC2 || lead > 0xF4) {
+        return 0;
+    }
+    return lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
+}
+
+// The first character of `rest`, which begins behind it afterwards.
+char32_t TakeCharacter(std::string_view* rest) noexcept {
+    constexpr char32_t kSmallest[] = {0, 0, 0x80, 0x800, 0x10000};
+    const auto lead = static_cast<unsigned char>(rest->front());
+    const std::size_t length = SequenceLength(lead);
+    char32_t code = length > 1 ? lead & (0x7Fu >> length) : lead;
+    std::size_t read = 1;
+    while (read < length && read < rest->size() && ((*rest)[read] & 0xC0) == 0x80) {
+        code = code << 6 | (static_cast<unsigned char>((*rest)[read++]) & 0x3Fu);
+    }
+    const bool sound = length > 0 && read == length && code >= kSmallest[length] && IsCharacter(code);
+    rest->remove_prefix(sound ? length : 1);
+    return sound ? code : kReplacement;
+}
+
+}  // namespace
+
+bool AppendUtf8(tagREFString text, std::string* utf8) {
+    for (int i = 0; i < text.length; ++i) {
+        const auto code = static_cast<char32_t>(text.text[i]);
+        if (code < 0x80) {
+            *utf8 += static_cast<char>(code);
+            continue;
+        }
+        if (!IsCharacter(code)) {
+            return false;
+        }
+        const int following = code < 0x800 ? 1 : code < 0x10000 ? 2 : 3;
+        const char32_t mark = 0xFF00u >> (following + 1);
+        *utf8 += static_cast<char>((mark | code >> (6 * following)) & 0xFFu);
+        for (int shift = 6 * (following - 1); shift >= 0; shift -= 6) {
+            *utf8 += static_cast<char>(0x80u | (code >> shift & 0x3Fu));
+        }
+    }
+    return true;
+}
+
+std::wstring FromUtf8(std::string_view utf8) {
+    std::wstring text;
+    text.reserve(utf8.size());
+    while (!utf8.empty()) {
+        if (static_cast<unsigned char>(utf8.front()) < 0x80) {
+            text += static_cast<wchar_t>(utf8.front());
+            utf8.remove_prefix(1);
+        } else {
+            text += static_cast<wchar_t>(TakeCharacter(&utf8));
+        }
+    }
+    return text;
+}
