@@ -1,0 +1,25 @@
+#include "host/Commands.h"
+
+#include <map>
+
+CLI::App& AddCommand(CLI::App& roi, const std::string& name, const std::string& description,
+                     const std::string& example) {
+    CLI::App* const command = roi.add_subcommand(name, description);
+    command->footer("Example:\n  " + example);
+    return *command;
+}
+
+void AddSetArgument(CLI::App& command, UserPath& set) {
+    AddArgument(command, "SET", set, "Set of figures: a file that ends in .roi or .xml");
+}
+
+void AddFormatOption(CLI::App& command, TableFormat& format) {
+    static const std::map<std::string, TableFormat> kFormats = {
+        {"table", TableFormat::kText}, {"csv", TableFormat::kCsv}, {"json", TableFormat::kJson}};
+    command
+        .add_option_function<std::string>(
+            "--format", [&format](const std::string& name) { format = kFormats.at(name); },
+            "table (for people), csv or json")
+        ->check(CLI::IsMember({"table", "csv", "json"}).description(""))
+        ->type_name("FORMAT");
+}

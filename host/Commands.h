@@ -1,0 +1,43 @@
+// The commands of `roi`. Each function registers one subcommand: its arguments, its help with an
+// example, and a callback that does the work.
+//
+// A callback makes its Session after the command line is read, when every UserPath is resolved. It
+// writes data through WriteStdout, talks on standard error, and reports failure by throwing Error. An
+// answer of no is AnswerNo().
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <string>
+
+#include "host/Table.h"
+#include "host/UserPath.h"
+
+void AddClassesCommand(CLI::App& roi);
+void AddAddCommand(CLI::App& roi);
+void AddSetCommand(CLI::App& roi);
+void AddListCommand(CLI::App& roi);
+void AddRemoveCommand(CLI::App& roi);
+void AddNodesCommand(CLI::App& roi);
+void AddDragCommand(CLI::App& roi);
+void AddHitCommand(CLI::App& roi);
+void AddPointCommand(CLI::App& roi);
+void AddMeasureCommand(CLI::App& roi);
+void AddDrawCommand(CLI::App& roi);
+void AddMaskCommand(CLI::App& roi);
+void AddProfileCommand(CLI::App& roi);
+
+/// A subcommand with its one-line description and, at the end of its help, an example.
+CLI::App& AddCommand(CLI::App& roi, const std::string& name, const std::string& description,
+                     const std::string& example);
+/// A positional argument that must be given.
+template <class Value>
+CLI::Option* AddArgument(CLI::App& command, const std::string& name, Value& value, const std::string& description) {
+    return command.add_option(name, value, description)->required()->type_name("");
+}
+/// The positional argument SET.
+void AddSetArgument(CLI::App& command, UserPath& set);
+/// The option --format table|csv|json; a table for people without it.
+void AddFormatOption(CLI::App& command, TableFormat& format);
+
+/// Ends the command with exit code 1 and no message.
+[[noreturn]] inline void AnswerNo() { throw CLI::RuntimeError(1); }

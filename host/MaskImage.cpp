@@ -1,0 +1,42 @@
+#include "host/MaskImage.h"
+
+#include "host/Error.h"
+#include "host/framework/Extensions.h"
+#include "runtime/Components.h"
+
+namespace {
+
+// The pixels of an image as a matrix over its memory; empty unless it is 8-bit and of a single plane.
+cv::Mat Over(ICIF& image) {
+    const auto pixels = SmartPtr<IPixels>::QueryFrom(&image);
+    int width = 0;
+    int height = 0;
+    int extra = 0;
+    unsigned char* data = nullptr;
+    int stride = 0;
+    int planes = 0;
+    int bits = 0;
+    if (!pixels || Failed(image.GetSize(&width, &height, &extra)) ||
+        Failed(pixels->GetPixels(&data, &stride, &planes, &bits)) || planes != 1 || bits != 8) {
+        return {};
+    }
+    return {height, width, CV_8UC1, data, static_cast<std::size_t>(stride)};
+}
+
+}  // namespace
+
+void SetMaskImage(const Figure& figure, const cv::Mat& image) {
+    const SmartPtr<ICIF> mask = CreateComponent<ICIFImageCANVAS>(Text(L"CIFImageCANVAS"));
+    const auto figureMask = figure.As<IROIMask>();
+    if (!mask || !figureMask || Failed(mask->Create(image.cols, image.rows, 1, 8, kFormatMono))) {
+        throw Error("cannot set mask", figure.name, "the framework gives no image of that size");
+    }
+    image.copyTo(Over(*mask));
+    figureMask->SetMask(mask.Get(), 0);
+}
+
+cv::Mat MaskImageOf(const Figure& figure) {
+    SmartPtr<ICIF> image;
+    return figure.As<IROIMask>() && Succeeded(figure.roi->GetMask(image.Receive())) && image ? Over(*image).clone()
+                                                                                             : cv::Mat();
+}

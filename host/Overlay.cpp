@@ -1,0 +1,391 @@
+#include "host/Overlay.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <limits>
+#include <opencv2/imgproc.hpp>
+#include <string>
+
+#include "host/ClipLine.h"
+#include "host/Nodes.h"
+#include "host/Region.h"
+#include "roi/IROI.h"
+#include "runtime/Numbers.h"
+
+namespace {
+
+using Path = std::vector<cv::Point2d>;
+
+// ---------------------------------------------------------------------------------------------------
+// Outlines: open paths; a closed one ends where it begins
+
+Path Closed(Path path) {
+    if (!path.empty()) {
+        path.push_back(path.front());
+    }
+    return path;
+}
+
+Path EllipsePath(cv::Point2d center, double radiusX, double radiusY) {
+    // Chords that leave the curve by no more than a tenth of a pixel, within reason.
+    const double radius = std::max(std::abs(radiusX), std::abs(radiusY));
+    const double chords = kPi * std::sqrt(radius / (2.0 * 0.1));
+    const int count = chords < 4096.0 ? std::max(48, ToInt32(chords)) : 4096;
+    Path path;
+    for (int i = 0; i < count; ++i) {
+        const double angle = 2.0 * kPi * i / count;
+        path.emplace_back(center.x + radiusX * std::cos(angle), center.y + radiusY * std::sin(angle));
+    }
+    return Closed(std::move(path));
+}
+
+template <class RolledBox>
+Path CornerPath(RolledBox& box) {
+    Path path;
+    for (const ROICorner corner : {kNodeCorner2, kNodeCorner3, kNodeCorner4, kNodeCorner5}) {
+        cv::Point2d& point = path.emplace_back();
+        box.GetCornerPoint(corner, &point.x, &point.y);
+    }
+    return Closed(std::move(path));
+}
+
+std::vector<Path> ProfilePaths(IROIProfile& profile) {
+    int count = 0;
+    profile.GetNumberPoints(&count);
+    const auto along = [&profile, count](ROIPROFILENode node) {
+        Path path;
+        for (int i = 0; i < count; ++i) {
+            cv::Point2d& point = path.emplace_back();
+            profile.GetNodePoint(node, i, &point.x, &point.y);
+        }
+        return path;
+    };
+    Path band = along(kProfileCorner1);
+    const Path back = along(kProfileCorner2);
+    band.insert(band.end(), back.rbegin(), back.rend());
+    return {Closed(std::move(band)), along(kProfilePoint)};
+}
+
+std::vector<Path> DonutPaths(const Figure& figure, IROIDonut& donut) {
+    std::vector<Path> paths;
+    cv::Point2d center;
+    donut.GetCenter(&center.x, &center.y);
+    for (const int ring : {0, 1}) {
+        double radiusX = 0.0;
+        double radiusY = 0.0;
+        donut.GetRadius(ring, &radiusX, &radiusY);
+        paths.push_back(EllipsePath(center, radiusX, radiusY));
+    }
+    if (figure.className == "ROIArcDonut") {
+        // Nodes 2 and 3 end the start edge, 4 and 5 the end edge.
+        for (const int node : {2, 4}) {
+            Path edge(2);
+            donut.GetNode(node, &edge[0].x, &edge[0].y);
+            donut.GetNode(node + 1, &edge[1].x, &edge[1].y);
+            paths.push_back(std::move(edge));
+        }
+    }
+    return paths;
+}
+
+// Along the outermost pixels of what an image shows of a mask, holes included.
+std::vector<Path> Contours(const std::vector<Span>& spans) {
+    const cv::Rect box = BoxAround(spans);
+    std::vector<std::vector<cv::Point>> contours;
+    if (!box.empty()) {
+        cv::findContours(Painted(spans, box), contours, cv::RETR_CCOMP, cv::CHAIN_APPROX_SIMPLE, box.tl());
+    }
+    std::vector<Path> paths;
+    for (const auto& contour : contours) {
+        paths.push_back(Closed(Path(contour.begin(), contour.end())));
+    }
+    return paths;
+}
+
+Path BoundsPath(IROI& roi) {
+    int left = 0;
+    int top = 0;
+    unsigned int width = 0;
+    unsigned int height = 0;
+    if (Failed(roi.GetBoundingRect(&left, &top, &width, &height))) {
+        return {};
+    }
+    const double right = left + static_cast<double>(width) - 1.0;
+    const double bottom = top + static_cast<double>(height) - 1.0;
+    return Closed({cv::Point2d(left, top),
+                   {right, static_cast<double>(top)},
+                   {right, bottom},
+                   {static_cast<double>(left), bottom}});
+}
+
+Path GeometryPath(IPointsStore& geometry) {
+    Path path(static_cast<std::size_t>(std::max(geometry.GetCount(), 0)));
+    for (std::size_t i = 0; i < path.size(); ++i) {
+        geometry.GetPoint(static_cast<int>(i), &path[i].x, &path[i].y);
+    }
+    // Two points are the corners of a box, which is drawn anyway.
+    return path.size() > 2 ? Closed(std::move(path)) : Path();
+}
+
+std::vector<Path> OutlinesOf(const Figure& figure, const View& view) {
+    if (figure.As<IROIMask>()) {
+        std::vector<Path> paths = Contours(view.spans);
+        paths.push_back(BoundsPath(*figure.roi));
+        return paths;
+    }
+    if (const auto rectangle = figure.As<IROIRectangle>()) {
+        return {CornerPath(*rectangle)};
+    }
+    if (const auto parallelogram = figure.As<IROIParallelogram>()) {
+        return {CornerPath(*parallelogram)};
+    }
+    if (const auto ellipse = figure.As<IROIEllipse>()) {
+        cv::Point2d center;
+        cv::Point2d radius;
+        ellipse->GetCenter(&center.x, &center.y);
+        ellipse->GetRadius(&radius.x, &radius.y);
+        return {EllipsePath(center, radius.x, radius.y)};
+    }
+    if (const auto donut = figure.As<IROIDonut>()) {
+        return DonutPaths(figure, *donut);
+    }
+    if (const auto profile = figure.As<IROIProfile>()) {
+        return ProfilePaths(*profile);
+    }
+    std::vector<Path> paths = {BoundsPath(*figure.roi)};
+    if (figure.geometry) {
+        paths.push_back(GeometryPath(*figure.geometry));
+    }
+    return paths;
+}
+
+// ---------------------------------------------------------------------------------------------------
+// Drawing
+
+const cv::Scalar kDark(24, 20, 16);
+
+// Bright colours that differ in hue, in blue, green and red.
+const std::array<cv::Scalar, 8> kPalette = {
+    cv::Scalar(60, 205, 255), cv::Scalar(255, 200, 70),  cv::Scalar(150, 110, 255), cv::Scalar(110, 230, 120),
+    cv::Scalar(70, 140, 255), cv::Scalar(255, 140, 200), cv::Scalar(210, 225, 60),  cv::Scalar(180, 190, 250),
+};
+
+// The Hershey letters know ASCII only: every other character is a question mark.
+std::string Ascii(const std::string& utf8) {
+    std::string ascii;
+    for (const char c : utf8) {
+        const auto byte = static_cast<unsigned char>(c);
+        if (byte < 0x80) {
+            ascii.push_back(c);
+        } else if (byte >= 0xC0) {
+            ascii.push_back('?');
+        }
+    }
+    return ascii;
+}
+
+class Pen {
+  public:
+    explicit Pen(cv::Mat& picture)
+        : m_picture(picture),
+          m_taken(picture.size(), CV_8U, cv::Scalar(0)),
+          m_unit(std::max(1.0, std::max(picture.cols, picture.rows) / 900.0)) {}
+
+    // A length that grows with the picture.
+    double Scaled(double length) const noexcept { return length * m_unit; }
+
+    void Tint(const std::vector<Span>& spans, const cv::Scalar& color) const {
+        constexpr double kShare = 0.14;
+        for (const Span& span : spans) {
+            cv::Mat row = m_picture(cv::Rect(span.firstX, span.y, span.Length(), 1));
+            row.convertTo(row, -1, 1.0 - kShare);
+            cv::add(row, color * kShare, row);
+        }
+    }
+
+    void Draw(const Path& path, const cv::Scalar& color, double width) const {
+        for (std::size_t i = 1; i < path.size(); ++i) {
+            DrawLine(path[i - 1], path[i], color, width);
+        }
+    }
+
+    void DrawNode(cv::Point2d at, const cv::Scalar& color) {
+        if (Shows(at)) {
+            cv::circle(m_picture, Fixed(at), Fixed(Scaled(3.6)), kDark, cv::FILLED, cv::LINE_AA, kShift);
+            cv::circle(m_picture, Fixed(at), Fixed(Scaled(2.3)), color, cv::FILLED, cv::LINE_AA, kShift);
+            const double reach = Scaled(4.0);
+            Take(cv::Rect2d(at.x - reach, at.y - reach, 2.0 * reach, 2.0 * reach));
+        }
+    }
+
+    cv::Size TextSize(const std::string& text, double height) const {
+        int baseline = 0;
+        return cv::getTextSize(text, kFont, FontScale(height), 1, &baseline);
+    }
+
+    // Writes a text around that one of several places where it covers the fewest nodes and texts; the
+    // first counts among equals. The text is moved as little as needed to lie inside the picture.
+    void Write(const std::string& text, const Path& places, double height, const cv::Scalar& color) {
+        const cv::Size size = TextSize(text, height);
+        cv::Rect best;
+        int least = std::numeric_limits<int>::max();
+        for (const cv::Point2d& place : places) {
+            const cv::Rect box(Inside(place.x, size.width, m_picture.cols),
+                               Inside(place.y, size.height, m_picture.rows), size.width, size.height);
+            const int covered = cv::countNonZero(m_taken(box & Everything()));
+            if (covered < least) {
+                least = covered;
+                best = box;
+            }
+        }
+        Take(best);
+        const cv::Point origin(best.x, best.y + best.height);
+        const int width = std::max(1, ToInt32(std::lround(Scaled(height / 12.0))));
+        const int border = ToInt32(std::lround(Scaled(1.2)));
+        cv::putText(m_picture, text, origin, kFont, FontScale(height), kDark, width + 2 * border, cv::LINE_AA);
+        cv::putText(m_picture, text, origin, kFont, FontScale(height), color, width, cv::LINE_AA);
+    }
+
+    bool Shows(cv::Point2d at) const noexcept {
+        return at.x >= 0.0 && at.y >= 0.0 && at.x <= m_picture.cols - 1 && at.y <= m_picture.rows - 1;
+    }
+
+  private:
+    static constexpr int kShift = 4;
+    static constexpr int kFont = cv::FONT_HERSHEY_SIMPLEX;
+
+    static int Fixed(double value) noexcept { return ToInt32(std::lround(value * (1 << kShift))); }
+    static cv::Point Fixed(cv::Point2d at) noexcept { return {Fixed(at.x), Fixed(at.y)}; }
+    cv::Rect Everything() const noexcept { return {cv::Point(0, 0), m_picture.size()}; }
+    void Take(const cv::Rect& box) { m_taken(box & Everything()).setTo(1); }
+
+    // Where a length around `middle` begins, kept inside a room.
+    int Inside(double middle, int length, int room) const noexcept {
+        const double border = Scaled(3.0);
+        return ToInt32(std::max(border, std::min(middle - 0.5 * length, room - length - border)));
+    }
+
+    // Capital letters of this font are 22 pixels high at scale 1.
+    double FontScale(double height) const noexcept { return Scaled(height) / 22.0; }
+
+    void DrawLine(cv::Point2d from, cv::Point2d to, const cv::Scalar& color, double width) const {
+        // Wide enough that the ends of a cut line are not seen.
+        constexpr double kMargin = 64.0;
+        const cv::Rect2d room(-kMargin, -kMargin, m_picture.cols + 2.0 * kMargin, m_picture.rows + 2.0 * kMargin);
+        const cv::Point2d direction = to - from;
+        if (const auto seen = ClipLine(room, from, direction, {0.0, 1.0})) {
+            cv::line(m_picture, Fixed(from + direction * seen->from), Fixed(from + direction * seen->to), color,
+                     std::max(1, ToInt32(std::lround(Scaled(width)))), cv::LINE_AA, kShift);
+        }
+    }
+
+    cv::Mat& m_picture;
+    cv::Mat m_taken;  // not 0 where a node or a text stands
+    double m_unit;
+};
+
+// The middle of the points that are numbers.
+cv::Point2d MiddleOf(const std::vector<Node>& nodes) {
+    cv::Point2d sum;
+    int count = 0;
+    for (const Node& node : nodes) {
+        if (std::isfinite(node.at.x) && std::isfinite(node.at.y)) {
+            sum += cv::Point2d(node.at.x, node.at.y);
+            ++count;
+        }
+    }
+    return count > 0 ? sum / count : sum;
+}
+
+// A node's number stands on the side that faces away from the figure's middle, or turned from there as
+// far as it takes to find room. A long profile shows its nodes without numbers.
+void NumberNodes(Pen& pen, const std::vector<Node>& nodes, const cv::Scalar& color) {
+    constexpr std::size_t kMostNumbers = 100;
+    constexpr double kHeight = 7.5;
+    if (nodes.size() > kMostNumbers) {
+        return;
+    }
+    const cv::Point2d middle = MiddleOf(nodes);
+    for (const Node& node : nodes) {
+        const cv::Point2d at(node.at.x, node.at.y);
+        if (!pen.Shows(at)) {
+            continue;
+        }
+        const cv::Point2d away = at - middle;
+        const double outward = std::hypot(away.x, away.y) > 2.0 ? std::atan2(away.y, away.x) : 0.5 * kPi;
+        const cv::Size size = pen.TextSize(node.number, kHeight);
+        const double gap = pen.Scaled(5.5);
+        Path places;
+        for (const int turn : {0, 1, -1, 2, -2, 3, -3, 4}) {
+            const double angle = outward + turn * 0.25 * kPi;
+            places.emplace_back(at.x + std::cos(angle) * (gap + 0.5 * size.width),
+                                at.y + std::sin(angle) * (gap + 0.5 * size.height));
+        }
+        pen.Write(node.number, places, kHeight, color);
+    }
+}
+
+// The name stands below the figure or above it.
+void DrawName(Pen& pen, const std::string& name, const std::vector<Path>& outlines, cv::Size picture,
+              const cv::Scalar& color) {
+    constexpr double kFar = std::numeric_limits<double>::infinity();
+    cv::Point2d first(kFar, kFar);
+    cv::Point2d last(-kFar, -kFar);
+    for (const Path& path : outlines) {
+        for (const cv::Point2d& point : path) {
+            if (std::isfinite(point.x) && std::isfinite(point.y)) {
+                first = {std::min(first.x, point.x), std::min(first.y, point.y)};
+                last = {std::max(last.x, point.x), std::max(last.y, point.y)};
+            }
+        }
+    }
+    if (first.x > picture.width || first.y > picture.height || last.x < 0.0 || last.y < 0.0) {
+        return;
+    }
+    constexpr double kHeight = 11.0;
+    const double middle = 0.5 * (std::max(first.x, 0.0) + std::min(last.x, static_cast<double>(picture.width)));
+    const double gap = pen.Scaled(24.0);
+    const Path places = {{middle, last.y + gap}, {middle, first.y - gap}};
+    const bool below = last.y + gap + pen.Scaled(kHeight) < picture.height;
+    pen.Write(Ascii(name), below ? places : Path(places.rbegin(), places.rend()), kHeight, color);
+}
+
+}  // namespace
+
+void DrawOverlay(cv::Mat& picture, const std::vector<Figure>& figures) {
+    Pen pen(picture);
+    std::vector<std::vector<Path>> outlines;
+    std::vector<std::vector<Node>> nodes;
+    const auto colorOf = [](std::size_t figure) { return kPalette[figure % kPalette.size()]; };
+    for (std::size_t i = 0; i < figures.size(); ++i) {
+        Region region(figures[i], Cut::none);
+        const View& view = region.In(picture.size());
+        outlines.push_back(OutlinesOf(figures[i], view));
+        nodes.push_back(NodesOf(figures[i]));
+        pen.Tint(view.spans, colorOf(i));
+    }
+    // In layers, so that no figure's border hides another's line or number.
+    const auto drawOutlines = [&](std::size_t i, const cv::Scalar& color, double width) {
+        for (const Path& path : outlines[i]) {
+            pen.Draw(path, color, width);
+        }
+    };
+    for (std::size_t i = 0; i < figures.size(); ++i) {
+        drawOutlines(i, kDark, 2.8);
+    }
+    for (std::size_t i = 0; i < figures.size(); ++i) {
+        drawOutlines(i, colorOf(i), 1.2);
+    }
+    for (std::size_t i = 0; i < figures.size(); ++i) {
+        for (const Node& node : nodes[i]) {
+            pen.DrawNode({node.at.x, node.at.y}, colorOf(i));
+        }
+    }
+    for (std::size_t i = 0; i < figures.size(); ++i) {
+        NumberNodes(pen, nodes[i], colorOf(i));
+    }
+    for (std::size_t i = 0; i < figures.size(); ++i) {
+        DrawName(pen, figures[i].name, outlines[i], picture.size(), colorOf(i));
+    }
+}

@@ -1,0 +1,141 @@
+#include "host/RoiSet.h"
+
+#include <algorithm>
+#include <unordered_set>
+
+#include "host/Error.h"
+#include "host/SafeFile.h"
+#include "host/SetFile.h"
+#include "host/Text.h"
+#include "runtime/Components.h"
+
+namespace {
+
+constexpr std::size_t kLongestName = 200;
+
+bool IsXML(const UserPath& path) { return path.Extension() == ".xml"; }
+
+void CheckEnding(const UserPath& path) {
+    if (path.Extension() != ".roi" && !IsXML(path)) {
+        throw UsageError("unknown kind of set", path.Typed(), "end the name in .roi or .xml");
+    }
+}
+
+}  // namespace
+
+void SetGeometry(Figure& figure, const std::vector<ImagePoint>& points) {
+    std::vector<double> xy;
+    for (const ImagePoint& point : points) {
+        xy.insert(xy.end(), {point.x, point.y});
+    }
+    const auto shape = figure.As<IROIShape>();
+    SmartPtr<IPointsStore> store = CreateComponent<IPointsStore>(Text(L"Assembly"));
+    const auto geometry = SmartPtr<IGeometry>::QueryFrom(store.Get());
+    if (!shape || !geometry || Failed(store->SetPoints(xy.data(), static_cast<int>(points.size())))) {
+        throw Error("cannot set geometry", figure.name, "the framework does not take the points");
+    }
+    shape->SetGeometry(geometry.Get());
+    figure.geometry = std::move(store);
+}
+
+void CheckFigureName(const std::string& name) {
+    const auto fail = [&](std::string_view why) { return UsageError("bad figure name", name, why); };
+    if (name.empty() || name.size() > kLongestName) {
+        throw fail("names have 1 to 200 bytes");
+    }
+    if (!ToWide(name)) {
+        throw fail("not UTF-8");
+    }
+    if (Harmless(name) != name || name.find_first_of("/\\") != std::string::npos || name == "." || name == "..") {
+        throw fail("names have no control characters and no slashes, and are neither . nor ..");
+    }
+}
+
+RoiSet RoiSet::Load(const Session& session, const UserPath& path) {
+    CheckEnding(path);
+    const std::string bytes = ReadWholeFile("set", path);
+    RoiSet set;
+    try {
+        for (Figure& figure : IsXML(path) ? ReadXMLSet(session, bytes) : ReadFolderSet(session, bytes)) {
+            set.CheckFree(figure.name);
+            set.Append(std::move(figure));
+        }
+    } catch (const std::exception& failure) {
+        throw Error("broken set", path.Typed(), failure.what());
+    }
+    return set;
+}
+
+RoiSet RoiSet::LoadOrCreate(const Session& session, const UserPath& path) {
+    CheckEnding(path);
+    std::error_code failure;
+    return std::filesystem::exists(path.Absolute(), failure) || failure ? Load(session, path) : RoiSet();
+}
+
+void RoiSet::Save(const UserPath& path) const {
+    CheckEnding(path);
+    std::string bytes;
+    try {
+        bytes = IsXML(path) ? WriteXMLSet(m_figures) : WriteFolderSet(m_figures);
+    } catch (const std::exception& failure) {
+        throw Error("cannot write set", path.Typed(), failure.what());
+    }
+    WriteWholeFile("set", path, bytes);
+    for (const Figure& figure : m_figures) {
+        const std::string lost = IsXML(path) ? LostInXML(figure) : std::string();
+        if (!lost.empty()) {
+            Warn(figure.name, lost);
+        }
+    }
+}
+
+const Figure& RoiSet::At(const std::string& name) const { return m_figures[IndexOf(name)]; }
+
+Figure& RoiSet::Add(const Session& session, const std::string& name, const std::string& className) {
+    CheckFigureName(name);
+    CheckFree(name);
+    return Append({name, className, session.Create(className), nullptr});
+}
+
+void RoiSet::Rename(const std::string& name, const std::string& newName) {
+    const std::size_t index = IndexOf(name);
+    CheckFigureName(newName);
+    if (newName != name) {
+        CheckFree(newName);
+    }
+    m_index.erase(name);
+    m_index[newName] = index;
+    m_figures[index].name = newName;
+}
+
+void RoiSet::Remove(std::span<const std::string> names) {
+    std::for_each(names.begin(), names.end(), [this](const std::string& name) { IndexOf(name); });
+    const std::unordered_set<std::string> gone(names.begin(), names.end());
+    std::erase_if(m_figures, [&](const Figure& figure) { return gone.contains(figure.name); });
+    m_index.clear();
+    for (std::size_t i = 0; i < m_figures.size(); ++i) {
+        m_index[m_figures[i].name] = i;
+    }
+}
+
+std::size_t RoiSet::IndexOf(const std::string& name) const {
+    const auto found = m_index.find(name);
+    if (found == m_index.end()) {
+        std::vector<std::string> known;
+        std::transform(m_figures.begin(), m_figures.end(), std::back_inserter(known),
+                       [](const Figure& figure) { return figure.name; });
+        throw UnknownName("figure", name, known, kExitFailed);
+    }
+    return found->second;
+}
+
+void RoiSet::CheckFree(const std::string& name) const {
+    if (m_index.contains(name)) {
+        throw Error("name taken", name, "the set has a figure of that name");
+    }
+}
+
+Figure& RoiSet::Append(Figure figure) {
+    m_index[figure.name] = m_figures.size();
+    return m_figures.emplace_back(std::move(figure));
+}

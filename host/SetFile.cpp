@@ -1,0 +1,237 @@
+#include "host/SetFile.h"
+
+#include <fmt/format.h>
+
+#include <climits>
+#include <cmath>
+#include <cstring>
+#include <nlohmann/json.hpp>
+#include <opencv2/imgcodecs.hpp>
+#include <pugixml.hpp>
+#include <sstream>
+#include <stdexcept>
+
+#include "host/Image.h"
+#include "host/MaskImage.h"
+#include "host/Parameters.h"
+#include "host/Text.h"
+#include "host/framework/FolderStream.h"
+#include "host/framework/XMLStream.h"
+#include "runtime/Components.h"
+
+namespace {
+
+using nlohmann::json;
+
+constexpr const char* kListing = "figures.json";
+
+[[noreturn]] void Unsound(const Figure& figure, std::string_view why) {
+    throw std::runtime_error(fmt::format("figure {}: {}", figure.name, why));
+}
+
+Figure NewFigure(const Session& session, const std::string& name, const std::string& className) {
+    CheckFigureName(name);
+    return {name, className, session.Create(className), nullptr};
+}
+
+// ---------------------------------------------------------------------------------------------------
+// What figures save of themselves, in either kind of stream
+
+void SaveState(const Figure& figure, IDataStream* stream) {
+    if (const auto persist = figure.As<IDataPersist>()) {
+        persist->Save(stream, 0);
+    } else if (const auto list = SmartPtr<IDataPersist>::QueryFrom(ParameterList(figure).Get())) {
+        list->Save(stream, 0);
+    }
+}
+
+// Figures take what they find in a parameter list and say nothing about the rest, so the host looks at
+// the list first. The stream is read from its start: `makeStream` gives a new one for each reading.
+template <class MakeStream>
+void LoadState(const Figure& figure, MakeStream makeStream) {
+    const SmartPtr<INamedCollection> list = BASEObject::CreateParameters();
+    const auto persist = SmartPtr<IDataPersist>::QueryFrom(list.Get());
+    if (!persist || Failed(persist->Load(makeStream().Get(), 0))) {
+        Unsound(figure, "its values are damaged");
+    }
+    for (const NamedValue& entry : Entries(*list)) {
+        const auto* text = std::get_if<std::string>(&entry.value);
+        if (text != nullptr && !ParseNumber(*text)) {
+            Unsound(figure, fmt::format("{} is not a number", entry.name));
+        }
+    }
+    if (const auto object = figure.As<IDataPersist>()) {
+        object->Load(makeStream().Get(), 0);
+    } else {
+        ApplyParameterList(figure, *list);
+    }
+}
+
+// ---------------------------------------------------------------------------------------------------
+// Folders
+
+std::string FolderOf(const Figure& figure) { return "figures/" + figure.name; }
+
+FolderArchive::Block BlockOf(const std::string& text) { return {text.begin(), text.end()}; }
+
+void SaveMaskImage(const Figure& figure, FolderArchive& archive) {
+    const cv::Mat image = MaskImageOf(figure);
+    FolderArchive::Block png;
+    if (!image.empty() && cv::imencode(".png", image, png)) {
+        archive.Put(FolderOf(figure) + "/mask.png", std::move(png));
+    }
+}
+
+void LoadMaskImage(const Figure& figure, const FolderArchive& archive) {
+    if (const FolderArchive::Block* png = archive.Find(FolderOf(figure) + "/mask.png")) {
+        const cv::Mat image = DecodeImage({reinterpret_cast<const char*>(png->data()), png->size()});
+        if (image.empty() || image.type() != CV_8UC1) {
+            Unsound(figure, "its mask is damaged");
+        }
+        SetMaskImage(figure, image);
+    }
+}
+
+void SaveGeometry(const Figure& figure, FolderArchive& archive) {
+    if (!figure.geometry) {
+        return;
+    }
+    json points = json::array();
+    for (int i = 0; i < figure.geometry->GetCount(); ++i) {
+        ImagePoint point;
+        figure.geometry->GetPoint(i, &point.x, &point.y);
+        points.push_back({point.x, point.y});
+    }
+    archive.Put(FolderOf(figure) + "/geometry.json", BlockOf(points.dump()));
+}
+
+void LoadGeometry(Figure& figure, const FolderArchive& archive) {
+    if (const FolderArchive::Block* block = archive.Find(FolderOf(figure) + "/geometry.json")) {
+        std::vector<ImagePoint> points;
+        for (const json& point : json::parse(*block)) {
+            points.emplace_back(point.at(0).get<double>(), point.at(1).get<double>());
+        }
+        SetGeometry(figure, points);
+    }
+}
+
+// The blocks of a profile; it takes what it finds of them and does not say what is missing.
+void CheckProfile(const Figure& figure, const FolderArchive& archive) {
+    constexpr std::size_t kBytesPerPoint = 6 * sizeof(double);
+    const FolderArchive::Block* count = archive.Find(FolderOf(figure) + "/NumberPoints");
+    const FolderArchive::Block* points = archive.Find(FolderOf(figure) + "/Points");
+    std::uint32_t number = 0;
+    if (count != nullptr && count->size() == sizeof number) {
+        std::memcpy(&number, count->data(), sizeof number);
+    }
+    if (count == nullptr || count->size() != sizeof number ||
+        (points != nullptr ? points->size() : 0) != number * kBytesPerPoint) {
+        Unsound(figure, "its points are damaged");
+    }
+}
+
+void LoadFigure(Figure& figure, const std::shared_ptr<FolderArchive>& archive) {
+    const auto makeStream = [&] { return MakeFolderStream(archive, FolderOf(figure)); };
+    if (figure.As<IROIProfile>()) {
+        CheckProfile(figure, *archive);
+        if (Failed(figure.As<IDataPersist>()->Load(makeStream().Get(), 0))) {
+            Unsound(figure, "it has too many points");
+        }
+        return;
+    }
+    LoadState(figure, makeStream);
+    LoadMaskImage(figure, *archive);
+    LoadGeometry(figure, *archive);
+}
+
+}  // namespace
+
+std::string WriteFolderSet(const std::vector<Figure>& figures) {
+    const auto archive = std::make_shared<FolderArchive>();
+    json listing = json::array();
+    for (const Figure& figure : figures) {
+        listing.push_back({{"name", figure.name}, {"class", figure.className}});
+        SaveState(figure, MakeFolderStream(archive, FolderOf(figure)).Get());
+        SaveMaskImage(figure, *archive);
+        SaveGeometry(figure, *archive);
+    }
+    archive->Put(kListing, BlockOf(listing.dump(1)));
+    return archive->ToBytes();
+}
+
+std::vector<Figure> ReadFolderSet(const Session& session, std::string_view bytes) {
+    const auto archive = std::make_shared<FolderArchive>(FolderArchive::FromBytes(bytes));
+    const FolderArchive::Block* listing = archive->Find(kListing);
+    if (listing == nullptr) {
+        throw std::runtime_error("the archive lists no figures");
+    }
+    std::vector<Figure> figures;
+    for (const json& entry : json::parse(*listing)) {
+        figures.push_back(NewFigure(session, entry.at("name"), entry.at("class")));
+        LoadFigure(figures.back(), archive);
+    }
+    return figures;
+}
+
+// ---------------------------------------------------------------------------------------------------
+// XML
+
+std::string WriteXMLSet(const std::vector<Figure>& figures) {
+    const auto document = std::make_shared<pugi::xml_document>();
+    pugi::xml_node root = document->append_child("figures");
+    for (const Figure& figure : figures) {
+        pugi::xml_node element = root.append_child("figure");
+        element.append_attribute("name") = figure.name.c_str();
+        element.append_attribute("class") = figure.className.c_str();
+        SaveState(figure, MakeXMLStream(document, element.append_child("values")).Get());
+    }
+    std::ostringstream text;
+    document->save(text, "  ");
+    return text.str();
+}
+
+std::vector<Figure> ReadXMLSet(const Session& session, std::string_view bytes) {
+    const auto document = std::make_shared<pugi::xml_document>();
+    const pugi::xml_parse_result parsed = document->load_buffer(bytes.data(), bytes.size());
+    if (!parsed) {
+        throw std::runtime_error(fmt::format("{} at byte {}", parsed.description(), parsed.offset));
+    }
+    const pugi::xml_node root = document->child("figures");
+    if (!root) {
+        throw std::runtime_error("it has no element figures");
+    }
+    std::vector<Figure> figures;
+    for (const pugi::xml_node element : root.children("figure")) {
+        figures.push_back(NewFigure(session, element.attribute("name").value(), element.attribute("class").value()));
+        // A profile reads no XML. The others look for their values one element down.
+        if (!figures.back().As<IROIProfile>()) {
+            LoadState(figures.back(), [&] { return MakeXMLStream(document, element); });
+        }
+    }
+    return figures;
+}
+
+std::string LostInXML(const Figure& figure) {
+    int points = 0;
+    if (const auto profile = figure.As<IROIProfile>();
+        profile && Succeeded(profile->GetNumberPoints(&points)) && points > 0) {
+        return "XML does not keep the points of a profile";
+    }
+    if (!MaskImageOf(figure).empty()) {
+        return "XML does not keep the image of a mask";
+    }
+    if (figure.geometry) {
+        return "XML does not keep the geometry of a shape";
+    }
+    if (!figure.As<IROIEllipse>()) {
+        return {};
+    }
+    std::string lossy;
+    for (const NamedValue& entry : ReadParameters(figure)) {
+        const double value = std::get<double>(entry.value);
+        if (value != std::trunc(value) || std::abs(value) > INT_MAX) {
+            lossy += (lossy.empty() ? "" : ", ") + entry.name;
+        }
+    }
+    return lossy.empty() ? lossy : "XML keeps whole numbers only of an ellipse, which cuts " + lossy;
+}
