@@ -21,8 +21,7 @@ template <class Value>
 Moments MomentsOf(const cv::Mat& plane, const std::vector<Span>& spans) {
     // Differences of 16-bit values and their squares fit an integer for any image that fits in memory.
     using Sum = std::conditional_t<std::is_integral_v<Value> && sizeof(Value) <= 2, std::int64_t, double>;
-    const Value first = plane.at<Value>(spans.front().y, spans.front().firstX);
-    const Sum reference = first;
+    const auto reference = static_cast<Sum>(plane.at<Value>(spans.front().y, spans.front().firstX));
     Sum sum = 0;
     Sum squares = 0;
     // Above and below every value; they stay so when no value is a number.

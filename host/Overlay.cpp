@@ -97,6 +97,7 @@ std::vector<Path> Contours(const std::vector<Span>& spans) {
         cv::findContours(Painted(spans, box), contours, cv::RETR_CCOMP, cv::CHAIN_APPROX_SIMPLE, box.tl());
     }
     std::vector<Path> paths;
+    paths.reserve(contours.size());
     for (const auto& contour : contours) {
         paths.push_back(Closed(Path(contour.begin(), contour.end())));
     }
@@ -241,8 +242,8 @@ class Pen {
         }
         Take(best);
         const cv::Point origin(best.x, best.y + best.height);
-        const int width = std::max(1, ToInt32(std::lround(Scaled(height / 12.0))));
-        const int border = ToInt32(std::lround(Scaled(1.2)));
+        const int width = std::max(1, ToInt32(std::round(Scaled(height / 12.0))));
+        const int border = ToInt32(std::round(Scaled(1.2)));
         cv::putText(m_picture, text, origin, kFont, FontScale(height), kDark, width + 2 * border, cv::LINE_AA);
         cv::putText(m_picture, text, origin, kFont, FontScale(height), color, width, cv::LINE_AA);
     }
@@ -255,7 +256,7 @@ class Pen {
     static constexpr int kShift = 4;
     static constexpr int kFont = cv::FONT_HERSHEY_SIMPLEX;
 
-    static int Fixed(double value) noexcept { return ToInt32(std::lround(value * (1 << kShift))); }
+    static int Fixed(double value) noexcept { return ToInt32(std::round(value * (1 << kShift))); }
     static cv::Point Fixed(cv::Point2d at) noexcept { return {Fixed(at.x), Fixed(at.y)}; }
     cv::Rect Everything() const noexcept { return {cv::Point(0, 0), m_picture.size()}; }
     void Take(const cv::Rect& box) { m_taken(box & Everything()).setTo(1); }
@@ -276,7 +277,7 @@ class Pen {
         const cv::Point2d direction = to - from;
         if (const auto seen = ClipLine(room, from, direction, {0.0, 1.0})) {
             cv::line(m_picture, Fixed(from + direction * seen->from), Fixed(from + direction * seen->to), color,
-                     std::max(1, ToInt32(std::lround(Scaled(width)))), cv::LINE_AA, kShift);
+                     std::max(1, ToInt32(std::round(Scaled(width)))), cv::LINE_AA, kShift);
         }
     }
 

@@ -89,12 +89,12 @@ class KeptRoll {
 
 using Values = std::map<std::string, std::variant<int, double>>;
 
+bool IsThickness(const std::string& name) { return name == "Thickness1" || name == "Thickness2"; }
+
 // A profile takes its two thicknesses only together, and only when neither is 0.
 void CompleteThickness(const Figure& figure, const std::vector<NamedValue>& current, Values& values) {
-    static constexpr const char* kThicknesses[] = {"Thickness1", "Thickness2"};
-    const auto given = [&](const char* name) { return values.contains(name); };
     const auto profile = figure.As<IROIProfile>();
-    if (!profile || std::none_of(std::begin(kThicknesses), std::end(kThicknesses), given)) {
+    if (!profile || std::none_of(values.begin(), values.end(), [](const auto& v) { return IsThickness(v.first); })) {
         return;
     }
     int count = 0;
@@ -103,10 +103,11 @@ void CompleteThickness(const Figure& figure, const std::vector<NamedValue>& curr
         throw UsageError("cannot set thickness", figure.name, "the profile has no points");
     }
     for (const NamedValue& value : current) {
-        const bool isThickness =
-            std::find(std::begin(kThicknesses), std::end(kThicknesses), value.name) != std::end(kThicknesses);
-        if (isThickness &&
-            std::get<double>(values.try_emplace(value.name, std::get<double>(value.value)).first->second) == 0.0) {
+        if (!IsThickness(value.name)) {
+            continue;
+        }
+        const auto& thickness = values.try_emplace(value.name, std::get<double>(value.value)).first->second;
+        if (std::get<double>(thickness) == 0.0) {
             throw UsageError("cannot set thickness", figure.name, "a profile takes no thickness of 0");
         }
     }

@@ -19,6 +19,7 @@
 #include "host/Error.h"
 #include "host/SafeFile.h"
 #include "host/Text.h"
+#include "runtime/Numbers.h"
 
 // ---------------------------------------------------------------------------------------------------
 // Sampling
@@ -81,8 +82,10 @@ class Sampler {
         if (std::ceil(segment.band.from) > std::floor(segment.band.to)) {
             Add(at + segment.across * (0.5 * (segment.band.from + segment.band.to)));
         } else if (const auto seen = ClipLine(reach, at, segment.across, segment.band)) {
-            for (double offset = std::ceil(seen->from); offset <= seen->to; ++offset) {
-                Add(at + segment.across * offset);
+            const double first = std::ceil(seen->from);
+            const int count = ToInt32(std::floor(seen->to) - first) + 1;
+            for (int i = 0; i < count; ++i) {
+                Add(at + segment.across * (first + i));
             }
         }
         CurvePoint point{distance, at, kNothing, kNothing, static_cast<int>(m_map.size())};
@@ -128,7 +131,7 @@ std::vector<CurvePoint> SampleCurve(IROIProfile& profile, const std::string& nam
     Sampler sampler(plane);
     std::vector<CurvePoint> curve;
     auto segment = segments.begin();
-    for (double distance = 0.0; distance <= length; ++distance) {
+    for (int distance = 0; distance <= ToInt32(length); ++distance) {
         while (distance >= segment->from + segment->length && segment + 1 != segments.end()) {
             ++segment;
         }

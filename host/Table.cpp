@@ -81,13 +81,13 @@ std::string Table::Format(TableFormat format) const {
 
 std::string Table::AsText() const {
     std::vector<std::vector<std::string>> lines = {m_columns};
-    std::vector<char> numeric(m_columns.size(), false);
+    std::vector<bool> numeric(m_columns.size(), false);
     for (const auto& row : m_rows) {
         auto& line = lines.emplace_back();
         for (std::size_t column = 0; column < row.size(); ++column) {
             const bool nothing = std::holds_alternative<std::monostate>(row[column]);
             line.push_back(nothing ? "-" : Harmless(TextOf(row[column])));
-            numeric[column] |= static_cast<char>(IsNumber(row[column]));
+            numeric[column] = numeric[column] || IsNumber(row[column]);
         }
     }
     std::vector<std::size_t> widths(m_columns.size());
@@ -100,7 +100,7 @@ std::string Table::AsText() const {
     for (const auto& line : lines) {
         std::string padded;
         for (std::size_t column = 0; column < line.size(); ++column) {
-            padded += (column == 0 ? "" : "  ") + Padded(line[column], widths[column], numeric[column] != 0);
+            padded += (column == 0 ? "" : "  ") + Padded(line[column], widths[column], numeric[column]);
         }
         text += padded.substr(0, padded.find_last_not_of(' ') + 1) + '\n';
     }

@@ -138,7 +138,10 @@ Result ReadEntry(BlockReader* reader, ParameterEntries* entries) {
 
 SmartPtr<ICreatableString> BlockName(tagREFString text) noexcept {
     auto name = MakeObject<ICreatableString, CCreatableString>();
-    return name && Succeeded(name->SetText(text.length, text.text)) ? name : nullptr;
+    if (name && Failed(name->SetText(text.length, text.text))) {
+        name.Reset();
+    }
+    return name;
 }
 
 }  // namespace

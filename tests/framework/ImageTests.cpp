@@ -191,10 +191,13 @@ TEST_F(ImageTest, AnEllipseIsClosedAndFollowsTheTrueCurve) {
 
 TEST_F(ImageTest, AnArcCoversItsAnglesOnly) {
     const Canvas canvas(100, 100);
-    ASSERT_EQ(canvas.graphics->Arc(50, 50, 40, 20, 0.0f, kTurn / 4, -1), S_OK);
-    EXPECT_EQ(canvas.Row(50)[90], 255);
-    EXPECT_EQ(canvas.Row(70)[50], 255);
-    EXPECT_EQ(canvas.Row(50)[10] + canvas.Row(30)[50] + canvas.Row(36)[78], 0);
+    // The left half in either direction, and the right half across a full turn.
+    ASSERT_EQ(canvas.graphics->Arc(50, 50, 40, 20, kTurn * 0.3f, kTurn * 0.7f, -1), S_OK);
+    ASSERT_EQ(canvas.graphics->Arc(50, 50, 30, 15, kTurn * 0.7f, kTurn * 0.3f, -1), S_OK);
+    ASSERT_EQ(canvas.graphics->Arc(50, 50, 20, 10, kTurn * 0.8f, kTurn * 1.2f, -1), S_OK);
+    EXPECT_EQ(canvas.Row(50)[10] + canvas.Row(50)[20] + canvas.Row(50)[70], 3 * 255);
+    EXPECT_EQ(canvas.Row(50)[90] + canvas.Row(50)[80] + canvas.Row(50)[30], 0);
+    EXPECT_EQ(canvas.Row(30)[50] + canvas.Row(70)[50] + canvas.Row(40)[50], 0);
 }
 
 TEST_F(ImageTest, FilesKeepTheirPixels) {

@@ -306,36 +306,37 @@ TEST_F(Edit, WorksFromAnyFolderAndThroughLinks) {
     Done({"set", "link.roi", "ring", "CenterX=7"});
     EXPECT_TRUE(std::filesystem::is_symlink(Folder() / "link.roi"));
     EXPECT_EQ(std::filesystem::status(Folder() / "sub/a.roi").permissions(), std::filesystem::perms(0640));
-    const RunResult above = RunProgram({BIN_DIR "/roi", "list", "../sub/a.roi", "--format", "csv"}, Folder() / "sub");
+    const std::string program = BIN_DIR "/roi";
+    const RunResult above = RunProgram({program, "list", "../sub/a.roi", "--format", "csv"}, Folder() / "sub");
     EXPECT_TRUE(Has(above.out, "CenterX=7")) << above.err;
 }
 
-TEST_F(Edit, AMissingModuleIsOneLineInTheLoadersWords) {
-    namespace fs = std::filesystem;
-    for (const std::string missing : {"CollectionsEx", "Collections", "CIF", "Geometry", "ROI"}) {
-        const fs::path bin = Folder() / missing;
-        fs::create_directory(bin);
-        fs::copy_file(BIN_DIR "/roi", bin / "roi");
-        for (const std::string module : {"CollectionsEx", "Collections", "CIF", "Geometry", "ROI"}) {
-            if (module != missing) {
-                fs::copy_file(fs::path(BIN_DIR) / (module + ".so"), bin / (module + ".so"));
-            }
+constexpr const char* kModules[] = {"CollectionsEx.so", "Collections.so", "CIF.so", "Geometry.so", "ROI.so"};
+
+// Copies the program and its modules but one; gives the program's path.
+std::string Install(const std::filesystem::path& bin, const std::filesystem::path& lib, const std::string& without) {
+    std::filesystem::create_directories(bin);
+    std::filesystem::create_directories(lib);
+    std::filesystem::copy_file(BIN_DIR "/roi", bin / "roi");
+    for (const char* module : kModules) {
+        if (module != without) {
+            std::filesystem::copy_file(std::filesystem::path(BIN_DIR) / module, lib / module);
         }
-        const std::string file = "./" + missing + ".so";
-        ExpectOneLine(RunProgram({bin / "roi", "classes"}, Folder()), 1,
-                      "cannot load module: " + file + ": " + file + ": cannot open shared object file");
+    }
+    return bin / "roi";
+}
+
+TEST_F(Edit, AMissingModuleIsOneLineInTheLoadersWords) {
+    for (const std::string missing : kModules) {
+        const std::filesystem::path bin = Folder() / missing;
+        ExpectOneLine(RunProgram({Install(bin, bin, missing), "classes"}, Folder()), 1,
+                      "cannot load module: ./" + missing + ": ./" + missing + ": cannot open shared object file");
     }
 }
 
 TEST_F(Edit, AnInstalledProgramFindsItsModules) {
-    namespace fs = std::filesystem;
-    fs::create_directories(Folder() / "bin");
-    fs::create_directories(Folder() / "lib/roi");
-    fs::copy_file(BIN_DIR "/roi", Folder() / "bin/roi");
-    for (const char* module : {"CollectionsEx.so", "Collections.so", "CIF.so", "Geometry.so", "ROI.so"}) {
-        fs::copy_file(fs::path(BIN_DIR) / module, Folder() / "lib/roi" / module);
-    }
-    EXPECT_TRUE(Has(RunProgram({Folder() / "bin/roi", "classes"}, Folder()).out, "ROIShape"));
+    const std::string program = Install(Folder() / "bin", Folder() / "lib/roi", "");
+    EXPECT_TRUE(Has(RunProgram({program, "classes"}, Folder()).out, "ROIShape"));
 }
 
 TEST_F(Edit, HelpAndVersionAnswerOnStandardOutput) {

@@ -47,6 +47,7 @@ inline RunResult RunProgram(std::vector<std::string> command, const std::filesys
     const std::unique_ptr<std::FILE, decltype(closing)> out(std::tmpfile(), closing);
     const std::unique_ptr<std::FILE, decltype(closing)> err(std::tmpfile(), closing);
     std::vector<char*> arguments;
+    arguments.reserve(command.size() + 1);
     for (std::string& argument : command) {
         arguments.push_back(argument.data());
     }

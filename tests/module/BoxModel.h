@@ -237,7 +237,7 @@ class BoxDriver {
                 if constexpr (kSlanted) {
                     return Lean(angle, length);
                 } else {
-                    const double ratio = m_random.Chance(0.5) ? m_random.In(0.3, 3) : -1.0 * m_random.Below(2);
+                    const double ratio = m_random.Chance(0.5) ? m_random.In(0.05, 3) : -1.0 * m_random.Below(2);
                     EXPECT_EQ(figure->SetAspectRatio(ratio), S_OK);
                     m_model.aspect = ratio;
                     m_model.height = ratio > 0 ? m_model.width / ratio : m_model.height;

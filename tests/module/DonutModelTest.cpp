@@ -405,6 +405,12 @@ TEST_P(Ring, TestsAgainstTheProductOfTheRadii) {
     figure->SetRadius(1, 40, 10);
     EXPECT_EQ(figure->HitTest(80, 50, nullptr), E_FAIL);
     EXPECT_EQ(figure->HitTest(50, 70, nullptr), S_OK);
+    // With equal x radii ring 0 is the inner one.
+    figure->SetRadius(0, 10, 5);
+    figure->SetRadius(1, 10, 20);
+    EXPECT_EQ(figure->HitTest(60, 50, nullptr), S_OK);
+    figure->SetRadius(0, 10, 40);
+    EXPECT_EQ(figure->HitTest(67, 50, nullptr), E_FAIL);
     EXPECT_EQ(figure->Transform(nullptr), E_INVALIDARG);
 }
 

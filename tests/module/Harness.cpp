@@ -2,11 +2,10 @@
 
 #include <dlfcn.h>
 
-#include <array>
+#include <algorithm>
 #include <atomic>
 #include <cmath>
 #include <cstdlib>
-#include <cstring>
 #include <new>
 #include <ostream>
 
@@ -196,7 +195,7 @@ Result BlockStream::ReadBinary(IString* name, void* data, int bytes, int reserve
     for (const auto& [key, block] : blocks) {
         if (key == TextOf(name)) {
             const std::size_t wanted = static_cast<std::size_t>(bytes);
-            std::memcpy(data, block.data(), std::min(wanted, block.size()));
+            std::copy_n(block.begin(), std::min(wanted, block.size()), static_cast<std::uint8_t*>(data));
             return block.size() >= wanted ? S_OK : E_FAIL;
         }
     }
