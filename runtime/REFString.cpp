@@ -1,39 +1,47 @@
 #include "runtime/REFString.h"
 
+#include <algorithm>
 #include <climits>
+#include <new>
+#include <utility>
 
-bool CREFString::Assign(const wchar_t* characters, int count) noexcept {
-    wchar_t* copy = nullptr;
-    if (count > 0) {
-        copy = new (std::nothrow) wchar_t[static_cast<std::size_t>(count)];
-        if (copy == nullptr) {
-            return false;
-        }
-        std::wmemcpy(copy, characters, static_cast<std::size_t>(count));
+CREFString::CREFString(CREFString&& other) noexcept
+    : tagREFString{std::exchange(other.length, 0), m_inline},
+      m_capacity(std::exchange(other.m_capacity, kInline)),
+      m_heap(std::move(other.m_heap)) {
+    if (m_heap) {
+        text = m_heap.get();
+    } else {
+        std::copy_n(other.m_inline, length, m_inline);
     }
-    delete[] text;
-    text = copy;
-    length = count > 0 ? count : 0;
-    return true;
+    other.text = other.m_inline;
 }
 
-bool CREFString::Append(const wchar_t* characters, int count) noexcept {
-    if (count <= 0) {
+// Keeps the first `kept` characters and puts the new ones behind them.
+bool CREFString::Put(int kept, const wchar_t* characters, int count) noexcept {
+    count = std::max(count, 0);
+    if (count > INT_MAX - kept) {
+        return false;
+    }
+    const int joined = kept + count;
+    if (joined <= m_capacity) {
+        if (count > 0) {
+            std::wmemmove((m_heap ? m_heap.get() : m_inline) + kept, characters, static_cast<std::size_t>(count));
+        }
+        length = joined;
         return true;
     }
-    if (length > INT_MAX - count) {
+    const int capacity = std::max(joined, m_capacity <= INT_MAX / 2 ? 2 * m_capacity : INT_MAX);
+    std::unique_ptr<wchar_t[]> grown(new (std::nothrow) wchar_t[static_cast<std::size_t>(capacity)]);
+    if (grown == nullptr) {
         return false;
     }
-    auto* joined = new (std::nothrow) wchar_t[static_cast<std::size_t>(length) + static_cast<std::size_t>(count)];
-    if (joined == nullptr) {
-        return false;
-    }
-    if (length > 0) {
-        std::wmemcpy(joined, text, static_cast<std::size_t>(length));
-    }
-    std::wmemcpy(joined + length, characters, static_cast<std::size_t>(count));
-    delete[] text;
-    text = joined;
-    length += count;
+    // The old contents live until both copies are made, since the new ones may be part of them.
+    std::copy_n(text, kept, grown.get());
+    std::copy_n(characters, count, grown.get() + kept);
+    m_heap = std::move(grown);
+    m_capacity = capacity;
+    text = m_heap.get();
+    length = joined;
     return true;
 }

@@ -3,7 +3,7 @@
 
 #include <cstddef>
 #include <cwchar>
-#include <new>
+#include <memory>
 #include <type_traits>
 
 #include "runtime/InterfaceId.h"
@@ -37,20 +37,22 @@ inline bool operator==(const tagREFString& a, const tagREFString& b) noexcept {
 }
 inline bool operator!=(const tagREFString& a, const tagREFString& b) noexcept { return !(a == b); }
 
-/// A reference string that owns its text. Also the place from which the module gets the small
-/// components it is forever in need of: strings, variants and collections.
+/// A reference string that owns its text. Short texts stand inside it: names of parameters are made, read
+/// and dropped by the dozen, and should not cost an allocation each.
+///
+/// Also the place from which a module gets the small components it is forever in need of: strings,
+/// variants and collections.
 class CREFString : public tagREFString {
   public:
-    CREFString() noexcept : tagREFString{0, nullptr} {}
-    CREFString(const CREFString&) = delete;
+    CREFString() noexcept : tagREFString{0, m_inline} {}
+    CREFString(CREFString&& other) noexcept;
     CREFString& operator=(const CREFString&) = delete;
-    ~CREFString() { delete[] text; }
 
-    /// Replaces the text by a copy of `count` characters; a count of 0 or less empties it.
-    /// Returns false, with the old text kept, when there is no memory.
-    bool Assign(const wchar_t* characters, int count) noexcept;
-    /// Adds a copy of `count` characters; a count of 0 or less adds nothing. False as for Assign.
-    bool Append(const wchar_t* characters, int count) noexcept;
+    /// Replaces the contents by a copy of `count` characters, or adds them; a count of 0 or less stands
+    /// for no characters. The characters may be part of this text. False, with the contents kept, when
+    /// there is no memory.
+    bool Assign(const wchar_t* characters, int count) noexcept { return Put(0, characters, count); }
+    bool Append(const wchar_t* characters, int count) noexcept { return Put(length, characters, count); }
 
     /// A new, empty string component, or null when the sibling modules cannot make one.
     static SmartPtr<IString> CreateString() noexcept;
@@ -58,4 +60,13 @@ class CREFString : public tagREFString {
     static SmartPtr<IVariant> CreateVariant() noexcept;
     /// A new, empty collection component, or null.
     static SmartPtr<ISuperCollection> CreateCollection() noexcept;
+
+  private:
+    static constexpr int kInline = 24;
+
+    bool Put(int kept, const wchar_t* characters, int count) noexcept;
+
+    int m_capacity = kInline;
+    std::unique_ptr<wchar_t[]> m_heap;
+    wchar_t m_inline[kInline];
 };

@@ -8,7 +8,7 @@ Result CComponentString::CreateInstance(const IID& iid, void** out) noexcept {
     }
     *out = nullptr;
     if (m_create == nullptr) {
-        m_create = MODULECreateFunction(m_moduleName.View(), m_className.View());
+        m_create = MODULECreateFunction(m_moduleName, m_className);
     }
     IID wanted = iid;
     return m_create != nullptr ? m_create(nullptr, &wanted, out) : E_FAIL;
@@ -21,7 +21,7 @@ Result CComponentString::SetString(int field, tagREFString value) noexcept {
     if (value.length < 0 || (value.text == nullptr && value.length > 0)) {
         return Misuse("IComponentString::SetString", "no characters");
     }
-    SmallText& target = field == kDescriptorClassName ? m_className : m_moduleName;
+    CREFString& target = field == kDescriptorClassName ? m_className : m_moduleName;
     if (!target.Assign(value.text, value.length)) {
         return E_FAIL;
     }

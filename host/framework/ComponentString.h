@@ -2,7 +2,6 @@
 #pragma once
 
 #include "host/framework/FrameworkComponent.h"
-#include "host/framework/SmallText.h"
 
 class CComponentString;
 template <>
@@ -17,8 +16,8 @@ class CComponentString final : public FrameworkComponent<CComponentString, IComp
     Result SetString(int field, tagREFString value) noexcept override;
 
   private:
-    SmallText m_className;
-    SmallText m_moduleName;
+    CREFString m_className;
+    CREFString m_moduleName;
     // Found on first use; null again when a field changes.
     ComponentCreator m_create = nullptr;
 };

@@ -4,9 +4,8 @@ Result CCreatableString::GetText(const wchar_t** text, int* length) noexcept {
     if (text == nullptr || length == nullptr) {
         return Misuse("IString::GetText", "null output");
     }
-    const tagREFString view = m_text.View();
-    *text = view.text;
-    *length = view.length;
+    *text = m_text.text;
+    *length = m_text.length;
     return S_OK;
 }
 

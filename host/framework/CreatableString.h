@@ -2,7 +2,6 @@
 #pragma once
 
 #include "host/framework/FrameworkComponent.h"
-#include "host/framework/SmallText.h"
 
 class CCreatableString;
 template <>
@@ -17,5 +16,5 @@ class CCreatableString final : public FrameworkComponent<CCreatableString, ICrea
     Result Append(int count, const wchar_t* characters) noexcept override;
 
   private:
-    SmallText m_text;
+    CREFString m_text;
 };

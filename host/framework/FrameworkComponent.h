@@ -7,6 +7,7 @@
 #include <exception>
 #include <utility>
 
+#include "runtime/Framework.h"
 #include "runtime/Module.h"
 #include "runtime/SmartPtr.h"
 
@@ -47,4 +48,10 @@ Result Guarded(const char* operation, Body body) noexcept {
         std::fprintf(stderr, "%s: unknown failure\n", operation);
     }
     return E_FAIL;
+}
+
+/// Replaces a text by a copy of a string's; false, with the text kept, when that fails.
+inline bool CopyText(IString& from, CREFString& to) noexcept {
+    tagREFString text{0, nullptr};
+    return Succeeded(from.GetText(&text.text, &text.length)) && to.Assign(text.text, text.length);
 }

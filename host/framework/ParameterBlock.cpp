@@ -156,7 +156,7 @@ Result SaveBlock(const ParameterEntries& entries, IFolderStream& stream) {
         }
         writer.Put(static_cast<std::int32_t>(entry.presentationKind));
         writer.Put(static_cast<std::uint32_t>(value.type));
-        writer.PutText(entry.name.View());
+        writer.PutText(entry.name);
         PutValue(value, &writer);
     }
     const Bytes& bytes = writer.Written();

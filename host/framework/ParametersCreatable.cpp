@@ -25,7 +25,7 @@ Result CParametersCreatable::FindByName(IString* name, int* index) noexcept {
     tagREFString wanted{0, nullptr};
     name->GetText(&wanted.text, &wanted.length);
     for (std::size_t i = 0; i < m_entries.size(); ++i) {
-        if (m_entries[i].name.View() == wanted) {
+        if (m_entries[i].name == wanted) {
             *index = static_cast<int>(i);
             return S_OK;
         }
@@ -43,7 +43,7 @@ Result CParametersCreatable::Add(IString* name, IUnknown* value, int reserved, i
     }
     return Guarded("INamedCollection::Add", [&] {
         ParameterEntry entry;
-        if (!entry.name.Assign(*name)) {
+        if (!CopyText(*name, entry.name)) {
             return E_FAIL;
         }
         entry.item = SmartPtr<IUnknown>::Share(value);
@@ -63,7 +63,7 @@ Result CParametersCreatable::GetEntryName(int index, tagREFString* name) noexcep
         return Misuse("IListing::GetName", "null output");
     }
     const ParameterEntry* entry = At(index);
-    *name = entry != nullptr ? entry->name.View() : tagREFString{0, nullptr};
+    *name = entry != nullptr ? static_cast<const tagREFString&>(entry->name) : tagREFString{0, nullptr};
     return entry != nullptr ? S_OK : E_INVALIDARG;
 }
 
@@ -94,7 +94,7 @@ Result SaveElements(const ParameterEntries& entries, IXMLStream& stream) {
         return E_FAIL;
     }
     for (std::size_t i = 0; i < entries.size(); ++i) {
-        const tagREFString nameText = entries[i].name.View();
+        const tagREFString nameText = entries[i].name;
         if (Failed(name->SetText(nameText.length, nameText.text)) ||
             Failed(value->SetText(static_cast<int>(texts[i].size()), texts[i].data())) ||
             Failed(stream.WriteValue(name.Get(), 0, value.Get(), 0))) {

@@ -5,11 +5,10 @@
 
 #include "host/framework/FrameworkComponent.h"
 #include "host/framework/Listing.h"
-#include "host/framework/SmallText.h"
 
 /// One named value.
 struct ParameterEntry {
-    SmallText name;
+    CREFString name;
     SmartPtr<IUnknown> item;
     int presentationKind = 0;
 };

@@ -9,7 +9,8 @@ Result CSuperCollection::AddPage(IString* key, IString* pageClass, IString* obje
     }
     return Guarded("ISuperCollection::AddPage", [&] {
         Page page;
-        if (!page.key.Assign(*key) || !page.pageClass.Assign(*pageClass) || !page.objectName.Assign(*objectName)) {
+        if (!CopyText(*key, page.key) || !CopyText(*pageClass, page.pageClass) ||
+            !CopyText(*objectName, page.objectName)) {
             return E_FAIL;
         }
         m_pages.push_back(std::move(page));
@@ -28,8 +29,8 @@ Result CSuperCollection::GetPage(int index, tagREFString* key, tagREFString* pag
         return E_INVALIDARG;
     }
     const Page& page = m_pages[static_cast<std::size_t>(index)];
-    *key = page.key.View();
-    *pageClass = page.pageClass.View();
-    *objectName = page.objectName.View();
+    *key = page.key;
+    *pageClass = page.pageClass;
+    *objectName = page.objectName;
     return S_OK;
 }

@@ -5,7 +5,6 @@
 
 #include "host/framework/Extensions.h"
 #include "host/framework/FrameworkComponent.h"
-#include "host/framework/SmallText.h"
 
 class CSuperCollection;
 template <>
@@ -22,9 +21,9 @@ class CSuperCollection final : public FrameworkComponent<CSuperCollection, ISupe
 
   private:
     struct Page {
-        SmallText key;
-        SmallText pageClass;
-        SmallText objectName;
+        CREFString key;
+        CREFString pageClass;
+        CREFString objectName;
     };
 
     std::vector<Page> m_pages;
