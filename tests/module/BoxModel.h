@@ -59,10 +59,15 @@ struct BoxModel {
         width = sx == 0 ? width : u + (keepCenter ? u : width / 2);
         height = sy == 0 ? height : v + (keepCenter ? v : height / 2);
         if (square) {
-            width = height = sx == 0 ? height : sy == 0 ? width : (width + height) / 2;
+            const double side = sx == 0 ? height : sy == 0 ? width : (width + height) / 2;
+            width = height = side;
         }
         if (aspect > 0) {
-            (sy == 0 ? height : width) = sy == 0 ? width / aspect : aspect * height;
+            if (sy == 0) {
+                height = width / aspect;
+            } else {
+                width = aspect * height;
+            }
         }
         const Point half(sx * width / 2, sy * height / 2);
         if (!keepCenter) {

@@ -38,17 +38,12 @@ TEST(Ellipse, DragsItsNodes) {
 
 TEST(Ellipse, TellsItsNodes) {
     auto figure = Ellipse({50, 50}, {-5, 7});
-    for (const auto& [node, at] : {std::pair(2, Point(45, 50)),
-                                   {3, Point(50, 43)},
-                                   {1, Point(50, 50)},
-                                   {4, Point(50, 50)},
-                                   {7, Point(50, 50)},
-                                   {-2, Point(50, 50)},
-                                   {0x202, Point(50, 50)},
-                                   {0x105, Point(50, 50)},
-                                   {5, Point(kUntouched, kUntouched)},
-                                   {6, Point(kUntouched, kUntouched)}}) {
-        EXPECT_EQ(Read2([&](double* x, double* y) { return figure->GetNode(node, x, y); }), at) << node;
+    const Point center(50, 50), untouched(kUntouched, kUntouched);
+    const std::pair<int, Point> nodes[] = {{2, {45, 50}},  {3, {50, 43}}, {1, center},     {4, center},
+                                           {7, center},    {-2, center},  {0x202, center}, {0x105, center},
+                                           {5, untouched}, {6, untouched}};
+    for (const auto& k : nodes) {
+        EXPECT_EQ(Read2([&](double* x, double* y) { return figure->GetNode(k.first, x, y); }), k.second) << k.first;
     }
 }
 

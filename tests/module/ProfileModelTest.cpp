@@ -460,7 +460,7 @@ TEST(Profile, HitsAlikeWithHundredsOfPointsAfterEveryChange) {
     for (int step = 0; step < 300 && !HasFailure(); ++step) {
         const int kind = step % 13, index = random.Below(Count(figure.Get()) - 1);
         SCOPED_TRACE(kind);
-        const Point near = ModelOf(figure.Get()).points[static_cast<std::size_t>(index)].at;
+        const Point near = ModelOf(figure.Get()).points[index].at;
         const Point p = near + random.PointIn(-9, 9);
         Affine map(1, 0.01, -0.01, 1, 0.5, -0.5);
         BlockStream stream;
@@ -506,9 +506,8 @@ TEST(Profile, HitsAlikeWithHundredsOfPointsAfterEveryChange) {
         figure->SetPoint(index, i % 2 == 0 ? NAN : INFINITY, i % 3 == 0 ? NAN : 5);
         const ProfileModel model = ModelOf(figure.Get());
         for (int k = index + 1; k + 1 < index + 19; ++k) {
-            const Point middle =
-                (model.points[static_cast<std::size_t>(k)].at + model.points[static_cast<std::size_t>(k + 1)].at) * 0.5;
-            const auto& t = model.points[static_cast<std::size_t>(k)].thickness;
+            const Point middle = (model.points[k].at + model.points[k + 1].at) * 0.5;
+            const auto& t = model.points[k].thickness;
             if (t[0] + t[1] > 0) {
                 ASSERT_EQ(figure->HitTest(middle.real(), middle.imag(), nullptr), S_OK) << k;
             }
