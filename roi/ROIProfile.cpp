@@ -2,7 +2,6 @@
 
 #include <cfloat>
 #include <climits>
-#include <limits>
 #include <utility>
 
 // ---------------------------------------------------------------------------------------------------
@@ -200,15 +199,16 @@ bool NodePosition(Polyline& points, int node, int index, Point* position) noexce
 
 namespace {
 
-// The extent of the band: its outline's corners, first one side and then the other.
+// The extent of the band of a profile that has points: its outline's corners, first one side and then the
+// other.
 template <class Coordinate, class NodeAt>
 Extent<Coordinate> OutlineExtent(int count, NodeAt nodeAt) noexcept {
-    using Limits = std::numeric_limits<Coordinate>;
-    Extent<Coordinate> extent{Limits::max(), Limits::lowest(), Limits::max(), Limits::lowest()};
+    Coordinate x{};
+    Coordinate y{};
+    nodeAt(kProfileCorner1, 0, &x, &y);
+    Extent<Coordinate> extent{x, x, y, y};
     for (const ROIPROFILENode node : {kProfileCorner1, kProfileCorner2}) {
         for (int i = 0; i < count; ++i) {
-            Coordinate x{};
-            Coordinate y{};
             nodeAt(node, i, &x, &y);
             extent.Include(x, y);
         }
@@ -225,14 +225,13 @@ void MapInPlace(ITransform& transform, ProfilePoint& point) noexcept {
 
 }  // namespace roi
 
+roi::Extent<double> CROIProfile::Outline() noexcept {
+    return roi::OutlineExtent<double>(
+        m_points.Size(), [this](ROIPROFILENode node, int i, double* x, double* y) { GetNodePoint(node, i, x, y); });
+}
+
 Result CROIProfile::GetBoundingSize(double* width, double* height) noexcept {
-    *width = 0.0;
-    *height = 0.0;
-    if (m_points.Size() == 0) {
-        return S_OK;
-    }
-    const auto extent = roi::OutlineExtent<double>(
-        m_points.Size(), [this](auto node, int i, double* x, double* y) { GetNodePoint(node, i, x, y); });
+    const roi::Extent<double> extent = m_points.Size() > 0 ? Outline() : roi::Extent<double>{};
     *width = extent.maxX - extent.minX;
     *height = extent.maxY - extent.minY;
     return S_OK;
@@ -242,9 +241,7 @@ Result CROIProfile::GetCenter(double* x, double* y) noexcept {
     if (m_points.Size() == 0) {
         return E_FAIL;
     }
-    const auto extent = roi::OutlineExtent<double>(
-        m_points.Size(),
-        [this](auto node, int i, double* nodeX, double* nodeY) { GetNodePoint(node, i, nodeX, nodeY); });
+    const roi::Extent<double> extent = Outline();
     *x = (extent.minX + extent.maxX) * 0.5;
     *y = (extent.minY + extent.maxY) * 0.5;
     return S_OK;
@@ -257,7 +254,7 @@ Result CROIProfile::GetBoundingRect(int* left, int* top, unsigned int* width, un
         return S_OK;
     }
     const roi::PixelBox box = BoxOfPixels(roi::OutlineExtent<int>(
-        m_points.Size(), [this](auto node, int i, int* x, int* y) { GetNodePointI(node, i, x, y); }));
+        m_points.Size(), [this](ROIPROFILENode node, int i, int* x, int* y) { GetNodePointI(node, i, x, y); }));
     *left = box.left;
     *top = box.top;
     *width = box.width;

@@ -168,6 +168,7 @@ class CROIProfile final : public Component<CROIProfile, IROIProfile, IDataPersis
   private:
     bool HasPoint(int index) const noexcept { return index >= 0 && index < m_points.Size(); }
     bool HasPointOrEnd(int index) const noexcept { return index >= 0 && index <= m_points.Size(); }
+    roi::Extent<double> Outline() noexcept;
     roi::Point Beyond(int end, int neighbour) noexcept;
 
     roi::Polyline m_points;
