@@ -21,10 +21,14 @@ void AddNodesCommand(CLI::App& roi);
 void AddDragCommand(CLI::App& roi);
 void AddHitCommand(CLI::App& roi);
 void AddPointCommand(CLI::App& roi);
+void AddTransformCommand(CLI::App& roi);
+void AddCloneCommand(CLI::App& roi);
+void AddConvertCommand(CLI::App& roi);
 void AddMeasureCommand(CLI::App& roi);
 void AddDrawCommand(CLI::App& roi);
 void AddMaskCommand(CLI::App& roi);
 void AddProfileCommand(CLI::App& roi);
+void AddCheckCommand(CLI::App& roi);
 
 /// A subcommand with its one-line description and, at the end of its help, an example.
 CLI::App& AddCommand(CLI::App& roi, const std::string& name, const std::string& description,

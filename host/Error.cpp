@@ -1,8 +1,9 @@
 #include "host/Error.h"
 
 #include <fmt/format.h>
+#include <unistd.h>
 
-#include <cstdio>
+#include "host/Talk.h"
 
 namespace {
 
@@ -43,6 +44,11 @@ Error::Error(std::string_view what, std::string_view subject, std::string_view w
     : std::runtime_error(fmt::format("{}: {}: {}", Harmless(what), Harmless(subject), Harmless(why))),
       m_exitCode(exitCode) {}
 
+void Complain(std::string_view line) {
+    Say(fmt::format("{} {}\n", Styled("roi: error:", Style::red, STDERR_FILENO), line));
+}
+
 void Warn(std::string_view subject, std::string_view text) {
-    fmt::print(stderr, "roi: warning: {}: {}\n", Harmless(subject), Harmless(text));
+    Say(fmt::format("{} {}: {}\n", Styled("roi: warning:", Style::yellow, STDERR_FILENO), Harmless(subject),
+                    Harmless(text)));
 }

@@ -9,7 +9,8 @@
 enum ExitCode : int {
     kExitDone = 0,
     kExitFailed = 1,  ///< the answer is no, or the work failed
-    kExitUsage = 2    ///< the command line asks for something that does not exist
+    kExitUsage = 2,   ///< the command line asks for something that does not exist
+    kExitPartly = 7   ///< some of many failed, and what the others gave stands
 };
 
 /// Text made fit for one line of a terminal: control characters, line breaks among them, appear as \n,
@@ -33,5 +34,7 @@ inline Error UsageError(std::string_view what, std::string_view subject, std::st
     return {what, subject, why, kExitUsage};
 }
 
+/// Prints `roi: error: LINE` on standard error; the line is that of an Error.
+void Complain(std::string_view line);
 /// Prints `roi: warning: SUBJECT: TEXT` on standard error, in one line.
 void Warn(std::string_view subject, std::string_view text);

@@ -3,6 +3,7 @@
 
 #include <opencv2/core.hpp>
 #include <string_view>
+#include <vector>
 
 #include "host/UserPath.h"
 
@@ -17,6 +18,15 @@ cv::Mat LoadImage(const UserPath& path);
 /// The one plane that is measured: a grey image itself, the luma 0.114 B + 0.587 G + 0.299 R of a
 /// colour image, in the image's own depth where luma is a number of that depth. Alpha is dropped.
 cv::Mat Luma(const cv::Mat& image);
+
+/// One plane of an image and its name.
+struct Channel {
+    const char* name;
+    cv::Mat values;
+};
+
+/// The planes of a colour image as R, G, B and, where it has one, A; a grey image, without its alpha, as L.
+std::vector<Channel> Channels(const cv::Mat& image);
 
 /// A copy to look at and draw on: 8 bits, blue, green and red. Deeper images are stretched from their
 /// darkest to their brightest value.

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "host/ClipLine.h"
+#include "host/Error.h"
 #include "host/Nodes.h"
 #include "host/Region.h"
 #include "roi/IROI.h"
@@ -28,10 +29,10 @@ Path Closed(Path path) {
 }
 
 Path EllipsePath(cv::Point2d center, double radiusX, double radiusY) {
-    // Chords that leave the curve by no more than a tenth of a pixel, within reason.
+    // Chords that leave the curve by no more than a tenth of a pixel, within reason and enlarged too.
     const double radius = std::max(std::abs(radiusX), std::abs(radiusY));
     const double chords = kPi * std::sqrt(radius / (2.0 * 0.1));
-    const int count = chords < 4096.0 ? std::max(48, ToInt32(chords)) : 4096;
+    const int count = chords < 4096.0 ? std::max(180, ToInt32(chords)) : 4096;
     Path path;
     for (int i = 0; i < count; ++i) {
         const double angle = 2.0 * kPi * i / count;
@@ -188,21 +189,19 @@ std::string Ascii(const std::string& utf8) {
 
 class Pen {
   public:
-    explicit Pen(cv::Mat& picture)
+    Pen(cv::Mat& picture, double boldness)
         : m_picture(picture),
           m_taken(picture.size(), CV_8U, cv::Scalar(0)),
-          m_unit(std::max(1.0, std::max(picture.cols, picture.rows) / 900.0)) {}
+          m_unit(boldness * UnitOf(std::max(picture.cols, picture.rows))) {}
 
     // A length that grows with the picture.
     double Scaled(double length) const noexcept { return length * m_unit; }
 
-    void Tint(const std::vector<Span>& spans, const cv::Scalar& color) const {
+    void Tint(const cv::Rect& box, const cv::Scalar& color) const {
         constexpr double kShare = 0.14;
-        for (const Span& span : spans) {
-            cv::Mat row = m_picture(cv::Rect(span.firstX, span.y, span.Length(), 1));
-            row.convertTo(row, -1, 1.0 - kShare);
-            cv::add(row, color * kShare, row);
-        }
+        cv::Mat pixels = m_picture(box);
+        pixels.convertTo(pixels, -1, 1.0 - kShare);
+        cv::add(pixels, color * kShare, pixels);
     }
 
     void Draw(const Path& path, const cv::Scalar& color, double width) const {
@@ -255,6 +254,10 @@ class Pen {
   private:
     static constexpr int kShift = 4;
     static constexpr int kFont = cv::FONT_HERSHEY_SIMPLEX;
+
+    // Lengths are meant for a picture of 900 pixels. They grow in proportion; a thumbnail's shrink as far as
+    // its letters stay readable.
+    static double UnitOf(int side) noexcept { return std::clamp(side / 400.0, 0.6, std::max(1.0, side / 900.0)); }
 
     static int Fixed(double value) noexcept { return ToInt32(std::round(value * (1 << kShift))); }
     static cv::Point Fixed(cv::Point2d at) noexcept { return {Fixed(at.x), Fixed(at.y)}; }
@@ -327,20 +330,33 @@ void NumberNodes(Pen& pen, const std::vector<Node>& nodes, const cv::Scalar& col
     }
 }
 
-// The name stands below the figure or above it.
-void DrawName(Pen& pen, const std::string& name, const std::vector<Path>& outlines, cv::Size picture,
-              const cv::Scalar& color) {
-    constexpr double kFar = std::numeric_limits<double>::infinity();
-    cv::Point2d first(kFar, kFar);
-    cv::Point2d last(-kFar, -kFar);
-    for (const Path& path : outlines) {
-        for (const cv::Point2d& point : path) {
-            if (std::isfinite(point.x) && std::isfinite(point.y)) {
-                first = {std::min(first.x, point.x), std::min(first.y, point.y)};
-                last = {std::max(last.x, point.x), std::max(last.y, point.y)};
+// The smallest box around the points that are numbers, as its corners; the first lies beyond the last when
+// there are none.
+struct Extent {
+    cv::Point2d first{std::numeric_limits<double>::infinity(), std::numeric_limits<double>::infinity()};
+    cv::Point2d last{-first};
+
+    void Include(cv::Point2d point) noexcept {
+        if (std::isfinite(point.x) && std::isfinite(point.y)) {
+            first = {std::min(first.x, point.x), std::min(first.y, point.y)};
+            last = {std::max(last.x, point.x), std::max(last.y, point.y)};
+        }
+    }
+    void Include(const std::vector<Path>& paths) noexcept {
+        for (const Path& path : paths) {
+            for (const cv::Point2d& point : path) {
+                Include(point);
             }
         }
     }
+};
+
+// The name stands below the figure or above it.
+void DrawName(Pen& pen, const std::string& name, const std::vector<Path>& outlines, cv::Size picture,
+              const cv::Scalar& color) {
+    Extent extent;
+    extent.Include(outlines);
+    const auto& [first, last] = extent;
     if (first.x > picture.width || first.y > picture.height || last.x < 0.0 || last.y < 0.0) {
         return;
     }
@@ -352,41 +368,132 @@ void DrawName(Pen& pen, const std::string& name, const std::vector<Path>& outlin
     pen.Write(Ascii(name), below ? places : Path(places.rbegin(), places.rend()), kHeight, color);
 }
 
-}  // namespace
+// ---------------------------------------------------------------------------------------------------
+// Pictures
 
-void DrawOverlay(cv::Mat& picture, const std::vector<Figure>& figures) {
-    Pen pen(picture);
-    std::vector<std::vector<Path>> outlines;
-    std::vector<std::vector<Node>> nodes;
-    const auto colorOf = [](std::size_t figure) { return kPalette[figure % kPalette.size()]; };
-    for (std::size_t i = 0; i < figures.size(); ++i) {
-        Region region(figures[i], Cut::none);
-        const View& view = region.In(picture.size());
-        outlines.push_back(OutlinesOf(figures[i], view));
-        nodes.push_back(NodesOf(figures[i]));
-        pen.Tint(view.spans, colorOf(i));
+// The part of an image that a picture shows, each of its pixels as a square of `scale` pixels, and how bold
+// lines and letters are in it.
+struct Frame {
+    cv::Rect window;
+    int scale = 1;
+    double boldness = 1.0;
+
+    // Pixel (i, j) is the point (i, j): the middle of its square.
+    cv::Point2d Map(cv::Point2d at) const noexcept {
+        return {(at.x - window.x + 0.5) * scale - 0.5, (at.y - window.y + 0.5) * scale - 0.5};
     }
-    // In layers, so that no figure's border hides another's line or number.
-    const auto drawOutlines = [&](std::size_t i, const cv::Scalar& color, double width) {
-        for (const Path& path : outlines[i]) {
+    cv::Rect Map(const cv::Rect& pixels) const noexcept {
+        const cv::Rect seen = pixels & window;
+        return {(seen.x - window.x) * scale, (seen.y - window.y) * scale, seen.width * scale, seen.height * scale};
+    }
+};
+
+// What is drawn of a figure, in the image's coordinates or, framed, in the picture's.
+struct Sketch {
+    const Figure* figure;
+    cv::Scalar color;
+    View view;
+    std::vector<Path> outlines;
+    std::vector<Node> nodes;
+
+    Sketch(const std::vector<Figure>& figures, std::size_t index, cv::Size image)
+        : figure(&figures[index]),
+          color(kPalette[index % kPalette.size()]),
+          view(Region(*figure, Cut::none).In(image)),
+          outlines(OutlinesOf(*figure, view)),
+          nodes(NodesOf(*figure)) {}
+
+    void MapInto(const Frame& frame) {
+        for (Path& path : outlines) {
+            for (cv::Point2d& point : path) {
+                point = frame.Map(point);
+            }
+        }
+        for (Node& node : nodes) {
+            const cv::Point2d at = frame.Map(cv::Point2d(node.at.x, node.at.y));
+            node.at = {at.x, at.y};
+        }
+    }
+};
+
+// In layers, so that no figure's border hides another's line or number.
+void Draw(cv::Mat& picture, const Frame& frame, std::vector<Sketch> sketches, NodeMarks marks) {
+    Pen pen(picture, frame.boldness);
+    for (Sketch& sketch : sketches) {
+        sketch.MapInto(frame);
+        for (const Span& span : sketch.view.spans) {
+            pen.Tint(frame.Map(cv::Rect(span.firstX, span.y, span.Length(), 1)), sketch.color);
+        }
+    }
+    const auto drawOutlines = [&pen](const Sketch& sketch, const cv::Scalar& color, double width) {
+        for (const Path& path : sketch.outlines) {
             pen.Draw(path, color, width);
         }
     };
-    for (std::size_t i = 0; i < figures.size(); ++i) {
-        drawOutlines(i, kDark, 2.8);
+    for (const Sketch& sketch : sketches) {
+        drawOutlines(sketch, kDark, 2.8);
     }
-    for (std::size_t i = 0; i < figures.size(); ++i) {
-        drawOutlines(i, colorOf(i), 1.2);
+    for (const Sketch& sketch : sketches) {
+        drawOutlines(sketch, sketch.color, 1.2);
     }
-    for (std::size_t i = 0; i < figures.size(); ++i) {
-        for (const Node& node : nodes[i]) {
-            pen.DrawNode({node.at.x, node.at.y}, colorOf(i));
+    for (const Sketch& sketch : sketches) {
+        for (const Node& node : sketch.nodes) {
+            pen.DrawNode({node.at.x, node.at.y}, sketch.color);
         }
     }
-    for (std::size_t i = 0; i < figures.size(); ++i) {
-        NumberNodes(pen, nodes[i], colorOf(i));
+    for (const Sketch& sketch : sketches) {
+        if (marks == NodeMarks::numbered) {
+            NumberNodes(pen, sketch.nodes, sketch.color);
+        }
     }
-    for (std::size_t i = 0; i < figures.size(); ++i) {
-        DrawName(pen, figures[i].name, outlines[i], picture.size(), colorOf(i));
+    for (const Sketch& sketch : sketches) {
+        DrawName(pen, sketch.figure->name, sketch.outlines, picture.size(), sketch.color);
     }
+}
+
+// The figure and its nodes with a margin, as far as they lie in the image; empty when they do not.
+cv::Rect WindowOf(const Sketch& sketch, cv::Size image) {
+    Extent extent;
+    extent.Include(sketch.outlines);
+    for (const Node& node : sketch.nodes) {
+        extent.Include(cv::Point2d(node.at.x, node.at.y));
+    }
+    const cv::Point2d size = extent.last - extent.first;
+    const double margin = std::max(8.0, 0.12 * std::max(size.x, size.y));
+    const auto low = [margin](double first) { return ToInt32(std::floor(std::max(first - margin, 0.0))); };
+    const auto high = [margin](double last, int room) {
+        return ToInt32(std::ceil(std::min(last + margin, room - 1.0))) + 1;
+    };
+    if (!(extent.first.x < image.width && extent.first.y < image.height && extent.last.x >= 0.0 &&
+          extent.last.y >= 0.0)) {
+        return {};
+    }
+    return {cv::Point(low(extent.first.x), low(extent.first.y)),
+            cv::Point(high(extent.last.x, image.width), high(extent.last.y, image.height))};
+}
+
+}  // namespace
+
+void DrawOverlay(cv::Mat& picture, const std::vector<Figure>& figures, NodeMarks marks) {
+    std::vector<Sketch> sketches;
+    for (std::size_t i = 0; i < figures.size(); ++i) {
+        sketches.emplace_back(figures, i, picture.size());
+    }
+    Draw(picture, {cv::Rect(cv::Point(0, 0), picture.size())}, std::move(sketches), marks);
+}
+
+cv::Mat DrawCloseUp(const cv::Mat& image, const std::vector<Figure>& figures, std::size_t index, NodeMarks marks) {
+    constexpr int kLeastSide = 600;
+    constexpr double kBoldness = 1.6;  // One figure has the picture to itself.
+    const Sketch sketch(figures, index, image.size());
+    const cv::Rect window = WindowOf(sketch, image.size());
+    if (window.empty()) {
+        throw Error("cannot crop", figures[index].name, "the figure lies outside the image");
+    }
+    const int side = std::max(window.width, window.height);
+    const int scale = std::max(1, (kLeastSide + side - 1) / side);
+    cv::Mat picture;
+    cv::resize(image(window), picture, {}, scale, scale, cv::INTER_NEAREST);
+    Draw(picture, {window, scale, kBoldness}, {sketch}, marks);
+    return picture;
 }

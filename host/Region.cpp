@@ -376,15 +376,10 @@ bool Exceeds(cv::Size size, cv::Size limit) noexcept { return size.width > limit
 
 }  // namespace
 
-const View& Region::In(cv::Size image) {
+View Region::In(cv::Size image) {
     if (!m_pixels || (!m_pixels->complete && Exceeds(image, m_field))) {
         m_field = {std::max(m_field.width, image.width), std::max(m_field.height, image.height)};
         m_pixels = FindPixels(*m_figure, cv::Rect({0, 0}, m_field), m_cut);
-        m_viewed = {};
     }
-    if (m_viewed != image) {
-        m_view = Clip(*m_pixels, image);
-        m_viewed = image;
-    }
-    return m_view;
+    return Clip(*m_pixels, image);
 }

@@ -68,14 +68,12 @@ class Region {
   public:
     Region(const Figure& figure, Cut cut) : m_figure(&figure), m_cut(cut) {}
 
-    /// What an image of that size shows. Valid until the next call.
-    const View& In(cv::Size image);
+    /// What an image of that size shows.
+    View In(cv::Size image);
 
   private:
     const Figure* m_figure;
     Cut m_cut;
     cv::Size m_field;
     std::optional<Pixels> m_pixels;
-    cv::Size m_viewed;
-    View m_view;
 };

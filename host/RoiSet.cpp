@@ -12,6 +12,8 @@
 namespace {
 
 constexpr std::size_t kLongestName = 200;
+// More than any set that SetFile writes.
+constexpr std::size_t kLargestSet = std::size_t{512} << 20;
 
 bool IsXML(const UserPath& path) { return path.Extension() == ".xml"; }
 
@@ -51,14 +53,15 @@ void CheckFigureName(const std::string& name) {
     }
 }
 
+Error NameTaken(const std::string& name) { return {"name taken", name, "the set has a figure of that name"}; }
+
 RoiSet RoiSet::Load(const Session& session, const UserPath& path) {
     CheckEnding(path);
-    const std::string bytes = ReadWholeFile("set", path);
+    const std::string bytes = ReadWholeFile("set", path, kLargestSet);
     RoiSet set;
     try {
         for (Figure& figure : IsXML(path) ? ReadXMLSet(session, bytes) : ReadFolderSet(session, bytes)) {
-            set.CheckFree(figure.name);
-            set.Append(std::move(figure));
+            set.Add(std::move(figure));
         }
     } catch (const std::exception& failure) {
         throw Error("broken set", path.Typed(), failure.what());
@@ -92,9 +95,13 @@ void RoiSet::Save(const UserPath& path) const {
 const Figure& RoiSet::At(const std::string& name) const { return m_figures[IndexOf(name)]; }
 
 Figure& RoiSet::Add(const Session& session, const std::string& name, const std::string& className) {
-    CheckFigureName(name);
-    CheckFree(name);
-    return Append({name, className, session.Create(className), nullptr});
+    return Add({name, className, session.Create(className), nullptr});
+}
+
+Figure& RoiSet::Add(Figure figure) {
+    CheckFigureName(figure.name);
+    CheckFree(figure.name);
+    return Append(std::move(figure));
 }
 
 void RoiSet::Rename(const std::string& name, const std::string& newName) {
@@ -131,7 +138,7 @@ std::size_t RoiSet::IndexOf(const std::string& name) const {
 
 void RoiSet::CheckFree(const std::string& name) const {
     if (m_index.contains(name)) {
-        throw Error("name taken", name, "the set has a figure of that name");
+        throw NameTaken(name);
     }
 }
 

@@ -34,6 +34,8 @@ void SetGeometry(Figure& figure, const std::vector<ImagePoint>& points);
 /// Throws a usage error unless the text can name a figure: not empty, sound UTF-8 of at most 200 bytes,
 /// without control characters and slashes of either kind, and neither "." nor "..".
 void CheckFigureName(const std::string& name);
+/// The error about a name that another figure of the set has.
+Error NameTaken(const std::string& name);
 
 class RoiSet {
   public:
@@ -52,6 +54,8 @@ class RoiSet {
 
     /// Appends a figure with its class's defaults. Throws Error for a bad or taken name or class.
     Figure& Add(const Session& session, const std::string& name, const std::string& className);
+    /// Appends a figure. Throws Error for a bad or taken name.
+    Figure& Add(Figure figure);
     void Rename(const std::string& name, const std::string& newName);
     /// Removes all of these figures. Throws Error, with the set unchanged, when one does not exist.
     void Remove(std::span<const std::string> names);

@@ -2,11 +2,13 @@
 
 #include <fcntl.h>
 #include <fmt/format.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
+#include <functional>
 #include <system_error>
 #include <utility>
 
@@ -14,17 +16,14 @@
 
 namespace {
 
-// Far above any set or image; devices that never end are files too.
-constexpr std::size_t kLargestFile = std::size_t{2} << 30;
-
 std::string Reason(int code) { return std::generic_category().message(code); }
 
 // A file that is open, closed at the end of the scope.
 class Descriptor {
   public:
     explicit Descriptor(int number) noexcept : m_number(number) {}
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
+    Descriptor(Descriptor&& other) noexcept : m_number(std::exchange(other.m_number, -1)) {}
+    Descriptor& operator=(Descriptor&&) = delete;
     ~Descriptor() {
         if (m_number >= 0) {
             close(m_number);
@@ -57,15 +56,39 @@ mode_t NewFileMode() noexcept {
     return 0666 & ~mask;
 }
 
+// A file in which a new version of `target` is written. The name follows from the target's, so that what a
+// killed process leaves is taken over by the next and nothing piles up.
+std::string TemporaryOf(const std::filesystem::path& target) {
+    const std::size_t code = std::hash<std::string>()(target.filename().string());
+    return (target.parent_path() / fmt::format(".roi-{:016x}", code)).string();
+}
+
+// Opens a temporary file, empty and in the hands of this process alone until it is closed; not open, with
+// errno set, when that fails.
+Descriptor OpenAlone(const std::string& path) {
+    for (;;) {
+        Descriptor file(open(path.c_str(), O_WRONLY | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600));
+        struct stat opened {};
+        struct stat named {};
+        if (file.Number() < 0 || flock(file.Number(), LOCK_EX) != 0 || fstat(file.Number(), &opened) != 0) {
+            return Descriptor(-1);
+        }
+        // Who had the lock before may have renamed or removed the file.
+        if (stat(path.c_str(), &named) == 0 && named.st_ino == opened.st_ino && named.st_dev == opened.st_dev) {
+            return ftruncate(file.Number(), 0) == 0 ? std::move(file) : Descriptor(-1);
+        }
+    }
+}
+
 // Replaces `target`, of which a mode is wanted, by a new file. False with errno set and nothing left.
 bool Replace(const std::filesystem::path& target, mode_t mode, std::string_view bytes) {
-    std::string temporary = (target.parent_path() / ".roi-XXXXXX").string();
-    Descriptor file(mkstemp(temporary.data()));
+    const std::string temporary = TemporaryOf(target);
+    const Descriptor file = OpenAlone(temporary);
     if (file.Number() < 0) {
         return false;
     }
     if (WriteAll(file.Number(), bytes) && fchmod(file.Number(), mode) == 0 && fsync(file.Number()) == 0 &&
-        file.Close() && rename(temporary.c_str(), target.c_str()) == 0) {
+        rename(temporary.c_str(), target.c_str()) == 0) {
         return true;
     }
     const int failure = errno;
@@ -97,13 +120,20 @@ bool WriteOver(const std::filesystem::path& path, std::string_view bytes) {
 
 }  // namespace
 
-std::string ReadWholeFile(std::string_view kind, const UserPath& path) {
+std::string ReadWholeFile(std::string_view kind, const UserPath& path, std::size_t largest) {
     const auto fail = [&](int code) { return Error(fmt::format("cannot read {}", kind), path.Typed(), Reason(code)); };
     const Descriptor file(open(path.Absolute().c_str(), O_RDONLY | O_CLOEXEC));
     if (file.Number() < 0) {
         throw fail(errno);
     }
     std::string bytes;
+    struct stat status {};
+    if (fstat(file.Number(), &status) == 0 && S_ISREG(status.st_mode)) {
+        if (static_cast<std::size_t>(status.st_size) > largest) {
+            throw fail(EFBIG);
+        }
+        bytes.reserve(static_cast<std::size_t>(status.st_size));
+    }
     for (;;) {
         char block[1 << 16];
         const ssize_t count = read(file.Number(), block, sizeof block);
@@ -114,7 +144,7 @@ std::string ReadWholeFile(std::string_view kind, const UserPath& path) {
             throw fail(errno);
         }
         bytes.append(block, static_cast<std::size_t>(count > 0 ? count : 0));
-        if (bytes.size() > kLargestFile) {
+        if (bytes.size() > largest) {
             throw fail(EFBIG);
         }
     }

@@ -6,9 +6,12 @@
 
 #include "host/UserPath.h"
 
-/// A file's bytes. `kind` names the file in the Error that is thrown when it cannot be read: `set`
-/// gives "cannot read set: PATH: reason".
-std::string ReadWholeFile(std::string_view kind, const UserPath& path);
+/// Far above any image; devices that never end are files too.
+inline constexpr std::size_t kLargestFile = std::size_t{2} << 30;
+
+/// A file's bytes, at most `largest`. `kind` names the file in the Error that is thrown when it cannot be
+/// read: `set` gives "cannot read set: PATH: reason".
+std::string ReadWholeFile(std::string_view kind, const UserPath& path, std::size_t largest = kLargestFile);
 
 /// Replaces or creates a file, by way of a temporary file in its folder that takes its place once all
 /// of it is on disk; the permissions of a file that was there stay. What is no regular file, such as

@@ -14,18 +14,6 @@ namespace {
 constexpr std::array kClassNames = {"ROIRectangle", "ROIParallelogram", "ROIEllipse", "ROIDonut",
                                     "ROIArcDonut",  "ROIProfile",       "ROIShape",   "ROIMask"};
 
-// The modules lie beside the program, or where an installation puts them.
-void EnterModuleFolder() {
-    namespace fs = std::filesystem;
-    std::error_code failure;
-    const fs::path bin = fs::read_symlink("/proc/self/exe", failure).parent_path();
-    const fs::path lib = bin / "../lib/roi";
-    fs::current_path(!fs::exists(bin / "ROI.so", failure) && fs::exists(lib / "ROI.so", failure) ? lib : bin, failure);
-    if (failure) {
-        throw Error("cannot enter the folder of the modules", bin.string(), failure.message());
-    }
-}
-
 void* LoadModule(const char* file) {
     void* module = dlopen(file, RTLD_NOW);
     if (module == nullptr) {
@@ -53,6 +41,17 @@ ComponentCreator CreatorOf(CreateFunctionEntry createFunction, const std::string
 }
 
 }  // namespace
+
+void EnterModuleFolder() {
+    namespace fs = std::filesystem;
+    std::error_code failure;
+    const fs::path bin = fs::read_symlink("/proc/self/exe", failure).parent_path();
+    const fs::path lib = bin / "../lib/roi";
+    fs::current_path(!fs::exists(bin / "ROI.so", failure) && fs::exists(lib / "ROI.so", failure) ? lib : bin, failure);
+    if (failure) {
+        throw Error("cannot enter the folder of the modules", bin.string(), failure.message());
+    }
+}
 
 Session::Session() {
     EnterModuleFolder();

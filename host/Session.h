@@ -9,6 +9,10 @@
 #include "runtime/Module.h"
 #include "runtime/SmartPtr.h"
 
+/// Makes the folder of the modules the current directory: beside the program, or where an installation
+/// puts them. Resolve user paths before. Throws Error when it cannot be entered.
+void EnterModuleFolder();
+
 class Session {
   public:
     /// Makes the folder of the modules the current directory and loads them; resolve user paths before.

@@ -12,6 +12,8 @@ class UserPath {
     /// Resolves against the current directory; symbolic links stay as they are. Throws Error for an
     /// empty text and for a relative path in a directory that is gone.
     UserPath(std::string typed);  // NOLINT(google-explicit-constructor): the command line parser converts
+    /// Resolves against a folder. Throws Error for an empty text.
+    UserPath(std::string typed, const UserPath& folder);
 
     const std::string& Typed() const noexcept { return m_typed; }
     const std::filesystem::path& Absolute() const noexcept { return m_absolute; }

@@ -3,7 +3,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <iterator>
 #include <new>
 #include <sstream>
@@ -25,10 +24,14 @@ void AddCommands(CLI::App& roi) {
     AddDragCommand(roi);
     AddPointCommand(roi);
     AddHitCommand(roi);
+    AddTransformCommand(roi);
+    AddCloneCommand(roi);
+    AddConvertCommand(roi);
     AddMeasureCommand(roi);
     AddDrawCommand(roi);
     AddMaskCommand(roi);
     AddProfileCommand(roi);
+    AddCheckCommand(roi);
     roi.require_subcommand(1);
 }
 
@@ -51,12 +54,24 @@ Error AsUsageError(const CLI::App& roi, const CLI::ParseError& failure) {
     return UsageError("usage", command, fmt::format("{}; see {} --help", failure.what(), command));
 }
 
-void Run(CLI::App& roi, int argc, char** argv) {
-    if (argc > 1) {
-        CheckCommandName(roi, argv[1]);
+// The words after the program's name. The parser takes -.5 for an option, unlike -0.5.
+std::vector<std::string> Words(int argc, char** argv) {
+    std::vector<std::string> words(argv + std::min(argc, 1), argv + argc);
+    for (std::string& word : words) {
+        if (word.starts_with("-.") && ParseNumber(word.substr(0, 3))) {
+            word.insert(1, "0");
+        }
+    }
+    return words;
+}
+
+void Run(CLI::App& roi, std::vector<std::string> words) {
+    if (!words.empty()) {
+        CheckCommandName(roi, words.front());
     }
     try {
-        roi.parse(argc, argv);
+        std::reverse(words.begin(), words.end());  // As the parser wants them.
+        roi.parse(std::move(words));
     } catch (const CLI::Success& request) {  // --help and --version
         std::ostringstream text;
         roi.exit(request, text, text);
@@ -68,8 +83,8 @@ void Run(CLI::App& roi, int argc, char** argv) {
     }
 }
 
-int Complain(const char* text, int exitCode) {
-    fmt::print(stderr, "roi: error: {}\n", text);
+int Fail(std::string_view line, int exitCode) {
+    Complain(line);
     return exitCode;
 }
 
@@ -83,18 +98,19 @@ int main(int argc, char** argv) {
             "  0  done\n"
             "  1  the answer is no, or the work failed\n"
             "  2  the command line asks for something that does not exist\n"
+            "  7  some of many images failed; the rows of the others stand\n"
             "Each command has its own --help with an example.");
         roi.set_version_flag("--version", "roi " ROI_VERSION);
         AddCommands(roi);
-        Run(roi, argc, argv);
+        Run(roi, Words(argc, argv));
         return kExitDone;
     } catch (const CLI::RuntimeError& answer) {
         return answer.get_exit_code();
     } catch (const Error& error) {
-        return Complain(error.what(), error.Code());
+        return Fail(error.what(), error.Code());
     } catch (const std::bad_alloc&) {
-        return Complain("out of memory: roi: the machine has no more to give", kExitFailed);
+        return Fail("out of memory: roi: the machine has no more to give", kExitFailed);
     } catch (const std::exception& error) {
-        return Complain(Error("failed", "roi", error.what()).what(), kExitFailed);
+        return Fail(Error("failed", "roi", error.what()).what(), kExitFailed);
     }
 }

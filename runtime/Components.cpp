@@ -33,21 +33,27 @@ struct ModuleFileName {
     char bytes[2 + kLongestName + 4] = {};
 };
 
+// A new descriptor of one class of "Collections", or null.
+SmartPtr<IComponentString> MakeDescriptor(tagREFString className) noexcept {
+    SmartPtr<IComponentString> descriptor;
+    const ComponentCreator create = MODULECreateFunction(kDescriptorModule, kDescriptorClass);
+    if (create == nullptr || Failed(create(nullptr, &IID_IComponentString, descriptor.ReceiveVoid())) || !descriptor ||
+        Failed(descriptor->SetString(kDescriptorModuleName, kInstanceModule)) ||
+        Failed(descriptor->SetString(kDescriptorClassName, className))) {
+        return nullptr;
+    }
+    return descriptor;
+}
+
 // Creates an instance of one class of "Collections" through a descriptor that is made on first use and
-// kept until the module is unloaded. Its fields are set once: they never change.
+// kept until the module is unloaded. Only a whole descriptor is kept: its fields are never set again.
 template <class Interface>
 SmartPtr<Interface> CreateThrough(SmartPtr<IComponentString>& descriptor, tagREFString className) noexcept {
     if (!descriptor) {
-        const ComponentCreator create = MODULECreateFunction(kDescriptorModule, kDescriptorClass);
-        if (create == nullptr || Failed(create(nullptr, &IID_IComponentString, descriptor.ReceiveVoid())) ||
-            !descriptor) {
-            return nullptr;
-        }
-        descriptor->SetString(kDescriptorModuleName, kInstanceModule);
-        descriptor->SetString(kDescriptorClassName, className);
+        descriptor = MakeDescriptor(className);
     }
     SmartPtr<Interface> instance;
-    if (Failed(descriptor->CreateInstance(IidOf<Interface>(), instance.ReceiveVoid()))) {
+    if (!descriptor || Failed(descriptor->CreateInstance(IidOf<Interface>(), instance.ReceiveVoid()))) {
         return nullptr;
     }
     return instance;

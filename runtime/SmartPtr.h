@@ -2,6 +2,8 @@
 // (Adopt and Share), because most leaks in such systems are one AddRef too many or too few.
 #pragma once
 
+#include <cstddef>
+#include <type_traits>
 #include <utility>
 
 #include "runtime/Unknown.h"

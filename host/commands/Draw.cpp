@@ -9,8 +9,9 @@
 namespace {
 
 const std::string kDetails =
-    R"(The image with the pixels of every figure tinted, its outline, its nodes with their numbers and its name.
-Images of more than 8 bits are stretched from their darkest to their brightest value.
+    R"(The image with the pixels of every figure tinted, its outline, its nodes and its name. Images of more than
+8 bits are stretched from their darkest to their brightest value. A close-up shows one figure alone; small ones
+are enlarged to at least 600 pixels, each pixel of the image a square.
 
 )";
 
@@ -18,15 +19,25 @@ struct DrawOptions {
     UserPath set;
     UserPath image;
     UserPath output;
+    bool numberNodes = false;
+    std::string crop;
 };
+
+cv::Mat Drawn(const DrawOptions& options, const RoiSet& set, cv::Mat picture) {
+    const NodeMarks marks = options.numberNodes ? NodeMarks::numbered : NodeMarks::plain;
+    if (options.crop.empty()) {
+        DrawOverlay(picture, set.Figures(), marks);
+        return picture;
+    }
+    const auto index = static_cast<std::size_t>(&set.At(options.crop) - set.Figures().data());
+    return DrawCloseUp(picture, set.Figures(), index, marks);
+}
 
 void Run(const DrawOptions& options) {
     CheckImageEnding(options.output);
     const Session session;
     const RoiSet set = RoiSet::Load(session, options.set);
-    cv::Mat picture = ForDisplay(LoadImage(options.image));
-    DrawOverlay(picture, set.Figures());
-    SaveImage("overlay", options.output, picture);
+    SaveImage("overlay", options.output, Drawn(options, set, ForDisplay(LoadImage(options.image))));
 }
 
 }  // namespace
@@ -39,5 +50,7 @@ void AddDrawCommand(CLI::App& roi) {
     AddSetArgument(command, options->set);
     command.add_option("IMAGE", options->image, "The image to draw over")->required();
     command.add_option("-o,--output", options->output, "The picture to write; its ending names the format")->required();
+    command.add_flag("--nodes", options->numberNodes, "Number the nodes, as `roi nodes` and `roi drag` do");
+    command.add_option("--crop", options->crop, "Show one figure close up")->type_name("NAME");
     command.callback([options] { Run(*options); });
 }

@@ -133,7 +133,7 @@ void RemoveFigures(const RemoveOptions& options) {
 
 void AddAddCommand(CLI::App& roi) {
     CLI::App& command = AddCommand(roi, "add", "Adds a figure to a set, which is created when it does not exist",
-                                   "roi add part.roi ROIEllipse --name hole CenterX=428.5 CenterY=374.5 RadiusX=60");
+                                   "roi add part.roi ROIEllipse --name bore CenterX=428.5 CenterY=374.5 RadiusX=60");
     const auto options = std::make_shared<AddOptions>();
     AddSetArgument(command, options->set);
     AddArgument(command, "CLASS", options->className, "Class of the figure; see roi classes");

@@ -2,6 +2,7 @@
 #include <memory>
 
 #include "host/Commands.h"
+#include "host/Error.h"
 #include "host/Nodes.h"
 #include "host/RoiSet.h"
 #include "host/SafeFile.h"
@@ -44,6 +45,9 @@ void Drag(const DragOptions& options) {
         table.Add({before[i].number, before[i].meaning, before[i].at.x, before[i].at.y, after[i].at.x, after[i].at.y});
     }
     WriteStdout(table.Format(options.figure.format));
+    if (options.square && figure.className == "ROIArcDonut") {
+        Warn(figure.name, "an arc donut does not know --square and ignores the drag");
+    }
     set.Save(options.figure.set);
 }
 

@@ -102,7 +102,7 @@ FolderArchive::Block ReadEntry(zip_t* archive, zip_uint64_t index, const zip_sta
 }
 
 zip_stat_t StatEntry(zip_t* archive, zip_uint64_t index) {
-    constexpr zip_uint64_t kNeeded = ZIP_STAT_NAME | ZIP_STAT_SIZE | ZIP_STAT_ENCRYPTION_METHOD;
+    constexpr zip_uint64_t kNeeded = ZIP_STAT_NAME | ZIP_STAT_SIZE | ZIP_STAT_COMP_METHOD | ZIP_STAT_ENCRYPTION_METHOD;
     zip_stat_t entry;
     zip_stat_init(&entry);
     if (zip_stat_index(archive, index, 0, &entry) != 0 || (entry.valid & kNeeded) != kNeeded) {
@@ -110,6 +110,10 @@ zip_stat_t StatEntry(zip_t* archive, zip_uint64_t index) {
     }
     if (entry.encryption_method != ZIP_EM_NONE) {
         Fail(std::string(entry.name) + ": encrypted");
+    }
+    // The two that are written, whose memory does not depend on what a file says.
+    if (entry.comp_method != ZIP_CM_STORE && entry.comp_method != ZIP_CM_DEFLATE) {
+        Fail(std::string(entry.name) + ": unknown compression");
     }
     return entry;
 }

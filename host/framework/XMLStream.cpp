@@ -113,14 +113,11 @@ class CXMLStream final : public FrameworkComponent<CXMLStream, IDataStream, IXML
             if (!element) {
                 return E_FAIL;
             }
-            auto opened = MakeObject<IXMLStream, CXMLStream>(m_document, element);
-            if (!opened) {
+            auto opened = MakeObject<CXMLStream, CXMLStream>(m_document, element);
+            if (!opened || (text != nullptr && Failed(opened->GetText(&text->text, &text->length)))) {
                 return E_FAIL;
             }
-            if (text != nullptr) {
-                SmartPtr<IString>::QueryFrom(opened.Get())->GetText(&text->text, &text->length);
-            }
-            *child = opened.Detach();
+            *child = static_cast<IXMLStream*>(opened.Detach());
             return S_OK;
         });
     }

@@ -283,6 +283,10 @@ TEST(FolderArchive, UnsoundArchivesAreRefused) {
     for (std::size_t size = 0; size < sound.size(); ++size) {
         EXPECT_THROW(FolderArchive::FromBytes(sound.substr(0, size)), std::runtime_error) << size;
     }
+    // The method of the first entry, 8 and 10 bytes into its records: bzip2, which the library would read.
+    std::string other = sound;
+    other[other.find("PK\3\4") + 8] = other[other.find("PK\1\2") + 10] = 12;
+    EXPECT_THROW(FolderArchive::FromBytes(other), std::runtime_error);
     // The size fields of the first central record, 20 and 24 bytes into it: 2 GiB are declared.
     std::string absurd = sound;
     const std::size_t record = absurd.find("PK\1\2");

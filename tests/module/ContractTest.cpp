@@ -110,6 +110,8 @@ struct ClassContract {
     std::set<std::string> answered;
 };
 
+void PrintTo(const ClassContract& contract, std::ostream* out) { *out << testing::PrintToString(contract.name); }
+
 const ClassContract kClasses[] = {
     {L"ROIDonut",
      {"IObjectInfo", "IDataPersist", "IParametricObject", "IReplicableObject", "IROI", "IROIDonut", "IROIArcDonut",

@@ -14,17 +14,20 @@
 
 namespace {
 
+// Counted without order, which would hide from ThreadSanitizer what the module itself lacks.
 std::atomic<long> gAllocations{0};
 std::atomic<long> gUntilFailure{0};
+std::atomic<bool> gFromThenOn{false};
 std::atomic<bool> gHasFailed{false};
 
 void* Allocate(std::size_t size) noexcept {
     if (gUntilFailure > 0 && --gUntilFailure == 0) {
         gHasFailed = true;
+        gUntilFailure = gFromThenOn ? 1 : 0;
         return nullptr;
     }
     void* memory = std::malloc(size != 0 ? size : 1);
-    gAllocations += memory != nullptr;
+    gAllocations.fetch_add(memory != nullptr, std::memory_order_relaxed);
     return memory;
 }
 
@@ -36,7 +39,7 @@ void* AllocateOrThrow(std::size_t size) {
 }
 
 void Free(void* memory) noexcept {
-    gAllocations -= memory != nullptr;
+    gAllocations.fetch_sub(memory != nullptr, std::memory_order_relaxed);
     std::free(memory);
 }
 
@@ -52,8 +55,9 @@ void operator delete(void* memory, std::size_t) noexcept { Free(memory); }
 void operator delete[](void* memory, std::size_t) noexcept { Free(memory); }
 
 long LiveAllocations() { return gAllocations; }
-void FailAllocation(long n) {
+void FailAllocation(long n, bool fromThenOn) {
     gHasFailed = false;
+    gFromThenOn = fromThenOn;
     gUntilFailure = n;
 }
 bool AllocationHasFailed() { return gHasFailed; }

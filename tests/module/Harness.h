@@ -46,8 +46,8 @@ int LiveSiblingObjects();
 
 /// Allocations through operator new in this process, modules included, that are not freed yet.
 long LiveAllocations();
-/// Makes the n-th allocation from now on fail (1 is the next one), once; 0 calls it off.
-void FailAllocation(long n);
+/// Makes the n-th allocation from now on fail (1 is the next one), once or with all after it; 0 calls it off.
+void FailAllocation(long n, bool fromThenOn = false);
 /// Whether the failure asked for has happened.
 bool AllocationHasFailed();
 

@@ -1,0 +1,25 @@
+#include <fmt/format.h>
+
+#include <exception>
+#include <opencv2/core.hpp>
+
+#include "bench/Questions.h"
+#include "bench/Table.h"
+
+int main(int argc, char** argv) {
+    try {
+        // Like is held against like: the module works in one thread.
+        cv::setNumThreads(1);
+        const Session session;
+        AddHitTests(session);
+        AddGeometry(session);
+        AddObjects(session);
+        AddParameters(session);
+        AddMasks(session);
+        AddImages(session);
+        return RunTable(argc, argv);
+    } catch (const std::exception& error) {
+        fmt::print(stderr, "roi_bench: {}\n", error.what());
+        return 1;
+    }
+}

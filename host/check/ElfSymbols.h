@@ -1,0 +1,9 @@
+// What a shared object exports, read from the file itself: a symbol that nobody asks for is seen too.
+#pragma once
+
+#include <set>
+#include <string>
+#include <string_view>
+
+/// The dynamic symbols that a 64-bit ELF file defines and shows to others. Empty for anything else.
+std::set<std::string> ExportedSymbols(std::string_view file);

@@ -1,0 +1,76 @@
+// Set files that are small on disk and immense in memory: refused in one line, within a bounded memory.
+#include "host/framework/FolderStream.h"
+#include "tests/host/RunRoi.h"
+
+namespace {
+
+#if defined(__SANITIZE_ADDRESS__)
+constexpr const char* kMemory = "unlimited";  // The sanitizer maps terabytes.
+#else
+constexpr const char* kMemory = "1048576";  // KiB
+#endif
+
+/// A PNG as far as its size; the pixels are missing.
+std::string PngStart(std::uint32_t width, std::uint32_t height, const char* depthAndColor) {
+    std::string png("\x89PNG\r\n\x1A\n\0\0\0\rIHDR", 16);
+    for (const std::uint32_t word : {width, height}) {
+        for (int shift = 24; shift >= 0; shift -= 8) {
+            png += static_cast<char>(word >> shift & 0xFF);
+        }
+    }
+    return png.append(depthAndColor, 2).append(7, '\0');
+}
+
+class Hostile : public RoiCommand {
+  protected:
+    /// The set `a.roi` with one of its blocks replaced.
+    void WriteSet(const std::string& path, const std::string& block) const {
+        FolderArchive archive = FolderArchive::FromBytes(Bytes("a.roi"));
+        archive.Put(path, FolderArchive::Block(block.begin(), block.end()));
+        WriteBytes("hostile.roi", archive.ToBytes());
+    }
+    void ExpectRefusal(const std::string& set, const std::string& line) const {
+        const std::string limit = std::string("ulimit -v ") + kMemory + "; exec \"$@\"";
+        const RunResult result = RunProgram({"/bin/bash", "-c", limit, "-", BIN_DIR "/roi", "list", set}, Folder());
+        EXPECT_EQ(result.err, "roi: error: " + line + "\n");
+        EXPECT_EQ(result.exitCode, 1);
+    }
+};
+
+TEST_F(Hostile, BlocksOfASetAreRefusedBeforeTheyFillTheMemory) {
+    Done({"add", "a.roi", "ROIMask", "--name", "m"});
+    Done({"add", "a.roi", "ROIShape", "--name", "s", "--points", "1,2"});
+    const std::string listing = "figures.json";
+    const std::string mask = "figures/m/mask.png";
+    const std::string geometry = "figures/s/geometry.json";
+    const std::string figure = R"({"name":"s","class":"ROIShape"})";
+    const std::tuple<std::string, std::string, const char*> cases[] = {
+        {mask, PngStart(65536, 4097, "\x08\0"), "figure m: with its mask the set has too many pixels"},
+        {mask, PngStart(0xFFFFFFFF, 0xFFFFFFFF, "\x08\0"), "figure m: with its mask the set has too many pixels"},
+        {mask, PngStart(16, 16, "\x10\x06"), "figure m: its mask is damaged"},
+        {mask, PngStart(16, 16, "\x08\0").substr(0, 25), "figure m: its mask is damaged"},
+        {mask, "BM a bitmap", "figure m: its mask is damaged"},
+        {listing, std::string(16 << 20, '['), "a text in it is nested too deeply"},
+        {listing, std::string((16 << 20) + 1, ' '), "a text in it is too long"},
+        {listing, "[" + figure + "," + figure + "]", "name taken: s: the set has a figure of that name"},
+        {geometry, "[[\"\\\"]\",[", "a text in it is nested too deeply"},
+        {geometry, std::string((16 << 20) + 1, ' '), "a text in it is too long"},
+    };
+    for (const auto& [path, block, why] : cases) {
+        SCOPED_TRACE(path + ": " + block.substr(0, 60));
+        WriteSet(path, block);
+        ExpectRefusal("hostile.roi", std::string("broken set: hostile.roi: ") + why);
+    }
+}
+
+TEST_F(Hostile, FilesOfAnySizeAreRefusedBeforeTheyFillTheMemory) {
+    WriteBytes("long.xml", "<figures>" + std::string(32 << 20, ' ') + "</figures>");
+    ExpectRefusal("long.xml", "broken set: long.xml: a text in it is too long");
+    for (const char* set : {"huge.roi", "huge.xml"}) {
+        WriteBytes(set, "");
+        std::filesystem::resize_file(Folder() / set, std::uintmax_t{8} << 30);  // All of it a hole.
+        ExpectRefusal(set, std::string("cannot read set: ") + set + ": File too large");
+    }
+}
+
+}  // namespace
