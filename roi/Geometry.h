@@ -134,12 +134,14 @@ inline Point MapPoint(ITransform& transform, Point p) noexcept {
     return p;
 }
 
-/// The result of a hit test: the code tells inside from outside, `hit` may be null.
+/// The result of a hit test: the code tells inside from outside, `hit` may be null. Without a branch on
+/// the answer, which comes at random.
 inline Result HitResult(bool inside, int* hit) noexcept {
+    const auto one = static_cast<unsigned int>(inside);
     if (hit != nullptr) {
-        *hit = inside ? 1 : 0;
+        *hit = static_cast<int>(one);
     }
-    return inside ? S_OK : E_FAIL;
+    return static_cast<Result>(static_cast<unsigned int>(E_FAIL) & (one - 1u));
 }
 
 }  // namespace roi
