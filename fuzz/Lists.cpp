@@ -40,13 +40,14 @@ void ComesBack(INamedCollection& list) {
 // Bytes that are taken for a list are the bytes that the list is saved as.
 void LoadBlock(std::string_view bytes) {
     const auto archive = std::make_shared<FolderArchive>();
-    const auto size = static_cast<std::uint32_t>(bytes.size());
-    archive->Put("ParametersSize", BlockOf({reinterpret_cast<const char*>(&size), sizeof size}));
-    archive->Put("Parameters", BlockOf(bytes));
+    // Behind a size that fits: guessing it is no use.
+    const auto size = static_cast<std::uint32_t>(sizeof(std::uint32_t) + bytes.size());
+    const std::string block = std::string(reinterpret_cast<const char*>(&size), sizeof size).append(bytes);
+    archive->Put("Parameters", BlockOf(block));
     const auto list = Loaded(MakeFolderStream(archive, "").Get());
     if (list) {
         REQUIRE(PersistenceOf(*list)->Save(MakeFolderStream(archive, "").Get(), 0) == S_OK);
-        REQUIRE(*archive->Find("Parameters") == BlockOf(bytes));
+        REQUIRE(*archive->Find("Parameters") == BlockOf(block));
         ComesBack(*list);
     }
 }

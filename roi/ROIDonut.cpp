@@ -18,7 +18,7 @@ Result CROIDonut::GetLimits(double* start, double* delta) noexcept { return Read
 
 namespace roi {
 
-Annulus DraggedDonut(Annulus a, int node, Point p) noexcept {
+void Drag(Annulus& a, int node, Point p) noexcept {
     const int number = node & kNodeMask;
     const bool bothAxes = (node & kBothAxes) != 0;
     Ring& ring = a.rings[number <= 3 ? 0 : 1];
@@ -40,7 +40,6 @@ Annulus DraggedDonut(Annulus a, int node, Point p) noexcept {
             a.centerX = p.x;
             a.centerY = p.y;
     }
-    return a;
 }
 
 }  // namespace roi
@@ -69,7 +68,7 @@ Result CROIDonut::GetNode(int node, double* x, double* y) noexcept {
 
 Result CROIDonut::SetNode(int node, double x, double y) noexcept {
     m_mask.Reset();
-    m_state = roi::DraggedDonut(m_state, node, {x, y});
+    Drag(m_state, node, {x, y});
     return S_OK;
 }
 

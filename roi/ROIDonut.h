@@ -12,8 +12,8 @@
 
 namespace roi {
 
-/// The donut after a node was dragged to `p`; see CROIDonut::SetNode.
-Annulus DraggedDonut(Annulus a, int node, Point p) noexcept;
+/// Drags a node of the donut to `p`; see CROIDonut::SetNode.
+void Drag(Annulus& a, int node, Point p) noexcept;
 
 }  // namespace roi
 

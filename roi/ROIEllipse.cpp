@@ -20,7 +20,7 @@ Ellipse Mapped(ITransform& transform, const Ellipse& e) noexcept {
     return {center.x, center.y, Length(right - center), Length(below - center)};
 }
 
-Ellipse Dragged(Ellipse e, int node, Point p) noexcept {
+void Drag(Ellipse& e, int node, Point p) noexcept {
     const bool circular = (node & kBothAxes) != 0;
     switch (node & kNodeMask) {
         case 2:
@@ -38,7 +38,6 @@ Ellipse Dragged(Ellipse e, int node, Point p) noexcept {
             e.centerX = p.x;
             e.centerY = p.y;
     }
-    return e;
 }
 
 }  // namespace roi
@@ -129,7 +128,7 @@ Result CROIEllipse::GetNode(int node, double* x, double* y) noexcept {
 }
 
 Result CROIEllipse::SetNode(int node, double x, double y) noexcept {
-    m_state = Dragged(m_state, node, {x, y});
+    Drag(m_state, node, {x, y});
     return S_OK;
 }
 

@@ -33,8 +33,8 @@ PixelBox BoundingBox(const Ellipse& e, double width, double height) noexcept;
 /// The ellipse with its centre and the ends of its half-axes mapped; it stays along the image's axes.
 Ellipse Mapped(ITransform& transform, const Ellipse& e) noexcept;
 
-/// The ellipse after a node was dragged to `p`; see IROIEllipse::SetNode.
-Ellipse Dragged(Ellipse e, int node, Point p) noexcept;
+/// Drags a node of the ellipse to `p`; see IROIEllipse::SetNode.
+void Drag(Ellipse& e, int node, Point p) noexcept;
 
 }  // namespace roi
 

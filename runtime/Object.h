@@ -41,17 +41,15 @@ class CObject : public IUnknown {
         }
         Result code = object->FinalConstruct();
         if (code == S_OK) {
-            *result = nullptr;
-            code = object->QueryInterface(*iid, result);
-            if (Succeeded(code)) {
-                object->Release();  // The creation reference; the caller's remains.
-            }
+            // Answers without counting: the reference that QueryInterface adds and the creation reference,
+            // dropped after it, are one, and adding and dropping would cost as much as all the rest.
+            code = object->Answer(*iid, result);
             if (code == S_OK) {
                 return S_OK;
             }
         }
         // A positive code ends here too, although the caller has a pointer by then: only plain S_OK
-        // creates. No QueryInterface of a shipped class returns one.
+        // creates. No shipped class gives one.
         object->FinalRelease();
         delete object;
         return code;
@@ -117,15 +115,17 @@ struct InterfaceMap {
 template <class T, class... Interfaces>
 class Component : public CObject<T>, public IObjectInfoImpl<T>, public Interfaces... {
   public:
+    /// What QueryInterface answers, without adding the reference.
+    Result Answer(const IID& iid, void** out) noexcept {
+        *out = iid == IID_IUnknown ? static_cast<CObject<T>*>(this) : T::Answers::Find(static_cast<T*>(this), iid);
+        return *out != nullptr ? S_OK : E_NOINTERFACE;
+    }
     Result QueryInterface(const IID& iid, void** out) noexcept override {
-        void* found =
-            iid == IID_IUnknown ? static_cast<CObject<T>*>(this) : T::Answers::Find(static_cast<T*>(this), iid);
-        *out = found;
-        if (found == nullptr) {
-            return E_NOINTERFACE;
+        const Result code = Answer(iid, out);
+        if (Succeeded(code)) {
+            this->Increment();
         }
-        this->Increment();
-        return S_OK;
+        return code;
     }
     std::int32_t AddRef() noexcept override { return this->Increment(); }
     std::int32_t Release() noexcept override { return this->Decrement(); }

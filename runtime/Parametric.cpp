@@ -95,15 +95,21 @@ Result ParameterWriter::HandOut(INamedCollection** out) noexcept {
 // ---------------------------------------------------------------------------------------------------
 // Reading a list
 
+bool ParameterReader::SetName(tagREFString name) noexcept {
+    if (!m_name) {
+        m_name = CREFString::CreateString();
+    }
+    return m_name && Succeeded(m_name->SetText(name.length, name.text));
+}
+
 template <class Value, class Read>
 Lookup ParameterReader::LookUp(tagREFString name, Value* value, Read read) noexcept {
-    const SmartPtr<IString> nameString = CreateStringOf(name);
-    if (!nameString) {
+    if (!SetName(name)) {
         m_outcome = E_FAIL;
         return Lookup::kMissing;
     }
     int index = 0;
-    if (Failed(m_parameters.FindByName(nameString.Get(), &index))) {
+    if (Failed(m_parameters.FindByName(m_name.Get(), &index))) {
         return Lookup::kMissing;
     }
     SmartPtr<IUnknown> item;

@@ -62,8 +62,11 @@ class ParameterReader {
   private:
     template <class Value, class Read>
     Lookup LookUp(tagREFString name, Value* value, Read read) noexcept;
+    bool SetName(tagREFString name) noexcept;
 
     INamedCollection& m_parameters;
+    // One string for all names, made for the first: a list compares it and does not keep it.
+    SmartPtr<IString> m_name;
     Result m_outcome = S_OK;
 };
 

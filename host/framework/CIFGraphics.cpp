@@ -133,13 +133,13 @@ struct ArcShape {
 };
 
 // Sets the pixel that a point belongs to, when it lies in the image; whether it did.
-bool Plot(cv::Mat& target, double x, double y, unsigned char value) noexcept {
-    const double column = PixelOf(x);
-    const double row = PixelOf(y);
+inline bool Plot(cv::Mat& target, double x, double y, unsigned char value) noexcept {
+    const double column = x + 0.5;
+    const double row = y + 0.5;
     if (!(column >= 0.0 && column < target.cols && row >= 0.0 && row < target.rows)) {
         return false;
     }
-    target.at<unsigned char>(static_cast<int>(row), static_cast<int>(column)) = value;
+    target.ptr(static_cast<int>(row))[static_cast<int>(column)] = value;
     return true;
 }
 
@@ -155,9 +155,10 @@ void AlongAxis(double center, double along, double across, int size, Visit visit
     if (first > last) {
         return;
     }
+    const double ratio = along > 0.0 ? across / along : 0.0;
     for (int position = static_cast<int>(first); position <= static_cast<int>(last); ++position) {
-        const double part = along > 0.0 ? (position - center) / along : 0.0;
-        visit(position, across * std::sqrt(std::max(0.0, 1.0 - part * part)));
+        const double distance = position - center;
+        visit(position, ratio * std::sqrt(std::max(0.0, along * along - distance * distance)));
     }
 }
 
@@ -171,16 +172,19 @@ bool DrawArc(cv::Mat& target, const ArcShape& arc, unsigned char value) {
             drawn |= Plot(target, arc.cx + dx, arc.cy + dy, value);
         }
     };
+    constexpr double kSides[] = {-1.0, 1.0};
     AlongAxis(arc.cx, arc.rx, arc.ry, target.cols, [&](double x, double dy) {
-        plot(x - arc.cx, dy);
-        plot(x - arc.cx, -dy);
+        for (const double side : kSides) {
+            plot(x - arc.cx, side * dy);
+        }
     });
     AlongAxis(arc.cy, arc.ry, arc.rx, target.rows, [&](double y, double dx) {
-        plot(dx, y - arc.cy);
-        plot(-dx, y - arc.cy);
+        for (const double side : kSides) {
+            plot(side * dx, y - arc.cy);
+        }
     });
     // The four ends, which may lie beyond the last column or row.
-    for (const double side : {-1.0, 1.0}) {
+    for (const double side : kSides) {
         plot(side * arc.rx, 0.0);
         plot(0.0, side * arc.ry);
     }
@@ -208,58 +212,81 @@ Result CCIFGraphics::Arc(float cx, float cy, float rx, float ry, float start, fl
 
 namespace {
 
-// A run fill: each row's run around a seed is filled at once, and every run above and below that it
-// touches gets a seed. The library's own fill replaces the seed's value instead of stopping at the drawn
-// one, and compares pixel by pixel.
-class RunFill {
+// A span fill: whole runs of a row are found and set at once, and from a filled run the fill goes on to
+// what touches it. The library's own fill replaces the seed's value instead of stopping at the drawn one,
+// and compares pixel by pixel.
+class SpanFill {
   public:
-    RunFill(cv::Mat& target, unsigned char value) noexcept : m_target(target), m_value(value) {}
+    SpanFill(cv::Mat& target, unsigned char value) noexcept : m_target(target), m_value(value) {}
 
     void From(int x, int y) {
-        m_seeds.push_back({x, y});
-        while (!m_seeds.empty()) {
-            const cv::Point seed = m_seeds.back();
-            m_seeds.pop_back();
-            unsigned char* row = m_target.ptr(seed.y);
-            if (row[seed.x] != m_value) {
-                FillRun(row, seed);
+        const unsigned char* row = m_target.ptr(y);
+        if (row[x] == m_value) {
+            return;
+        }
+        const int first = RunStart(row, x);
+        const int end = Fill(y, first, x);
+        m_open.push_back({y + 1, first, end, 1});
+        m_open.push_back({y - 1, first, end, -1});
+        while (!m_open.empty()) {
+            const Beside beside = m_open.back();
+            m_open.pop_back();
+            if (beside.y >= 0 && beside.y < m_target.rows) {
+                FillRuns(beside);
             }
         }
     }
 
   private:
-    void FillRun(unsigned char* row, cv::Point seed) {
-        const auto* before = static_cast<unsigned char*>(memrchr(row, m_value, static_cast<std::size_t>(seed.x)));
-        const int first = before != nullptr ? static_cast<int>(before - row) + 1 : 0;
-        const int end = NextDrawn(row, seed.x, m_target.cols);
+    // The part of a row from column `first` to before `end` that lies beside a filled run; the fill came
+    // to it by a step of +1 or -1 rows.
+    struct Beside {
+        int y;
+        int first;
+        int end;
+        int step;
+    };
+
+    // Fills every run that touches the part. From each the fill goes on, and back only where the run
+    // reaches beyond the one it came from: behind the rest everything is filled.
+    void FillRuns(const Beside& part) {
+        const unsigned char* row = m_target.ptr(part.y);
+        for (int x = part.first; x < part.end; ++x) {
+            if (row[x] == m_value) {
+                continue;
+            }
+            const int first = x == part.first ? RunStart(row, x) : x;
+            const int end = Fill(part.y, first, x);
+            m_open.push_back({part.y + part.step, first, end, part.step});
+            if (first < part.first) {
+                m_open.push_back({part.y - part.step, first, part.first, -part.step});
+            }
+            if (end > part.end) {
+                m_open.push_back({part.y - part.step, part.end, end, -part.step});
+            }
+            x = end;
+        }
+    }
+
+    // The first pixel of the run that holds x.
+    int RunStart(const unsigned char* row, int x) const noexcept {
+        const void* drawn = memrchr(row, m_value, static_cast<std::size_t>(x));
+        return drawn != nullptr ? static_cast<int>(static_cast<const unsigned char*>(drawn) - row) + 1 : 0;
+    }
+
+    // Fills the run that begins at `first` and holds x; the end, behind its last pixel.
+    int Fill(int y, int first, int x) noexcept {
+        unsigned char* row = m_target.ptr(y);
+        const void* drawn = std::memchr(row + x, m_value, static_cast<std::size_t>(m_target.cols - x));
+        const int end =
+            drawn != nullptr ? static_cast<int>(static_cast<const unsigned char*>(drawn) - row) : m_target.cols;
         std::memset(row + first, m_value, static_cast<std::size_t>(end - first));
-        for (const int y : {seed.y - 1, seed.y + 1}) {
-            if (y >= 0 && y < m_target.rows) {
-                SeedRuns(y, first, end);
-            }
-        }
-    }
-
-    // A seed for every run of the row that has pixels from `first` to `end`.
-    void SeedRuns(int y, int first, int end) {
-        const unsigned char* row = m_target.ptr(y);
-        for (int x = first; x < end; ++x) {
-            if (row[x] != m_value) {
-                m_seeds.push_back({x, y});
-                x = NextDrawn(row, x, end);
-            }
-        }
-    }
-
-    // The first pixel of the drawing value from `x` on, or `end`.
-    int NextDrawn(const unsigned char* row, int x, int end) const noexcept {
-        const void* drawn = std::memchr(row + x, m_value, static_cast<std::size_t>(end - x));
-        return drawn != nullptr ? static_cast<int>(static_cast<const unsigned char*>(drawn) - row) : end;
+        return end;
     }
 
     cv::Mat& m_target;
     unsigned char m_value;
-    std::vector<cv::Point> m_seeds;
+    std::vector<Beside> m_open;
 };
 
 }  // namespace
@@ -273,7 +300,7 @@ Result CCIFGraphics::FloodFill(int x, int y, int mode) noexcept {
         if (x < 0 || y < 0 || x >= target.cols || y >= target.rows) {
             return E_FAIL;
         }
-        RunFill(target, m_value).From(x, y);
+        SpanFill(target, m_value).From(x, y);
         return S_OK;
     });
 }

@@ -30,10 +30,14 @@ Result CCIFImageCANVAS::Create(int width, int height, int planes, int bitsPerPix
     if (width <= 0 || height <= 0 || std::int64_t{width} * height > kLargestImage) {
         return E_INVALIDARG;
     }
-    return Guarded("ICIF::Create", [&] {
-        m_image = cv::Mat(height, width, CV_8UC1, cv::Scalar(0));
-        return S_OK;
-    });
+    auto* pixels = static_cast<unsigned char*>(
+        std::calloc(static_cast<std::size_t>(height), static_cast<std::size_t>(width)));
+    if (pixels == nullptr) {
+        return E_FAIL;
+    }
+    m_image = cv::Mat(height, width, CV_8UC1, pixels);
+    m_created.reset(pixels);
+    return S_OK;
 }
 
 Result CCIFImageCANVAS::Fill(int value) noexcept {
@@ -41,7 +45,7 @@ Result CCIFImageCANVAS::Fill(int value) noexcept {
         return E_FAIL;
     }
     return Guarded("ICIF::Fill", [&] {
-        m_image.setTo(cv::Scalar::all(value));
+        m_image = cv::Scalar::all(value);
         return S_OK;
     });
 }
@@ -71,6 +75,7 @@ Result CCIFImageCANVAS::ReadFile(const char* path) noexcept {
             return E_FAIL;
         }
         m_image = std::move(image);
+        m_created.reset();
         return S_OK;
     });
 }

@@ -1,6 +1,8 @@
 // "CIFImageCANVAS": a raster image that knows image files.
 #pragma once
 
+#include <cstdlib>
+#include <memory>
 #include <opencv2/core.hpp>
 
 #include "host/framework/Extensions.h"
@@ -27,5 +29,12 @@ class CCIFImageCANVAS final : public FrameworkComponent<CCIFImageCANVAS, ICIFIma
     Result WriteFile(const char* path) noexcept override;
 
   private:
+    struct Freed {
+        void operator()(void* memory) const noexcept { std::free(memory); }
+    };
+
+    // The pixels of an image that was created: the library loses its own when it is short of memory, and
+    // large ones come zeroed at no cost. An image that was read holds its own.
+    std::unique_ptr<unsigned char, Freed> m_created;
     cv::Mat m_image;
 };

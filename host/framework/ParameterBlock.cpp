@@ -11,8 +11,6 @@ namespace {
 
 static_assert(std::endian::native == std::endian::little, "blocks are copied as they lie in memory");
 
-constexpr tagREFString kSizeBlock = Text(L"ParametersSize");
-constexpr tagREFString kDataBlock = Text(L"Parameters");
 constexpr std::uint32_t kLargestBlock = 16u << 20;
 constexpr std::uint32_t kSmallestEntry = 3 * sizeof(std::uint32_t);
 
@@ -28,7 +26,12 @@ class BlockWriter {
         Put(static_cast<std::uint32_t>(text.length));
         Append(text.text, static_cast<std::size_t>(text.length) * sizeof(wchar_t));
     }
-    const Bytes& Written() const noexcept { return m_bytes; }
+    // The bytes, with their number in the word that was put first.
+    const Bytes& Finished() noexcept {
+        const auto size = static_cast<std::uint32_t>(m_bytes.size());
+        std::memcpy(m_bytes.data(), &size, sizeof size);
+        return m_bytes;
+    }
 
   private:
     void Append(const void* data, std::size_t size) {
@@ -136,7 +139,8 @@ Result ReadEntry(BlockReader* reader, ParameterEntries* entries) {
     return S_OK;
 }
 
-SmartPtr<ICreatableString> BlockName(tagREFString text) noexcept {
+SmartPtr<ICreatableString> BlockName() noexcept {
+    constexpr tagREFString text = Text(L"Parameters");
     auto name = MakeObject<ICreatableString, CCreatableString>();
     if (name && Failed(name->SetText(text.length, text.text))) {
         name.Reset();
@@ -148,6 +152,7 @@ SmartPtr<ICreatableString> BlockName(tagREFString text) noexcept {
 
 Result SaveBlock(const ParameterEntries& entries, IFolderStream& stream) {
     BlockWriter writer;
+    writer.Put(std::uint32_t{0});  // The size, once it is known.
     writer.Put(static_cast<std::uint32_t>(entries.size()));
     for (const ParameterEntry& entry : entries) {
         ParameterValue value;
@@ -159,30 +164,26 @@ Result SaveBlock(const ParameterEntries& entries, IFolderStream& stream) {
         writer.PutText(entry.name);
         PutValue(value, &writer);
     }
-    const Bytes& bytes = writer.Written();
-    const auto sizeName = BlockName(kSizeBlock);
-    const auto dataName = BlockName(kDataBlock);
-    if (bytes.size() > kLargestBlock || !sizeName || !dataName) {
+    const Bytes& bytes = writer.Finished();
+    const auto name = BlockName();
+    if (bytes.size() > kLargestBlock || !name) {
         return E_FAIL;
     }
-    const auto size = static_cast<std::uint32_t>(bytes.size());
-    const Result code = stream.WriteBinary(sizeName.Get(), &size, sizeof size, 0);
-    return Failed(code) ? code : stream.WriteBinary(dataName.Get(), bytes.data(), static_cast<int>(size), 0);
+    return stream.WriteBinary(name.Get(), bytes.data(), static_cast<int>(bytes.size()), 0);
 }
 
 Result LoadBlock(IFolderStream& stream, ParameterEntries* entries) {
-    const auto sizeName = BlockName(kSizeBlock);
-    const auto dataName = BlockName(kDataBlock);
+    const auto name = BlockName();
     std::uint32_t size = 0;
-    if (!sizeName || !dataName || Failed(stream.ReadBinary(sizeName.Get(), &size, sizeof size, 0)) ||
-        size > kLargestBlock) {
+    if (!name || Failed(stream.ReadBinary(name.Get(), &size, sizeof size, 0)) || size > kLargestBlock) {
         return E_FAIL;
     }
     Bytes bytes(size);
-    if (Failed(stream.ReadBinary(dataName.Get(), bytes.data(), static_cast<int>(size), 0))) {
+    if (Failed(stream.ReadBinary(name.Get(), bytes.data(), static_cast<int>(size), 0))) {
         return E_FAIL;
     }
     BlockReader reader(bytes);
+    reader.Get<std::uint32_t>();  // The size again.
     const auto count = reader.Get<std::uint32_t>();
     if (!reader.Sound() || count > reader.Left() / kSmallestEntry) {
         return E_FAIL;

@@ -1,5 +1,7 @@
 #include "host/framework/WideText.h"
 
+#include <algorithm>
+
 namespace {
 
 constexpr char32_t kReplacement = 0xFFFD;
@@ -35,7 +37,13 @@ char32_t TakeCharacter(std::string_view* rest) noexcept {
 }  // namespace
 
 bool AppendUtf8(tagREFString text, std::string* utf8) {
-    for (int i = 0; i < text.length; ++i) {
+    // Most texts are ASCII from end to end, and are copied at once.
+    const wchar_t* const end = text.text + std::max(text.length, 0);
+    const wchar_t* const beyond = std::find_if(text.text, end, [](wchar_t c) { return c < 0 || c >= 0x80; });
+    const auto ascii = static_cast<std::size_t>(beyond - text.text);
+    utf8->resize(utf8->size() + ascii);
+    std::copy(text.text, beyond, utf8->end() - static_cast<std::ptrdiff_t>(ascii));
+    for (int i = static_cast<int>(ascii); i < text.length; ++i) {
         const auto code = static_cast<char32_t>(text.text[i]);
         if (code < 0x80) {
             *utf8 += static_cast<char>(code);
@@ -55,8 +63,11 @@ bool AppendUtf8(tagREFString text, std::string* utf8) {
 }
 
 std::wstring FromUtf8(std::string_view utf8) {
-    std::wstring text;
+    const auto* const beyond =
+        std::find_if(utf8.begin(), utf8.end(), [](char c) { return static_cast<unsigned char>(c) >= 0x80; });
+    std::wstring text(utf8.begin(), beyond);
     text.reserve(utf8.size());
+    utf8.remove_prefix(text.size());
     while (!utf8.empty()) {
         if (static_cast<unsigned char>(utf8.front()) < 0x80) {
             text += static_cast<wchar_t>(utf8.front());

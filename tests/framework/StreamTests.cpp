@@ -1,7 +1,9 @@
 // Parameter lists through both kinds of stream, and archives that are not what they say.
+#include <algorithm>
 #include <bit>
 #include <climits>
 #include <cmath>
+#include <cstring>
 #include <limits>
 #include <sstream>
 #include <variant>
@@ -185,9 +187,8 @@ TEST_F(StreamTest, ADamagedBlockLeavesTheListAlone) {
     const std::vector<Named> before = {{L"kept", 1}};
     const auto list = ListOf(before);
     const auto refuse = [&](FolderArchive::Block block, std::uint32_t size) {
+        std::memcpy(block.data(), &size, std::min(block.size(), sizeof size));
         archive->Put("Parameters", std::move(block));
-        const auto* bytes = reinterpret_cast<const std::uint8_t*>(&size);
-        archive->Put("ParametersSize", {bytes, bytes + sizeof size});
         EXPECT_EQ(Load(*list, stream), E_FAIL) << size;
     };
     for (std::uint32_t size = 0; size < sound.size(); ++size) {
@@ -195,11 +196,11 @@ TEST_F(StreamTest, ADamagedBlockLeavesTheListAlone) {
     }
     refuse(sound, static_cast<std::uint32_t>(sound.size() + 1));
     refuse(sound, 0xFFFFFFFF);
-    // The high bytes of the first 64: counts, types and lengths far beyond what is there.
-    for (std::size_t at = 3; at < 16; at += 4) {
+    // The high bytes of the first words: counts, types and lengths far beyond what is there.
+    for (std::size_t at = 7; at < 20; at += 4) {
         FolderArchive::Block broken = sound;
         broken[at] = 0x7F;
-        if (at != 7) {  // The presentation kind may be anything.
+        if (at != 11) {  // The presentation kind may be anything.
             refuse(broken, static_cast<std::uint32_t>(sound.size()));
         }
     }

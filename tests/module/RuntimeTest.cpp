@@ -76,7 +76,7 @@ using Reading = IParametricImpl<void>;
 TEST(NamedValues, ComeFromVariantsAndTexts) {
     const auto list =
         MakeList({{L"double", -2.5}, {L"integer", 7}, {L"text", L" #1F"}, {L"blank", L"  "}, {L"huge", 1e300}});
-    list->Add(CreateStringOf(Text(L"list")).Get(), list.Get(), 0, 0);
+    list->Add(CreateStringOf(Text(L"list")).Get(), MakeList({}).Get(), 0, 0);
     const std::tuple<const wchar_t*, Result, double, int> cases[] = {
         {L"double", S_OK, -2.5, -2},        {L"integer", S_OK, 7, 7},           {L"text", S_OK, 31, 31},
         {L"huge", S_OK, 1e300, INT_MIN},    {L"blank", E_FAIL, kUntouched, 99}, {L"list", E_FAIL, kUntouched, 99},
