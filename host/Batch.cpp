@@ -16,10 +16,11 @@ std::vector<std::vector<Cell>> MeasureFigures(const UserPath& image, const std::
     for (std::size_t i = 0; i < figures.size(); ++i) {
         for (const Channel& channel : planes) {
             const Measured measured{image, figures[i], views[i], channel, Measure(channel.values, views[i].spans)};
-            std::vector<Cell>& row = rows.emplace_back();
+            std::vector<Cell> row;
             for (const Column* column : columns) {
                 row.push_back(column->fill(measured));
             }
+            rows.push_back(std::move(row));
         }
     }
     return rows;

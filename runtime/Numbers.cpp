@@ -3,6 +3,7 @@
 #include <charconv>
 #include <cmath>
 #include <cwctype>
+#include <string>
 
 namespace {
 
@@ -20,7 +21,7 @@ constexpr int HexDigit(wchar_t c) noexcept {
 }
 
 bool IsBlank(wchar_t c) noexcept {
-    const auto code = static_cast<std::wint_t>(c);
+    const std::wint_t code = std::char_traits<wchar_t>::to_int_type(c);
     return std::iswspace(code) != 0 || std::iswcntrl(code) != 0;
 }
 

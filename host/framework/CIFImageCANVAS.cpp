@@ -30,8 +30,8 @@ Result CCIFImageCANVAS::Create(int width, int height, int planes, int bitsPerPix
     if (width <= 0 || height <= 0 || std::int64_t{width} * height > kLargestImage) {
         return E_INVALIDARG;
     }
-    auto* pixels = static_cast<unsigned char*>(
-        std::calloc(static_cast<std::size_t>(height), static_cast<std::size_t>(width)));
+    auto* pixels =
+        static_cast<unsigned char*>(std::calloc(static_cast<std::size_t>(height), static_cast<std::size_t>(width)));
     if (pixels == nullptr) {
         return E_FAIL;
     }
