@@ -331,24 +331,6 @@ TEST_P(Ring, BehavesLikeItsModelUnderRandomOperations) {
     }
 }
 
-TEST_P(Ring, ReadsDegreesInItsOwnOrderOfOperations) {
-    auto figure = Make();
-    Random random(7);
-    int differing = 0;
-    for (int i = 0; i < 300; ++i) {
-        const double degrees[] = {random.In(-360, 360), random.In(-360, 360)};
-        ASSERT_EQ(SetParameters(figure.Get(), {{L"StartAngle", degrees[0]}, {L"DeltaAngle", degrees[1]}}), S_OK);
-        const Point limits = Read2([&](double* s, double* d) { return figure->GetLimits(s, d); });
-        for (int k = 0; k < 2; ++k) {
-            const double divided = degrees[k] / 180.0 * 3.141592653589793;
-            const double multiplied = degrees[k] * 3.141592653589793 / 180.0;
-            differing += divided != multiplied;
-            EXPECT_EQ(k == 0 ? limits.real() : limits.imag(), GetParam() ? multiplied : divided) << degrees[k];
-        }
-    }
-    EXPECT_GT(differing, 50) << "values that tell the two orders apart";
-}
-
 TEST_P(Ring, KeepsTheBitsOfAnAngleThatIsAbsentOrUnusable) {
     auto figure = Make();
     Random random(8);

@@ -1,4 +1,4 @@
-// The ellipse: tables of its nodes, its rounding, its circle test and what it refuses.
+// The ellipse: tables of its nodes, its rounding and its circle test.
 #include <cmath>
 
 #include "Harness.h"
@@ -92,33 +92,6 @@ TEST(Ellipse, MapsItsCentreAndTheTwoEndsBelowAndRight) {
         EXPECT_CLOSE(Radius(figure.Get()),
                      Point(std::abs(map.Map(order[1]) - map.Map(c)), std::abs(map.Map(order[2]) - map.Map(c))));
     }
-}
-
-TEST(Ellipse, RefusesClonesMasksAndNullTransforms) {
-    auto figure = Ellipse();
-    const long before = LiveAllocations();
-    auto* copy = reinterpret_cast<IUnknown*>(&figure);
-    EXPECT_EQ(figure->Replicate(&copy), E_NOINTERFACE);
-    EXPECT_EQ(copy, reinterpret_cast<IUnknown*>(&figure));
-    auto* mask = reinterpret_cast<ICIF*>(&figure);
-    EXPECT_EQ(figure->GetMask(&mask), E_NOTIMPL);
-    EXPECT_EQ(mask, reinterpret_cast<ICIF*>(&figure));
-    EXPECT_EQ(figure->Transform(nullptr), E_INVALIDARG);
-    EXPECT_EQ(LiveAllocations(), before);
-}
-
-TEST(Ellipse, TakesTheParametersItFindsAsVariants) {
-    auto figure = Ellipse();
-    EXPECT_EQ(SetParameters(figure.Get(), {{L"RadiusY", 7}, {L"CenterX", L"12"}, {L"Width", 3.0}}), S_OK);
-    const std::vector<Item> expected = {{L"CenterX", 50.0}, {L"CenterY", 50.0}, {L"RadiusX", 30.0}, {L"RadiusY", 7.0}};
-    EXPECT_EQ(Parameters(figure.Get()), expected);
-    EXPECT_EQ(As<IParametricObject>(figure.Get())->SetParameters(nullptr), E_INVALIDARG);
-    PlainStream plain;
-    for (IDataStream* stream : {static_cast<IDataStream*>(&plain), static_cast<IDataStream*>(nullptr)}) {
-        EXPECT_EQ(As<IDataPersist>(figure.Get())->Save(stream, 0), S_OK);
-        EXPECT_EQ(As<IDataPersist>(figure.Get())->Load(stream, 0), S_OK);
-    }
-    EXPECT_EQ(Parameters(figure.Get()), expected);
 }
 
 }  // namespace

@@ -11,10 +11,6 @@ double Shear(IROIParallelogram* figure) {
     return shear;
 }
 
-Point Size(IROIParallelogram* figure) {
-    return Read2([&](double* w, double* h) { return figure->GetSize(w, h); });
-}
-
 TEST(Parallelogram, BehavesLikeItsModelUnderRandomOperations) {
     for (unsigned seed = 1; seed <= 60 && !HasFailure(); ++seed) {
         SCOPED_TRACE("seed " + std::to_string(seed));
@@ -49,26 +45,6 @@ TEST(Parallelogram, HitTestIgnoresTheShearAndGetMaskWritesNothing) {
     ICIF* mask = untouched;
     EXPECT_EQ(figure->GetMask(&mask), S_OK);
     EXPECT_EQ(mask, untouched);
-}
-
-TEST(Parallelogram, KeepsAWhenTheShearParameterIsARadianOrMore) {
-    const double t60 = std::tan(60 * M_PI / 180);
-    struct Case {
-        Value degrees;
-        double shear, width;
-    };
-    for (const Case& c :
-         {Case{45.0, M_PI / 4, 50}, Case{60.0, M_PI / 3, 50 + 50 * t60}, Case{-60.0, -M_PI / 3, 50 - 50 * t60},
-          Case{120.0, 1.5, 50 + 50 * std::tan(1.5)}, Case{L"30", 0, 50}}) {
-        auto figure = Parallelogram();
-        EXPECT_EQ(SetParameters(figure.Get(), {{L"Shear", c.degrees}, {L"A", 10.0}, {L"LockA", 1}}), S_OK);
-        EXPECT_CLOSE(Shear(figure.Get()), c.shear);
-        EXPECT_CLOSE(Size(figure.Get()).real(), c.width);
-    }
-    auto figure = Parallelogram();
-    figure->put_Shear(0.5, 0);
-    SetParameters(figure.Get(), {{L"Shear", L"30"}});
-    EXPECT_EQ(Shear(figure.Get()), 0.0) << "an unusable shear counts as 0";
 }
 
 TEST(Parallelogram, LoadingClearsLockAEvenWhenItFails) {

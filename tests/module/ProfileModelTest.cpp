@@ -662,19 +662,6 @@ TEST(Profile, LoadsShortMissingAndAbsurdBlocksSafely) {
     EXPECT_EQ(plain.references, 1);
 }
 
-TEST(Profile, HitsTheWidenedBoxesOfItsSegments) {
-    auto figure = Profile({{0, 0}, {10, 0}});
-    figure->SetUniformThickness(2, 4);
-    for (const auto& [p, inside] :
-         {std::pair(Point(12.9, 2.9), true), {Point(13.1, 0), false}, {Point(13, -3), true}}) {
-        EXPECT_EQ(figure->HitTest(p.real(), p.imag(), nullptr), inside ? S_OK : E_FAIL) << p;
-    }
-    auto* mask = reinterpret_cast<ICIF*>(&figure);
-    EXPECT_EQ(figure->GetMask(&mask), E_NOTIMPL);
-    EXPECT_EQ(figure->Fit(1, 2), S_OK);
-    EXPECT_EQ(figure->Transform(nullptr), E_INVALIDARG);
-}
-
 TEST(Profile, ALackOfMemoryLeavesItAsItWas) {
     auto figure = Profile(std::vector<Point>(100, Point(1, 2)));
     for (const bool insert : {false, true}) {

@@ -20,37 +20,6 @@ TEST_P(RolledBox, BehavesLikeItsModelUnderRandomOperations) {
 
 INSTANTIATE_TEST_SUITE_P(Classes, RolledBox, testing::Values(L"ROIRectangle", L"ROIMask"));
 
-TEST(Rectangle, RefusesUnknownNodesAndWritesNothing) {
-    auto figure = Rectangle();
-    const std::vector<Item> before = Parameters(figure.Get());
-    for (int node : {0, 11, -1, 256, 255, 0x7FFFFFFF}) {
-        double x = 1, y = 2;
-        int i = 3, j = 4;
-        EXPECT_EQ(figure->GetCornerPoint(ROICorner(node), &x, &y), E_INVALIDARG) << node;
-        EXPECT_EQ(figure->GetCornerPointI(ROICorner(node), &i, &j), E_INVALIDARG) << node;
-        EXPECT_EQ(Point(x, y), Point(1, 2));
-        EXPECT_EQ(std::pair(i, j), std::pair(3, 4));
-    }
-    for (int node : {0, 11, 0x10B, 0x100, 0x20B, -1}) {
-        EXPECT_EQ(figure->SetCornerPoint(node, 1, 2), E_INVALIDARG) << node;
-    }
-    EXPECT_EQ(figure->Transform(nullptr), E_INVALIDARG);
-    EXPECT_EQ(Parameters(figure.Get()), before);
-}
-
-TEST(Rectangle, GripStaysWhereItWasUntilAQuarterOfTheWidthIsLonger) {
-    auto figure = Rectangle();
-    EXPECT_EQ(Node(figure.Get(), 10), Point(62.5, 50));
-    figure->SetSize(10, 10);
-    EXPECT_EQ(Node(figure.Get(), 10), Point(62.5, 50));
-    figure->SetSize(100, 50);
-    EXPECT_EQ(Node(figure.Get(), 10), Point(75, 50));
-    figure->SetCornerPoint(0x10A, 60, 57);
-    EXPECT_EQ(
-        Read2([&](double* roll, double* other) { return figure->get_Roll(roll) | figure->get_Roll(other); }).real(),
-        0.26179938783333334 * 2);
-}
-
 TEST(Rectangle, EdgesAreInsideAndHalvesRoundAwayFromZero) {
     for (const Point size : {Point(10, 4), Point(-10, 4), Point(5, 5), Point(7, 1), Point(0, 3), Point(1e6 + 1, 3)}) {
         for (const Point center : {Point(0, 0), Point(5, 2), Point(-2.5, 1e5), Point(0.25, -0.75)}) {
@@ -77,28 +46,6 @@ TEST(Rectangle, EdgesAreInsideAndHalvesRoundAwayFromZero) {
         figure->SetCenter(c.center.real(), c.center.imag());
         EXPECT_EQ(BoundingRect(figure.Get()), c.box);
     }
-}
-
-TEST(Rectangle, SettingParametersConvertsTheRollEvenWithoutAnAngle) {
-    auto figure = Rectangle();
-    auto roll = [&] {
-        double radians = kUntouched;
-        figure->get_Roll(&radians);
-        return radians;
-    };
-    figure->put_Roll(1.0);
-    EXPECT_EQ(SetParameters(figure.Get(), {}), S_OK);
-    EXPECT_EQ(roll(), M_PI * 1.0 / 180.0);
-    for (double degrees : {33.7, 45.0, 129.3, -7.1}) {
-        SetParameters(figure.Get(), {{L"Angle", degrees}});
-        EXPECT_EQ(roll(), 3.141592653589793 * degrees / 180.0);
-        EXPECT_EQ(Parameters(figure.Get())[4].value, Value(180.0 * roll() / 3.141592653589793));
-    }
-    figure->put_Roll(90.0);
-    SetParameters(figure.Get(), {{L"Angle", L"45"}, {L"FixedAspect", 2.0}});
-    EXPECT_EQ(roll(), 3.141592653589793 * 90.0 / 180.0) << "a text is no angle";
-    EXPECT_EQ(Read2([&](double* w, double* h) { return figure->GetSize(w, h); }), Point(50, 50));
-    EXPECT_EQ(As<IParametricObject>(figure.Get())->SetParameters(nullptr), E_INVALIDARG);
 }
 
 TEST(Rectangle, HasAMaskOnlyWhenItIsRolled) {

@@ -1,4 +1,4 @@
-// The shape: its extent comes from a geometry, and everything else is politely ignored.
+// The shape: its extent comes from a geometry.
 #include "Harness.h"
 
 namespace {
@@ -87,26 +87,6 @@ TEST(Shape, LetsGoOfItsGeometry) {
         ExpectEmpty(shape.Get());
     }
     EXPECT_EQ(mute.references, 1);
-}
-
-TEST(Shape, AcceptsAndIgnoresEverythingElse) {
-    auto shape = Shape();
-    int hit = 7;
-    auto* mask = reinterpret_cast<ICIF*>(&hit);
-    auto* copy = reinterpret_cast<IUnknown*>(&hit);
-    EXPECT_EQ(shape->SetCenter(1, 2), S_OK);
-    EXPECT_EQ(shape->GetMask(&mask), S_OK);
-    EXPECT_EQ(shape->Replicate(&copy), S_OK);
-    EXPECT_EQ(As<IReplicableObject>(shape.Get())->Replicate(&copy), S_OK);
-    EXPECT_EQ(mask, reinterpret_cast<ICIF*>(&hit));
-    EXPECT_EQ(copy, reinterpret_cast<IUnknown*>(&hit));
-    EXPECT_EQ(shape->Transform(nullptr), S_OK);
-    EXPECT_EQ(As<ITransformableObject>(shape.Get())->Transform(nullptr), S_OK);
-    EXPECT_EQ(shape->HitTest(0, 0, &hit), E_FAIL);
-    EXPECT_EQ(hit, 7) << "the code is not written";
-    EXPECT_EQ(SetParameters(shape.Get(), {{L"CenterX", 5.0}}), S_OK);
-    EXPECT_TRUE(Parameters(shape.Get()).empty());
-    ExpectEmpty(shape.Get());
 }
 
 }  // namespace
