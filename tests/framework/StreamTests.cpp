@@ -3,7 +3,6 @@
 #include <bit>
 #include <climits>
 #include <cmath>
-#include <cstring>
 #include <limits>
 #include <sstream>
 #include <variant>
@@ -187,7 +186,8 @@ TEST_F(StreamTest, ADamagedBlockLeavesTheListAlone) {
     const std::vector<Named> before = {{L"kept", 1}};
     const auto list = ListOf(before);
     const auto refuse = [&](FolderArchive::Block block, std::uint32_t size) {
-        std::memcpy(block.data(), &size, std::min(block.size(), sizeof size));
+        const auto* bytes = reinterpret_cast<const std::uint8_t*>(&size);
+        std::copy_n(bytes, std::min(block.size(), sizeof size), block.begin());
         archive->Put("Parameters", std::move(block));
         EXPECT_EQ(Load(*list, stream), E_FAIL) << size;
     };
