@@ -26,12 +26,16 @@ void Drag(Annulus& a, int node, Point p) noexcept {
         case 2:
         case 4:
             ring.radiusX = std::abs(p.x - a.centerX);
-            ring.radiusY = bothAxes ? ring.radiusX : ring.radiusY;
+            if (bothAxes) {
+                ring.radiusY = ring.radiusX;
+            }
             break;
         case 3:
         case 5:
             ring.radiusY = std::abs(p.y - a.centerY);
-            ring.radiusX = bothAxes ? ring.radiusY : ring.radiusX;
+            if (bothAxes) {
+                ring.radiusX = ring.radiusY;
+            }
             break;
         case 7:
         case 8:
@@ -67,8 +71,8 @@ Result CROIDonut::GetNode(int node, double* x, double* y) noexcept {
 }
 
 Result CROIDonut::SetNode(int node, double x, double y) noexcept {
-    m_mask.Reset();
     Drag(m_state, node, {x, y});
+    m_mask.Reset();
     return S_OK;
 }
 

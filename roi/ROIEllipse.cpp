@@ -25,11 +25,15 @@ void Drag(Ellipse& e, int node, Point p) noexcept {
     switch (node & kNodeMask) {
         case 2:
             e.radiusX = std::abs(p.x - e.centerX);
-            e.radiusY = circular ? e.radiusX : e.radiusY;
+            if (circular) {
+                e.radiusY = e.radiusX;
+            }
             break;
         case 3:
             e.radiusY = std::abs(p.y - e.centerY);
-            e.radiusX = circular ? e.radiusY : e.radiusX;
+            if (circular) {
+                e.radiusX = e.radiusY;
+            }
             break;
         case 5:
         case 6:
