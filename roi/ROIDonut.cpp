@@ -72,7 +72,7 @@ Result CROIDonut::GetNode(int node, double* x, double* y) noexcept {
 
 Result CROIDonut::SetNode(int node, double x, double y) noexcept {
     Drag(m_state, node, {x, y});
-    m_mask.Reset();
+    m_mask.Reset();  // Last: before it, the numbers would have to be kept across a call.
     return S_OK;
 }
 

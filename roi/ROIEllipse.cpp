@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cwctype>
+#include <string>
 
 // ---------------------------------------------------------------------------------------------------
 // Geometry
@@ -185,7 +186,7 @@ void SaveAsText(const Ellipse& state, IXMLStream& stream) noexcept {
 }
 
 bool EqualIgnoringCase(tagREFString a, tagREFString b) noexcept {
-    const auto lower = [](wchar_t c) { return std::towlower(static_cast<std::wint_t>(c)); };
+    const auto lower = [](wchar_t c) { return std::towlower(std::char_traits<wchar_t>::to_int_type(c)); };
     return a.length == b.length &&
            (a.length <= 0 ||
             std::equal(a.text, a.text + a.length, b.text, [&](wchar_t x, wchar_t y) { return lower(x) == lower(y); }));

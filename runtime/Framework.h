@@ -119,7 +119,8 @@ struct INamedCollection : IUnknown {
     FRAMEWORK_UNUSED_SLOT(INamedCollection, 3)
     /// Slot 4. Hands out the value at `index`, with one reference.
     virtual Result GetItem(int index, IUnknown** value) noexcept = 0;
-    /// Slot 5. Writes the index of the entry with that name; a failure when there is none.
+    /// Slot 5. Writes the index of the entry with that name; a failure when there is none. The string is
+    /// only compared, and may hold another name after the call.
     virtual Result FindByName(IString* name, int* index) noexcept = 0;
     FRAMEWORK_UNUSED_SLOT(INamedCollection, 6)
     FRAMEWORK_UNUSED_SLOT(INamedCollection, 7)
@@ -220,7 +221,8 @@ struct IFolderStream : IUnknown {
     FRAMEWORK_UNUSED_SLOT(IFolderStream, 13)
     FRAMEWORK_UNUSED_SLOT(IFolderStream, 14)
     FRAMEWORK_UNUSED_SLOT(IFolderStream, 15)
-    /// Slot 16. Reads a named block of a known size into `data`. `reserved` is 0.
+    /// Slot 16. Reads the first `bytes` bytes of a named block into `data`; a failure when it has fewer.
+    /// `reserved` is 0.
     virtual Result ReadBinary(IString* name, void* data, int bytes, int reserved) noexcept = 0;
 
   protected:

@@ -14,7 +14,7 @@
 using ComponentCreator = Result (*)(void* outer, IID* iid, void** result);
 
 /// First base of every component class T: the count and the lifetime hooks, seven virtual operations
-/// in this order. T must be final, since the last Release deletes it as a T.
+/// in this order. T must be final, since the last Release deletes it as a T, and have Component's Answer.
 template <class T>
 class CObject : public IUnknown {
   public:
@@ -115,20 +115,21 @@ struct InterfaceMap {
 template <class T, class... Interfaces>
 class Component : public CObject<T>, public IObjectInfoImpl<T>, public Interfaces... {
   public:
-    /// What QueryInterface answers, without adding the reference.
+    /// What QueryInterface answers, without adding the reference; creation asks here too, so that the two
+    /// cannot differ.
     Result Answer(const IID& iid, void** out) noexcept {
         *out = iid == IID_IUnknown ? static_cast<CObject<T>*>(this) : T::Answers::Find(static_cast<T*>(this), iid);
         return *out != nullptr ? S_OK : E_NOINTERFACE;
     }
-    Result QueryInterface(const IID& iid, void** out) noexcept override {
+    Result QueryInterface(const IID& iid, void** out) noexcept final {
         const Result code = Answer(iid, out);
         if (Succeeded(code)) {
             this->Increment();
         }
         return code;
     }
-    std::int32_t AddRef() noexcept override { return this->Increment(); }
-    std::int32_t Release() noexcept override { return this->Decrement(); }
+    std::int32_t AddRef() noexcept final { return this->Increment(); }
+    std::int32_t Release() noexcept final { return this->Decrement(); }
 
   protected:
     Component() noexcept = default;

@@ -33,8 +33,8 @@ class CCIFImageCANVAS final : public FrameworkComponent<CCIFImageCANVAS, ICIFIma
         void operator()(void* memory) const noexcept { std::free(memory); }
     };
 
-    // The pixels of an image that was created: the library loses its own when it is short of memory, and
-    // large ones come zeroed at no cost. An image that was read holds its own.
+    // The pixels of an image that was created, from here and not from the library, which leaks them when
+    // its own header cannot be allocated. An image that was read holds its own.
     std::unique_ptr<unsigned char, Freed> m_created;
     cv::Mat m_image;
 };

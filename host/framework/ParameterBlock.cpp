@@ -26,7 +26,7 @@ class BlockWriter {
         Put(static_cast<std::uint32_t>(text.length));
         Append(text.text, static_cast<std::size_t>(text.length) * sizeof(wchar_t));
     }
-    // The bytes, with their number in the word that was put first.
+    // The bytes, with their number in the word that is kept free for it.
     const Bytes& Finished() noexcept {
         const auto size = static_cast<std::uint32_t>(m_bytes.size());
         std::memcpy(m_bytes.data(), &size, sizeof size);
@@ -39,7 +39,7 @@ class BlockWriter {
         m_bytes.insert(m_bytes.end(), bytes, bytes + size);
     }
 
-    Bytes m_bytes;
+    Bytes m_bytes = Bytes(sizeof(std::uint32_t));
 };
 
 // Reads what the block holds and never beyond it: the first failure makes all that follow fail.
@@ -152,7 +152,6 @@ SmartPtr<ICreatableString> BlockName() noexcept {
 
 Result SaveBlock(const ParameterEntries& entries, IFolderStream& stream) {
     BlockWriter writer;
-    writer.Put(std::uint32_t{0});  // The size, once it is known.
     writer.Put(static_cast<std::uint32_t>(entries.size()));
     for (const ParameterEntry& entry : entries) {
         ParameterValue value;

@@ -13,5 +13,6 @@
 /// E_FAIL, with nothing written, for a list that holds an object or needs more than 16 MiB.
 Result SaveBlock(const ParameterEntries& entries, IFolderStream& stream);
 
-/// E_FAIL for a block that is missing or damaged in any way; `*entries` is then of no use.
+/// E_FAIL for a block that is missing, cut short or inconsistent; `*entries` is then of no use. Bytes behind
+/// its size are ignored.
 Result LoadBlock(IFolderStream& stream, ParameterEntries* entries);

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <cstring>
+#include <map>
 #include <ostream>
 
 #include <pugixml.hpp>

@@ -6,7 +6,6 @@
 
 #include <complex>
 #include <cstdint>
-#include <map>
 #include <random>
 #include <string>
 #include <string_view>
