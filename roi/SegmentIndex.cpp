@@ -55,8 +55,9 @@ int SegmentIndex::CountBuckets(const Box* boxes, int count) noexcept {
 
 int SegmentIndex::BucketOf(double along) const noexcept {
     // With one bucket the factor is 0; infinite coordinates then give NaN, which is the first bucket too.
+    // With the smallest extents it is infinite, so the last bucket is chosen before the conversion.
     const double bucket = (along - m_low) * m_perUnit;
-    return bucket >= 1.0 ? std::min(ToInt32(bucket), m_buckets - 1) : 0;
+    return bucket >= 1.0 ? static_cast<int>(std::min(bucket, m_buckets - 1.0)) : 0;
 }
 
 bool SegmentIndex::Build(const Box* boxes, int count) noexcept {

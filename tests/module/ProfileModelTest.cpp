@@ -1,6 +1,7 @@
 // The profile against an independent model: corners by solving for the offset lines' meeting point.
 #include <cmath>
 #include <cstring>
+#include <limits>
 #include <functional>
 
 #include "Harness.h"
@@ -512,6 +513,17 @@ TEST(Profile, HitsAlikeWithHundredsOfPointsAfterEveryChange) {
                 ASSERT_EQ(figure->HitTest(middle.real(), middle.imag(), nullptr), S_OK) << k;
             }
         }
+    }
+}
+
+TEST(Profile, HitsPointsThatLieNextToOneAnother) {
+    // The smallest numbers there are: their reciprocals are infinite.
+    constexpr double kTiny = std::numeric_limits<double>::denorm_min();
+    auto figure = Profile({{0, 0}, {kTiny, 0}, {2 * kTiny, kTiny}, {4 * kTiny, 0}});
+    figure->SetUniformThickness(0, 0);
+    for (const auto& [x, inside] :
+         {std::pair(-kTiny, false), {0.0, true}, {kTiny, true}, {4 * kTiny, true}, {5 * kTiny, false}}) {
+        EXPECT_EQ(figure->HitTest(x, 0, nullptr), inside ? S_OK : E_FAIL) << x;
     }
 }
 
