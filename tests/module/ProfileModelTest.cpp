@@ -1,8 +1,8 @@
 // The profile against an independent model: corners by solving for the offset lines' meeting point.
 #include <cmath>
 #include <cstring>
-#include <limits>
 #include <functional>
+#include <limits>
 
 #include "Harness.h"
 
