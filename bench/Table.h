@@ -1,8 +1,9 @@
 // The table of benchmarks: what is measured, what stands beside it, and how the ratios are printed.
 //
-// A row is an operation. Ours is measured through the built module; the limit is what the operation costs
-// without any module, inlined; the peers are the libraries that a user would pick instead. All of them run
-// in the same process, repeated in random order, so that a change of the machine's pace meets all alike.
+// A row is an operation. Ours is measured through the built module; limits bound it from below: the bare
+// arithmetic inlined, what the language or the library underneath needs for the same result; peers are the
+// libraries that a user would pick instead. All of them run in the same process, repeated in random order,
+// so that a change of the machine's pace meets all alike.
 #pragma once
 
 #include <benchmark/benchmark.h>
