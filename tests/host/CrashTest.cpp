@@ -66,7 +66,7 @@ TEST_F(Crash, AKilledSaveLeavesTheOldSetOrTheNewOneAndNoFilesPileUp) {
     int killed = 0;
     int replaced = 0;
     int tries = 0;
-    for (; tries < 200 && steady_clock::now() < end; ++tries) {
+    for (; killed < 200 && steady_clock::now() < end; ++tries) {
         const std::string before = Bytes("a.roi");
         killed += Killed(SaveWith("a.roi", before == one ? 2 : 1), part(random) * whole);
         const std::string after = Bytes("a.roi");
