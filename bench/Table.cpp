@@ -10,8 +10,9 @@
 #include <array>
 #include <cstdio>
 #include <fstream>
+#include <functional>
+#include <iterator>
 #include <map>
-#include <optional>
 #include <thread>
 
 namespace {
@@ -37,7 +38,7 @@ std::string BenchmarkName(const Operation& operation, const Contender& contender
 }
 
 // ---------------------------------------------------------------------------------------------------
-// Collecting medians
+// Collecting times
 
 double Nanoseconds(const benchmark::BenchmarkReporter::Run& run) {
     const auto rate = run.counters.find("items_per_second");
@@ -54,6 +55,7 @@ double Median(std::vector<double> values) {
     return values.size() % 2 != 0 ? values[half] : 0.5 * (values[half - 1] + values[half]);
 }
 
+// The times of every contender, one for each pass over the table.
 class Collector final : public benchmark::BenchmarkReporter {
   public:
     bool ReportContext(const Context&) override { return true; }
@@ -70,10 +72,10 @@ class Collector final : public benchmark::BenchmarkReporter {
     }
 
     bool Failed() const noexcept { return m_failed; }
-    /// The median time of a contender in nanoseconds, or nothing when it was not run.
-    std::optional<double> TimeOf(const Operation& operation, const Contender& contender) const {
+    /// A contender's times in nanoseconds; none when it was not run.
+    std::vector<double> TimesOf(const Operation& operation, const Contender& contender) const {
         const auto found = m_times.find(BenchmarkName(operation, contender));
-        return found != m_times.end() ? std::optional(Median(found->second)) : std::nullopt;
+        return found != m_times.end() ? found->second : std::vector<double>();
     }
 
   private:
@@ -99,16 +101,30 @@ std::string RatioText(double ratio) { return fmt::format("{:.{}f} x", ratio, rat
 
 using Line = std::array<std::string, 5>;
 
+// The median of the ratios of the passes: within one, contenders follow one another, and meet the machine
+// at the same pace.
+double MedianRatio(const std::vector<double>& over, const std::vector<double>& under) {
+    std::vector<double> ratios;
+    std::transform(over.begin(), over.begin() + static_cast<std::ptrdiff_t>(std::min(over.size(), under.size())),
+                   under.begin(), std::back_inserter(ratios), std::divides<>());
+    return Median(std::move(ratios));
+}
+
 // The last two columns: how ours compares, and what is aimed at.
-std::array<std::string, 2> Comparison(const Contender& contender, double ours, double time) {
+std::array<std::string, 2> Comparison(const Contender& contender, const std::vector<double>& ours,
+                                      const std::vector<double>& times) {
     const auto goal = [&contender](const char* bound, bool reached) {
         return contender.goal == 0.0 ? "" : fmt::format("{} {:g}{}", bound, contender.goal, reached ? "" : ": missed");
     };
     switch (contender.role) {
-        case Role::limit:
-            return {RatioText(ours / time) + " as long", goal("at most", ours / time <= contender.goal)};
-        case Role::peer:
-            return {RatioText(time / ours) + " faster", goal("at least", time / ours >= contender.goal)};
+        case Role::limit: {
+            const double ratio = MedianRatio(ours, times);
+            return {RatioText(ratio) + " as long", goal("at most", ratio <= contender.goal)};
+        }
+        case Role::peer: {
+            const double ratio = MedianRatio(times, ours);
+            return {RatioText(ratio) + " faster", goal("at least", ratio >= contender.goal)};
+        }
         default:
             return {};
     }
@@ -117,14 +133,14 @@ std::array<std::string, 2> Comparison(const Contender& contender, double ours, d
 std::vector<Line> Lines(const Collector& collector) {
     std::vector<Line> lines;
     for (const Operation& operation : Operations()) {
-        std::optional<double> ours;
+        std::vector<double> ours;
         for (const Contender& contender : operation.contenders) {
-            const auto time = collector.TimeOf(operation, contender);
+            const std::vector<double> times = collector.TimesOf(operation, contender);
             const bool first = contender.role == Role::ours;
-            ours = first ? time : ours;
-            if (ours && time) {
-                const auto [ratio, goal] = Comparison(contender, *ours, *time);
-                lines.push_back({first ? operation.name : "", contender.who, TimeText(*time), ratio, goal});
+            ours = first ? times : ours;
+            if (!ours.empty() && !times.empty()) {
+                const auto [ratio, goal] = Comparison(contender, ours, times);
+                lines.push_back({first ? operation.name : "", contender.who, TimeText(Median(times)), ratio, goal});
             }
         }
     }
@@ -191,12 +207,15 @@ Row& Row::Add(Role role, std::string who, double goal, Body body) {
 }
 
 int RunTable(int argc, char** argv) {
+    int passes = 15;
     // What the command line says comes later and wins.
-    char repetitions[] = "--benchmark_repetitions=15";
-    char interleaved[] = "--benchmark_enable_random_interleaving=true";
     char time[] = "--benchmark_min_time=0.05";
-    std::vector<char*> arguments{argv[0], repetitions, interleaved, time};
-    arguments.insert(arguments.end(), argv + 1, argv + argc);
+    std::vector<char*> arguments{argv[0], time};
+    for (int i = 1; i < argc; ++i) {
+        if (std::sscanf(argv[i], "--passes=%d", &passes) != 1) {
+            arguments.push_back(argv[i]);
+        }
+    }
     int count = static_cast<int>(arguments.size());
     arguments.push_back(nullptr);
     benchmark::Initialize(&count, arguments.data());
@@ -204,7 +223,9 @@ int RunTable(int argc, char** argv) {
         return 1;
     }
     Collector collector;
-    benchmark::RunSpecifiedBenchmarks(&collector);
+    for (int pass = 0; pass < passes; ++pass) {
+        benchmark::RunSpecifiedBenchmarks(&collector);
+    }
     benchmark::ClearRegisteredBenchmarks();
     PrintMachine();
     PrintTable(Lines(collector));

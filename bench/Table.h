@@ -2,8 +2,8 @@
 //
 // A row is an operation. Ours is measured through the built module; limits bound it from below: the bare
 // arithmetic inlined, what the language or the library underneath needs for the same result; peers are the
-// libraries that a user would pick instead. All of them run in the same process, repeated in random order,
-// so that a change of the machine's pace meets all alike.
+// libraries that a user would pick instead. All of them run in the same process, one after the other in
+// every pass over the table, so that a change of the machine's pace meets all alike.
 #pragma once
 
 #include <benchmark/benchmark.h>
@@ -46,7 +46,8 @@ class Row {
     Clock m_clock;
 };
 
-/// Runs the rows that the command line selects, prints the table and forgets the rows. The exit code: 0,
+/// Runs the rows that the command line selects as often as `--passes=N` says, prints the table with the
+/// medians of the passes' times and ratios, and forgets the rows. The exit code: 0,
 /// or 1 when an argument is not known or a benchmark failed.
 int RunTable(int argc, char** argv);
 

@@ -17,16 +17,16 @@ ProfilePoint& Polyline::Edit(int index) noexcept {
 void Polyline::KeepAngle(int index, double angle) noexcept { Record(index).normalAngle = angle; }
 
 void Polyline::Place(int index, Point position) noexcept {
-    ProfilePoint& point = Edit(index);
-    point.x = position.x;
-    point.y = position.y;
-    point.z = 0.0;
-    point.normalAngle = kNoAngle;
+    ProfilePoint* const point = &Edit(index);
+    point->x = position.x;
+    point->y = position.y;
+    point->z = 0.0;
+    point->normalAngle = kNoAngle;
     if (index > 0) {
-        KeepAngle(index - 1, kNoAngle);
+        point[-1].normalAngle = kNoAngle;
     }
     if (index + 1 < Size()) {
-        KeepAngle(index + 1, kNoAngle);
+        point[1].normalAngle = kNoAngle;
     }
 }
 

@@ -226,6 +226,7 @@ class SpanFill {
         }
         const int first = RunStart(row, x);
         const int end = Fill(y, first, x);
+        m_open.reserve(64);  // Enough for most figures.
         m_open.push_back({y + 1, first, end, 1});
         m_open.push_back({y - 1, first, end, -1});
         while (!m_open.empty()) {
