@@ -171,16 +171,12 @@ class IROIDonutImpl : public ITransformableObject, public I {
 
     /// A copy with the same figure and no mask yet, handed out as IROIDonut.
     Result ReplicateAs(IUnknown** copy) noexcept {
-        // One and the same pointer as the IROIDonut: the limits' operations follow that interface's.
-        SmartPtr<IROIArcDonut> donut;
-        const Result code = T::_CreateInstance(nullptr, &IID_IROIArcDonut, donut.ReceiveVoid());
+        SmartPtr<IROIDonut> donut;
+        const Result code = T::_CreateInstance(nullptr, &IID_IROIDonut, donut.ReceiveVoid());
         if (Failed(code)) {
             return code;
         }
-        donut->SetCenter(m_state.centerX, m_state.centerY);
-        donut->SetRadius(0, m_state.rings[0].radiusX, m_state.rings[0].radiusY);
-        donut->SetRadius(1, m_state.rings[1].radiusX, m_state.rings[1].radiusY);
-        donut->SetLimits(m_state.start, m_state.delta);
+        static_cast<IROIDonutImpl*>(donut.Get())->m_state = m_state;
         *copy = donut.Detach();
         return S_OK;
     }
