@@ -222,6 +222,10 @@ int RunTable(int argc, char** argv) {
     if (benchmark::ReportUnrecognizedArguments(count, arguments.data())) {
         return 1;
     }
+    if (passes < 1) {
+        fmt::print(stderr, "--passes: at least 1\n");
+        return 1;
+    }
     Collector collector;
     for (int pass = 0; pass < passes; ++pass) {
         benchmark::RunSpecifiedBenchmarks(&collector);

@@ -18,40 +18,51 @@ struct Moments {
     double max;
 };
 
+// Sums, run by run, of values less the reference. Bytes of a run are summed in integers half as wide as their totals,
+// of which twice as many are added at once.
+template <class Value, class Sum>
+struct RunningSums {
+    using Part = std::conditional_t<sizeof(Value) == 1, std::int32_t, Sum>;
+    // The squares of as many bytes fit such an integer.
+    static constexpr int kLongest = 1 << 14;
+
+    void Add(const Value* values, int count, Sum reference) noexcept {
+        Part partSum = 0;
+        Part partSquares = 0;
+        for (int i = 0; i < count; ++i) {
+            const Value value = values[i];
+            const Part difference = static_cast<Part>(value) - static_cast<Part>(reference);
+            partSum += difference;
+            partSquares += difference * difference;
+            min = value < min ? value : min;
+            max = value > max ? value : max;
+        }
+        sum += partSum;
+        squares += partSquares;
+    }
+
+    // Above and below every value; they stay so when no value is a number.
+    static constexpr bool kReal = std::is_floating_point_v<Value>;
+    Value min = kReal ? std::numeric_limits<Value>::infinity() : std::numeric_limits<Value>::max();
+    Value max = kReal ? -std::numeric_limits<Value>::infinity() : std::numeric_limits<Value>::lowest();
+    Sum sum = 0;
+    Sum squares = 0;
+};
+
 template <class Value>
 Moments MomentsOf(const cv::Mat& plane, const std::vector<Span>& spans) {
     // Differences of 16-bit values and their squares fit an integer for any image that fits in memory.
     using Sum = std::conditional_t<std::is_integral_v<Value> && sizeof(Value) <= 2, std::int64_t, double>;
     const auto reference = static_cast<Sum>(plane.at<Value>(spans.front().y, spans.front().firstX));
-    Sum sum = 0;
-    Sum squares = 0;
-    // Above and below every value; they stay so when no value is a number.
-    constexpr bool kReal = std::is_floating_point_v<Value>;
-    Value min = kReal ? std::numeric_limits<Value>::infinity() : std::numeric_limits<Value>::max();
-    Value max = kReal ? -std::numeric_limits<Value>::infinity() : std::numeric_limits<Value>::lowest();
-    // Bytes are summed part by part, in integers half as wide, of which twice as many are added at once.
-    using Part = std::conditional_t<sizeof(Value) == 1, std::int32_t, Sum>;
-    constexpr int kPart = 1 << 14;
+    RunningSums<Value, Sum> sums;
     for (const Span& span : spans) {
         const Value* const row = plane.ptr<Value>(span.y);
-        for (int first = span.firstX; first <= span.lastX; first += kPart) {
-            const int last = std::min(span.lastX, first + kPart - 1);
-            Part partSum = 0;
-            Part partSquares = 0;
-            for (int x = first; x <= last; ++x) {
-                const Value value = row[x];
-                const Part difference = static_cast<Part>(value) - static_cast<Part>(reference);
-                partSum += difference;
-                partSquares += difference * difference;
-                min = value < min ? value : min;
-                max = value > max ? value : max;
-            }
-            sum += partSum;
-            squares += partSquares;
+        for (int first = span.firstX; first <= span.lastX; first += sums.kLongest) {
+            sums.Add(row + first, std::min(span.lastX - first + 1, sums.kLongest), reference);
         }
     }
-    return {static_cast<double>(reference), static_cast<double>(sum), static_cast<double>(squares),
-            static_cast<double>(min), static_cast<double>(max)};
+    return {static_cast<double>(reference), static_cast<double>(sums.sum), static_cast<double>(sums.squares),
+            static_cast<double>(sums.min), static_cast<double>(sums.max)};
 }
 
 template <class Value>

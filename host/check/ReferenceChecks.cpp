@@ -12,8 +12,8 @@ namespace {
 void CheckHeldMask(Checks& checks) {
     checks.Begin("a mask holds one reference to its image, and shares it with its copy");
     const auto mask = Require<IROIMask>(checks.module.New<IROI>(ClassNamed("ROIMask")));
-    SizedImage first;
-    SizedImage second;
+    SizedImage first(20, 30);
+    SizedImage second(20, 30);
     for (SizedImage* image : {&first, &first, &second}) {
         checks.Code(mask->SetMask(image, 0), S_OK);
         checks.Equal(first.references, image == &first ? 2 : 1);

@@ -1,4 +1,4 @@
-// What the checks lend to the module under test: objects on the stack that count their references.
+// What checks and tests lend to the module under test: objects on the stack that count their references.
 #pragma once
 
 #include <cstdint>
@@ -47,14 +47,20 @@ class AffineMap final : public Lent<ITransform> {
 /// An image that knows its size only.
 class SizedImage final : public Lent<ICIF> {
   public:
+    SizedImage(int width, int height) noexcept : m_width(width), m_height(height) {}
+
     Result GetSize(int* width, int* height, int* extra) noexcept override {
-        *width = 20;
-        *height = 30;
+        *width = m_width;
+        *height = m_height;
         *extra = 0;
         return S_OK;
     }
     Result Create(int, int, int, int, std::uint32_t) noexcept override { return E_FAIL; }
     Result Fill(int) noexcept override { return E_FAIL; }
+
+  private:
+    int m_width;
+    int m_height;
 };
 
 /// A geometry whose extent is a box.

@@ -48,7 +48,7 @@ TEST(Module, FindsItsEightClassesByTheirExactNames) {
 }
 
 TEST(Module, HoldsOneReferenceToTheLatestCollection) {
-    struct Collection final : Stub<IComponentCollection> {
+    struct Collection final : Lent<IComponentCollection> {
         Result GetItem(int, IUnknown**) noexcept override { return E_FAIL; }
         Result FindByName(IString*, int*) noexcept override { return E_FAIL; }
         Result CreateComponent(tagREFString, const IID&, void**) noexcept override { return E_FAIL; }

@@ -216,13 +216,6 @@ Result Affine::TransformPoint(double* x, double* y, double* z) noexcept {
     return E_FAIL;  // What a transform answers is ignored.
 }
 
-Result SizedImage::GetSize(int* w, int* h, int* extra) noexcept {
-    *w = width;
-    *h = height;
-    *extra = 0;
-    return S_OK;
-}
-
 // ---------------------------------------------------------------------------------------------------
 
 bool IsClose(double a, double b) { return std::abs(a - b) <= 1e-9 * std::max({1.0, std::abs(a), std::abs(b)}); }

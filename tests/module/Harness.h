@@ -13,6 +13,7 @@
 #include <variant>
 #include <vector>
 
+#include "host/check/StandIns.h"
 #include "host/framework/Extensions.h"
 #include "roi/IROI.h"
 #include "runtime/Components.h"
@@ -80,34 +81,10 @@ std::vector<Item> Parameters(IUnknown* figure);
 Result SetParameters(IUnknown* figure, const std::vector<Item>& items);
 
 // ---------------------------------------------------------------------------------------------------
-// Stand-ins
-
-/// Answers the interfaces it derives from and counts its references; it lives on the stack.
-template <class... Interfaces>
-class Stub : public Interfaces... {
-  public:
-    std::int32_t references = 1;
-
-    Result QueryInterface(const IID& iid, void** out) noexcept override {
-        *out = nullptr;
-        static_cast<void>((((iid == IidOf<Interfaces>() || iid == IID_IUnknown) &&
-                            (*out = static_cast<Interfaces*>(this)) != nullptr) ||
-                           ...));
-        references += *out != nullptr;
-        return *out != nullptr ? S_OK : E_NOINTERFACE;
-    }
-    std::int32_t AddRef() noexcept override { return ++references; }
-    std::int32_t Release() noexcept override { return --references; }
-
-  protected:
-    ~Stub() = default;
-};
-
-/// A stream that is neither structured nor a folder.
-class PlainStream final : public Stub<IDataStream> {};
+// Stand-ins beside those that the checks of the built module lend it
 
 /// A folder stream whose blocks the test sees and forges; absent blocks fail and write nothing.
-class BlockStream final : public Stub<IDataStream, IFolderStream> {
+class BlockStream final : public Lent<IDataStream, IFolderStream> {
   public:
     std::vector<std::pair<std::wstring, std::vector<std::uint8_t>>> blocks;
 
@@ -118,7 +95,7 @@ class BlockStream final : public Stub<IDataStream, IFolderStream> {
 using Point = std::complex<double>;
 
 /// x' = a x + b y + dx, y' = c x + d y + dy; notes the points it is given and spoils z after each.
-class Affine final : public Stub<ITransform> {
+class Affine final : public Lent<ITransform> {
   public:
     double a = 1, b = 0, c = 0, d = 1, dx = 0, dy = 0;
     std::vector<Point> asked;
@@ -129,16 +106,6 @@ class Affine final : public Stub<ITransform> {
         : a(a_), b(b_), c(c_), d(d_), dx(dx_), dy(dy_) {}
     Point Map(Point p) const { return {a * p.real() + b * p.imag() + dx, c * p.real() + d * p.imag() + dy}; }
     Result TransformPoint(double* x, double* y, double* z) noexcept override;
-};
-
-/// An image that knows its size only.
-class SizedImage final : public Stub<ICIF> {
-  public:
-    int width, height;
-    SizedImage(int w, int h) : width(w), height(h) {}
-    Result GetSize(int* w, int* h, int* extra) noexcept override;
-    Result Create(int, int, int, int, std::uint32_t) noexcept override { return E_FAIL; }
-    Result Fill(int) noexcept override { return E_FAIL; }
 };
 
 // ---------------------------------------------------------------------------------------------------

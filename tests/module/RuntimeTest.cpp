@@ -35,7 +35,7 @@ TEST(Siblings, FailAloudWhenCalledOutsideTheContract) {
     ExpectUnused(CREFString::CreateCollection().Get(), "ISuperCollection", {{3, 15}});
     ExpectUnused(CreateComponent<ICIFImageCANVAS>(Text(L"CIFImageCANVAS")).Get(), "ICIF", {{4, 5}, {7, 8}});
     ExpectUnused(CreateComponent<ICIFGraphics>(Text(L"CIFGraphics")).Get(), "ICIFGraphics", {{6, 9}});
-    struct Structured final : Stub<IXMLStream> {
+    struct Structured final : Lent<IXMLStream> {
         Result WriteValue(IString*, int, IString*, int) noexcept override { return S_OK; }
         Result NextChild(tagREFString*) noexcept override { return E_FAIL; }
         Result OpenChild(tagREFString, tagREFString*, IUnknown**, int) noexcept override { return E_FAIL; }

@@ -4,7 +4,7 @@
 namespace {
 
 /// Three points handed out as element 1 of an assembly.
-class ThreePoints final : public Stub<IGeometry, IGeometricAssembly, IPoints> {
+class ThreePoints final : public Lent<IGeometry, IGeometricAssembly, IPoints> {
   public:
     Point points[3];
     bool broken = false;
@@ -73,7 +73,7 @@ TEST(Shape, MeasuresItsGeometryWhicheverWayTheCornersLie) {
 }
 
 TEST(Shape, LetsGoOfItsGeometry) {
-    struct Mute final : Stub<IGeometry> {
+    struct Mute final : Lent<IGeometry> {
     } mute;
     ThreePoints geometry({0, 0}, {1, 1}, {0, 0});
     auto shape = Shape();
