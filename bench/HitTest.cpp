@@ -21,7 +21,7 @@
 #include <random>
 
 #include "bench/Questions.h"
-#include "bench/Table.h"
+#include "bench/RatioTable.h"
 
 namespace {
 
@@ -177,7 +177,7 @@ Body Inlined(const Points& points, const Arithmetic& figure) {
     return ForEach(points, [kept = std::make_shared<Arithmetic>(figure)](const Point& p) { return kept->Holds(p); });
 }
 
-void AddRectangle(const Session& session) {
+void AddRectangle(const host::Session& session) {
     const auto rectangle = NewFigure<IROIRectangle>(session, "ROIRectangle");
     constexpr Point kCenter{210.3, 180.7};
     constexpr double kRoll = 0.3;
@@ -201,7 +201,7 @@ void AddRectangle(const Session& session) {
         .Peer("GEOS indexed locator", 6.0, GEOSLocator(roi, points, outline, kRounding));
 }
 
-void AddEllipse(const Session& session) {
+void AddEllipse(const host::Session& session) {
     const auto ellipse = NewFigure<IROIEllipse>(session, "ROIEllipse");
     constexpr Point kCenter{210.3, 180.7};
     constexpr double kRadius = 80.0;
@@ -254,7 +254,7 @@ Points Scan(int count) {
     return path;
 }
 
-SmartPtr<IROIProfile> ProfileOf(const Session& session, const Points& path) {
+SmartPtr<IROIProfile> ProfileOf(const host::Session& session, const Points& path) {
     auto profile = NewFigure<IROIProfile>(session, "ROIProfile");
     for (const Point& p : path) {
         profile->AddPoint(p.x, p.y);
@@ -294,7 +294,7 @@ struct BandWalk {
 };
 
 // The goal holds for the fastest of the peers, and so for each of them.
-void AddProfile(const Session& session, const std::string& operation, const Points& path, const Box& field,
+void AddProfile(const host::Session& session, const std::string& operation, const Points& path, const Box& field,
                 double goal) {
     const auto profile = ProfileOf(session, path);
     const Points outline = OutlineOf(*profile, static_cast<int>(path.size()));
@@ -310,7 +310,7 @@ void AddProfile(const Session& session, const std::string& operation, const Poin
         .Peer("every segment's box in turn, inlined", 0.0, Inlined(points, BandWalk(path)));
 }
 
-void AddMissedProfile(const Session& session, const Points& path) {
+void AddMissedProfile(const host::Session& session, const Points& path) {
     const auto profile = ProfileOf(session, path);
     Points points;
     std::mt19937 random(3);
@@ -325,7 +325,7 @@ void AddMissedProfile(const Session& session, const Points& path) {
 
 }  // namespace
 
-void AddHitTests(const Session& session) {
+void AddHitTests(const host::Session& session) {
     AddRectangle(session);
     AddEllipse(session);
     const Box waveField{{-50.0, 50.0}, {4050.0, 750.0}};

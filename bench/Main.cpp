@@ -4,13 +4,13 @@
 #include <opencv2/core.hpp>
 
 #include "bench/Questions.h"
-#include "bench/Table.h"
+#include "bench/RatioTable.h"
 
 int main(int argc, char** argv) {
     try {
         // Like is held against like: the module works in one thread.
         cv::setNumThreads(1);
-        const Session session;
+        const host::Session session;
         AddHitTests(session);
         AddGeometry(session);
         AddObjects(session);

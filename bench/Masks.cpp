@@ -5,8 +5,8 @@
 #include <opencv2/imgproc.hpp>
 
 #include "bench/Questions.h"
-#include "bench/Table.h"
-#include "host/framework/Extensions.h"
+#include "bench/RatioTable.h"
+#include "contract/Extensions.h"
 
 namespace {
 
@@ -65,7 +65,7 @@ void AddMask(const std::string& operation, const Size& goals, Make make, Outline
         .Peer("OpenCV filled shapes", 0.0, Drawn(*mask, filled));
 }
 
-void AddRectangle(const Session& session, const Size& goals) {
+void AddRectangle(const host::Session& session, const Size& goals) {
     const auto rectangle = NewFigure<IROIRectangle>(session, "ROIRectangle");
     rectangle->SetSize(1.0, 0.6);
     rectangle->put_Roll(0.4);
@@ -99,7 +99,7 @@ void AddRectangle(const Session& session, const Size& goals) {
         });
 }
 
-void AddRing(const Session& session, const Size& goals) {
+void AddRing(const host::Session& session, const Size& goals) {
     const auto donut = NewFigure<IROIDonut>(session, "ROIDonut");
     const double outer = 0.5 * goals.width;
     const double inner = 0.6 * outer;
@@ -135,7 +135,7 @@ void AddRing(const Session& session, const Size& goals) {
 
 }  // namespace
 
-void AddMasks(const Session& session) {
+void AddMasks(const host::Session& session) {
     for (const Size& goals : kSizes) {
         AddRectangle(session, goals);
     }

@@ -5,8 +5,8 @@
 #include <memory>
 
 #include "bench/Questions.h"
-#include "bench/Table.h"
-#include "runtime/Module.h"
+#include "bench/RatioTable.h"
+#include "contract/Module.h"
 
 namespace {
 
@@ -57,8 +57,8 @@ void AddCreation() {
                MadeAnew<std::unique_ptr<Plain>>([] { return std::make_unique<Plain>(); }));
 }
 
-void AddCopy(const Session& session, const std::string& operation, const char* className) {
-    const auto figure = SmartPtr<IReplicableObject>::QueryFrom(session.Create(className).Get());
+void AddCopy(const host::Session& session, const std::string& operation, const char* className) {
+    const auto figure = SmartPtr<IReplicableObject>::QueryFrom(session.Create("figure", className).roi.Get());
     Row(operation)
         .Ours(Repeat([figure] {
             SmartPtr<IUnknown> copy;
@@ -83,8 +83,8 @@ Body Queried(SmartPtr<IROI> figure, const IID& iid) {
     });
 }
 
-void AddQuery(const Session& session) {
-    const SmartPtr<IROI> figure = session.Create("ROIRectangle");
+void AddQuery(const host::Session& session) {
+    const SmartPtr<IROI> figure = session.Create("rectangle", "ROIRectangle").roi;
     constexpr const char* kLimit = "AddRef and Release";
     Row("QueryInterface and Release, rectangle's first identifier")
         .Ours(Queried(figure, IidOf<IObjectInfo>()))
@@ -96,7 +96,7 @@ void AddQuery(const Session& session) {
 
 }  // namespace
 
-void AddObjects(const Session& session) {
+void AddObjects(const host::Session& session) {
     AddCreation();
     AddCopy(session, "clone and release, rectangle", "ROIRectangle");
     AddCopy(session, "clone and release, donut", "ROIDonut");

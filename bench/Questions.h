@@ -1,26 +1,26 @@
 // The questions that the benchmarks answer, one to a file, and the figures they are asked of.
 #pragma once
 
-#include "host/Session.h"
-#include "roi/IROI.h"
+#include "contract/IROI.h"
+#include "host/figures/Session.h"
 
 /// How fast is a point told to be inside or outside a figure?
-void AddHitTests(const Session& session);
+void AddHitTests(const host::Session& session);
 /// How fast are sizes asked for and nodes dragged?
-void AddGeometry(const Session& session);
+void AddGeometry(const host::Session& session);
 /// What do creating, copying and asking for an interface cost beside what the language does itself?
-void AddObjects(const Session& session);
+void AddObjects(const host::Session& session);
 /// What do named values and persistence cost beside containers and the libraries underneath?
-void AddParameters(const Session& session);
+void AddParameters(const host::Session& session);
 /// How fast are masks drawn?
-void AddMasks(const Session& session);
+void AddMasks(const host::Session& session);
 /// How fast is an image measured, by the host's parts and by its command?
-void AddImages(const Session& session);
+void AddImages(const host::Session& session);
 
 /// A new figure by one of its interfaces.
 template <class Interface>
-SmartPtr<Interface> NewFigure(const Session& session, const char* className) {
-    return SmartPtr<Interface>::QueryFrom(session.Create(className).Get());
+SmartPtr<Interface> NewFigure(const host::Session& session, const char* className) {
+    return SmartPtr<Interface>::QueryFrom(session.Create("figure", className).roi.Get());
 }
 
 struct Point {

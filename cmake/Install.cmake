@@ -8,19 +8,7 @@ set(ROI_PACKAGE_DIR lib/cmake/ROI)
 install(TARGETS roi RUNTIME DESTINATION bin)
 install(TARGETS ROI Collections CollectionsEx CIF Geometry LIBRARY DESTINATION ${ROI_MODULE_DIR})
 
-install(FILES
-    runtime/Capabilities.h
-    runtime/Components.h
-    runtime/Framework.h
-    runtime/InterfaceId.h
-    runtime/Module.h
-    runtime/Object.h
-    runtime/REFString.h
-    runtime/Result.h
-    runtime/SmartPtr.h
-    runtime/Unknown.h
-    DESTINATION ${ROI_INCLUDE_DIR}/runtime)
-install(FILES roi/IROI.h DESTINATION ${ROI_INCLUDE_DIR}/roi)
+install(DIRECTORY contract/ DESTINATION ${ROI_INCLUDE_DIR}/contract FILES_MATCHING PATTERN "*.h")
 
 install(TARGETS contract EXPORT ROITargets ARCHIVE DESTINATION lib)
 install(EXPORT ROITargets NAMESPACE ROI:: DESTINATION ${ROI_PACKAGE_DIR})

@@ -9,9 +9,9 @@
 #include <map>
 #include <string>
 
-#include "roi/IROI.h"
-#include "runtime/Components.h"  // CreateStringOf, GLOBALComponents: what the sibling modules give
-#include "runtime/Module.h"      // the entry points of ROI.so
+#include "contract/Components.h"  // CreateStringOf, GLOBALComponents: what the sibling modules give
+#include "contract/IROI.h"
+#include "contract/Module.h"  // the entry points of ROI.so
 
 // Figures save themselves into a stream of the host's. This one keeps named blocks in memory. Component
 // gives it a reference count and answers QueryInterface for what Answers lists.

@@ -4,8 +4,8 @@
 // so that the fuzzer gets at what is in them: a name in one line, the number of bytes (two bytes), the bytes.
 #include <stdexcept>
 
-#include "fuzz/Harness.h"
 #include "fuzz/SetRules.h"
+#include "fuzz/Target.h"
 
 namespace {
 
@@ -32,6 +32,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     } catch (const std::runtime_error&) {
         return 0;  // A name that no block may have.
     }
-    LoadAndSave(bytes, ReadFolderSet, WriteFolderSet);
+    LoadAndSave(bytes, host::ReadFolderSet, host::WriteFolderSet);
     return 0;
 }

@@ -4,8 +4,8 @@
 
 #include <opencv2/core.hpp>
 
-#include "fuzz/Harness.h"
-#include "host/framework/Extensions.h"
+#include "contract/Extensions.h"
+#include "fuzz/Target.h"
 
 namespace {
 
@@ -180,7 +180,7 @@ class Drawing {
 // A figure that draws its mask, in any geometry whose box is small or refused.
 void DrawMask(Input& input) {
     static constexpr const char* kClasses[] = {"ROIRectangle", "ROIDonut", "ROIArcDonut"};
-    const auto figure = Modules().Create(kClasses[input.Below(3)]);
+    const auto figure = Modules().Create("figure", kClasses[input.Below(3)]).roi;
     const double x = input.Number();
     REQUIRE(figure->SetCenter(x, input.Number()) == S_OK);
     if (const auto rectangle = SmartPtr<IROIRectangle>::QueryFrom(figure.Get())) {

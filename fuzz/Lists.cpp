@@ -2,8 +2,8 @@
 // a list comes back as it was saved.
 #include <sstream>
 
-#include "fuzz/Harness.h"
-#include "host/framework/XMLStream.h"
+#include "framework/support/XMLStream.h"
+#include "fuzz/Target.h"
 
 namespace {
 

@@ -2,9 +2,9 @@
 #include <array>
 #include <cmath>
 
-#include "fuzz/Harness.h"
-#include "host/framework/Extensions.h"
-#include "host/framework/XMLStream.h"
+#include "contract/Extensions.h"
+#include "framework/support/XMLStream.h"
+#include "fuzz/Target.h"
 
 namespace {
 
@@ -76,7 +76,7 @@ struct Subject {
     bool Is(const char* name) const noexcept { return className == name; }
 };
 
-Subject Make(const std::string& className) { return {className, Modules().Create(className)}; }
+Subject Make(const std::string& className) { return {className, Modules().Create("figure", className).roi}; }
 
 std::vector<Named> Parameters(const Subject& subject) {
     SmartPtr<INamedCollection> list;

@@ -6,27 +6,27 @@
 #include <string>
 #include <vector>
 
-#include "fuzz/Harness.h"
-#include "host/SetFile.h"
+#include "fuzz/Target.h"
+#include "host/sets/SetFile.h"
 
 /// A file is refused with a reason, or the set that was read from it can be saved and read again, with
 /// figures of the same names and classes in the same order. (Not with the very same values: degrees turn
 /// into radians and back, and a parallelogram that leans far is changed by its own loading.)
 template <class Read, class Write>
 void LoadAndSave(const std::string& bytes, Read read, Write write) {
-    std::vector<Figure> figures;
+    std::vector<host::Figure> figures;
     try {
         figures = read(Modules(), bytes);
     } catch (const std::exception& refusal) {
         REQUIRE(refusal.what()[0] != '\0');
         return;
     }
-    for (const Figure& figure : figures) {
-        LostInXML(figure);
+    for (const host::Figure& figure : figures) {
+        host::LostInXML(figure);
     }
     // What is thrown from here on ends the process.
-    const std::vector<Figure> again = read(Modules(), write(figures));
+    const std::vector<host::Figure> again = read(Modules(), write(figures));
     REQUIRE(
         std::equal(figures.begin(), figures.end(), again.begin(), again.end(),
-                   [](const Figure& a, const Figure& b) { return a.name == b.name && a.className == b.className; }));
+                   [](const host::Figure& a, const host::Figure& b) { return a.name == b.name && a.type == b.type; }));
 }

@@ -3,6 +3,6 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const NothingLeft nothingLeft;
-    LoadAndSave({reinterpret_cast<const char*>(data), size}, ReadXMLSet, WriteXMLSet);
+    LoadAndSave({reinterpret_cast<const char*>(data), size}, host::ReadXMLSet, host::WriteXMLSet);
     return 0;
 }

@@ -6,8 +6,8 @@
 #include <cmath>
 #include <limits>
 
-#include "runtime/Framework.h"
-#include "runtime/Numbers.h"
+#include "contract/Framework.h"
+#include "contract/Numbers.h"
 
 namespace roi {
 

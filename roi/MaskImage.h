@@ -2,7 +2,7 @@
 // sibling modules. Drawing outlines and filling between them is the drawing object's business.
 #pragma once
 
-#include "runtime/Components.h"
+#include "contract/Components.h"
 
 namespace roi {
 

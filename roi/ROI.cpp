@@ -2,6 +2,8 @@
 #include <array>
 #include <utility>
 
+#include "contract/Components.h"
+#include "contract/Module.h"
 #include "roi/ROIArcDonut.h"
 #include "roi/ROIDonut.h"
 #include "roi/ROIEllipse.h"
@@ -10,8 +12,6 @@
 #include "roi/ROIProfile.h"
 #include "roi/ROIRectangle.h"
 #include "roi/ROIShape.h"
-#include "runtime/Components.h"
-#include "runtime/Module.h"
 
 namespace {
 

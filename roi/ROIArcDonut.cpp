@@ -2,6 +2,9 @@
 
 #include <array>
 
+#include "runtime/Pages.h"
+#include "runtime/Persistence.h"
+
 // ---------------------------------------------------------------------------------------------------
 // Geometry
 

@@ -10,10 +10,11 @@
 //             +y
 #pragma once
 
+#include "contract/IROI.h"
 #include "roi/Geometry.h"
-#include "roi/IROI.h"
 #include "roi/MaskImage.h"
-#include "runtime/Parametric.h"
+#include "runtime/ParameterTable.h"
+#include "runtime/Persistence.h"
 
 namespace roi {
 

@@ -4,6 +4,10 @@
 #include <cwctype>
 #include <string>
 
+#include "contract/NumberText.h"
+#include "runtime/Persistence.h"
+#include "runtime/VariantText.h"
+
 // ---------------------------------------------------------------------------------------------------
 // Geometry
 

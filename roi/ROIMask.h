@@ -2,8 +2,8 @@
 // RolledBox.h; the mask adds the image and the image's size.
 #pragma once
 
-#include "roi/IROI.h"
-#include "runtime/Components.h"
+#include "contract/Components.h"
+#include "contract/IROI.h"
 
 class CROIMask;
 template <>

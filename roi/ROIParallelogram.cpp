@@ -2,6 +2,10 @@
 
 #include <array>
 
+#include "contract/Presentation.h"
+#include "runtime/Pages.h"
+#include "runtime/Persistence.h"
+
 // ---------------------------------------------------------------------------------------------------
 // Geometry
 
@@ -111,19 +115,15 @@ namespace {
 
 using roi::Parallelogram;
 
-// How the parameter page shows an entry: an editable number, one that is only shown, the shear's field,
-// the lock's tick box.
-enum Presentation : int { kPlain = 0, kNumber = 0x5, kShown = 0x4040005, kShearField = 0x8000005, kLock = 0xC000013 };
-
 constexpr tagREFString kLockA = Text(L"LockA");
 constexpr tagREFString kRoll = Text(L"Roll");
 constexpr tagREFString kShear = Text(L"Shear");
 
-constexpr auto kCenterX = Stored<Parallelogram, &Parallelogram::centerX>(Text(L"CenterX"), kNumber);
-constexpr auto kCenterY = Stored<Parallelogram, &Parallelogram::centerY>(Text(L"CenterY"), kNumber);
-constexpr auto kWidth = Stored<Parallelogram, &Parallelogram::width>(Text(L"Width"), kNumber);
-constexpr auto kHeight = Stored<Parallelogram, &Parallelogram::height>(Text(L"Height"), kNumber);
-constexpr auto kGripLength = Stored<Parallelogram, &Parallelogram::gripLength>(Text(L"RollGripLength"), kPlain);
+constexpr auto kCenterX = Stored<Parallelogram, &Parallelogram::centerX>(Text(L"CenterX"), kPresentNumber);
+constexpr auto kCenterY = Stored<Parallelogram, &Parallelogram::centerY>(Text(L"CenterY"), kPresentNumber);
+constexpr auto kWidth = Stored<Parallelogram, &Parallelogram::width>(Text(L"Width"), kPresentNumber);
+constexpr auto kHeight = Stored<Parallelogram, &Parallelogram::height>(Text(L"Height"), kPresentNumber);
+constexpr auto kGripLength = Stored<Parallelogram, &Parallelogram::gripLength>(Text(L"RollGripLength"));
 
 // Reads the shear, and keeps A from 1 radian on: the flag is the angle's integer part, in 16 bits, before
 // the clamp. LockA has no say in it.
@@ -142,11 +142,11 @@ Result CROIParallelogram::GetParameters(INamedCollection** parameters, int /*fla
     ParameterWriter list;
     AddParameters(list, std::array{kCenterX, kCenterY, kWidth, kHeight}, m_state);
     // For show: SetParameters does not read the sides.
-    list.Add(Text(L"A"), SideA(m_state), kShown);
-    list.Add(Text(L"B"), SideB(m_state), kShown);
-    list.Add(kRoll, RollInDegrees(m_state), kNumber);
-    list.Add(kShear, ToDegrees(m_state.shear.Radians()), kShearField);
-    list.Add(kLockA, static_cast<int>(m_state.lockA), kLock);
+    list.Add(Text(L"A"), SideA(m_state), kPresentShown);
+    list.Add(Text(L"B"), SideB(m_state), kPresentShown);
+    list.Add(kRoll, RollInDegrees(m_state), kPresentNumber);
+    list.Add(kShear, ToDegrees(m_state.shear.Radians()), kPresentShear);
+    list.Add(kLockA, static_cast<int>(m_state.lockA), kPresentLock);
     AddParameters(list, std::array{kGripLength}, m_state);
     return list.HandOut(parameters);
 }

@@ -13,6 +13,7 @@
 #pragma once
 
 #include "roi/RolledBox.h"
+#include "runtime/Persistence.h"
 
 namespace roi {
 

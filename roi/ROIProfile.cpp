@@ -4,6 +4,9 @@
 #include <climits>
 #include <utility>
 
+#include "contract/Presentation.h"
+#include "runtime/Pages.h"
+
 // ---------------------------------------------------------------------------------------------------
 // State: the point store
 
@@ -483,9 +486,6 @@ namespace {
 
 constexpr double kThicknessWhenEmpty = 10.0;
 
-// How the parameter page shows an entry: an editable number, a push button.
-enum Presentation : int { kNumber = 5, kAction = 8 };
-
 constexpr tagREFString kThickness1 = Text(L"Thickness1");
 constexpr tagREFString kThickness2 = Text(L"Thickness2");
 constexpr tagREFString kAddStart = Text(L"Add Start");
@@ -498,10 +498,10 @@ constexpr tagREFString kRemoveEnd = Text(L"Remove End");
 Result CROIProfile::GetParameters(INamedCollection** parameters, int /*flags*/) noexcept {
     const bool empty = m_points.Size() == 0;
     ParameterWriter list;
-    list.Add(kThickness1, empty ? kThicknessWhenEmpty : m_points[0].thickness1, kNumber);
-    list.Add(kThickness2, empty ? kThicknessWhenEmpty : m_points[0].thickness2, kNumber);
+    list.Add(kThickness1, empty ? kThicknessWhenEmpty : m_points[0].thickness1, kPresentNumber);
+    list.Add(kThickness2, empty ? kThicknessWhenEmpty : m_points[0].thickness2, kPresentNumber);
     for (const tagREFString& action : {kAddStart, kAddEnd, kRemoveStart, kRemoveEnd}) {
-        list.Add(action, 0, kAction);
+        list.Add(action, 0, kPresentAction);
     }
     return list.HandOut(parameters);
 }

@@ -10,10 +10,10 @@
 #include <cstdint>
 #include <memory>
 
+#include "contract/IROI.h"
 #include "roi/Geometry.h"
-#include "roi/IROI.h"
 #include "roi/SegmentIndex.h"
-#include "runtime/Parametric.h"
+#include "runtime/ParameterList.h"
 
 namespace roi {
 

@@ -3,6 +3,7 @@
 #include <array>
 
 #include "roi/MaskImage.h"
+#include "runtime/Pages.h"
 
 // ---------------------------------------------------------------------------------------------------
 // Geometry

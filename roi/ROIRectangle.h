@@ -2,6 +2,7 @@
 #pragma once
 
 #include "roi/RolledBox.h"
+#include "runtime/Persistence.h"
 
 class CROIRectangle;
 template <>

@@ -1,5 +1,8 @@
 #include "roi/ROIShape.h"
 
+#include "runtime/Pages.h"
+#include "runtime/Persistence.h"
+
 // ---------------------------------------------------------------------------------------------------
 // Geometry
 

@@ -6,9 +6,9 @@
 //        +--------- 1
 #pragma once
 
+#include "contract/IROI.h"
 #include "roi/Geometry.h"
-#include "roi/IROI.h"
-#include "runtime/Parametric.h"
+#include "runtime/ParameterList.h"
 
 class CROIShape;
 template <>

@@ -9,9 +9,9 @@
 //        5 ---- 8 ---- 4
 #pragma once
 
+#include "contract/IROI.h"
 #include "roi/Geometry.h"
-#include "roi/IROI.h"
-#include "runtime/Parametric.h"
+#include "runtime/ParameterTable.h"
 
 namespace roi {
 

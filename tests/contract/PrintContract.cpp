@@ -9,7 +9,7 @@
 #include <string>
 #include <typeinfo>
 
-#include "roi/IROI.h"
+#include "contract/IROI.h"
 
 namespace {
 

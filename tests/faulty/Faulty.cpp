@@ -7,8 +7,8 @@
 #include <csignal>
 #include <utility>
 
-#include "roi/IROI.h"
-#include "runtime/Module.h"
+#include "contract/IROI.h"
+#include "contract/Module.h"
 
 namespace {
 

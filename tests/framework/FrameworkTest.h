@@ -8,10 +8,10 @@
 #include <string>
 #include <string_view>
 
-#include "host/framework/Extensions.h"
-#include "host/framework/FrameworkComponent.h"
-#include "runtime/Components.h"
-#include "runtime/Module.h"
+#include "contract/Components.h"
+#include "contract/Extensions.h"
+#include "contract/Module.h"
+#include "framework/FrameworkComponent.h"
 
 inline tagREFString Record(std::wstring_view text) { return {static_cast<int>(text.size()), text.data()}; }
 inline std::wstring TextOf(tagREFString text) { return {text.text, static_cast<std::size_t>(text.length)}; }

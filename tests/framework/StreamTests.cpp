@@ -7,8 +7,8 @@
 #include <sstream>
 #include <variant>
 
-#include "host/framework/FolderStream.h"
-#include "host/framework/XMLStream.h"
+#include "framework/support/FolderStream.h"
+#include "framework/support/XMLStream.h"
 #include "tests/framework/FrameworkTest.h"
 
 namespace {

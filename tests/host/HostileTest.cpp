@@ -1,5 +1,5 @@
 // Set files that are small on disk and immense in memory: refused in one line, within a bounded memory.
-#include "host/framework/FolderStream.h"
+#include "framework/support/FolderStream.h"
 #include "tests/host/RunRoi.h"
 
 namespace {

@@ -8,9 +8,9 @@
 #include <opencv2/imgcodecs.hpp>
 #include <opencv2/imgproc.hpp>
 
-#include "roi/IROI.h"
-#include "runtime/Module.h"
-#include "runtime/SmartPtr.h"
+#include "contract/IROI.h"
+#include "contract/Module.h"
+#include "contract/SmartPtr.h"
 #include "tests/host/RunRoi.h"
 
 namespace {

@@ -9,8 +9,8 @@
 #include <pugixml.hpp>
 
 #include "Faults.h"
-#include "host/framework/FolderStream.h"
-#include "host/framework/XMLStream.h"
+#include "framework/support/FolderStream.h"
+#include "framework/support/XMLStream.h"
 
 namespace {
 

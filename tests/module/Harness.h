@@ -13,11 +13,11 @@
 #include <variant>
 #include <vector>
 
-#include "host/check/StandIns.h"
-#include "host/framework/Extensions.h"
-#include "roi/IROI.h"
-#include "runtime/Components.h"
-#include "runtime/Module.h"
+#include "check/StandIns.h"
+#include "contract/Components.h"
+#include "contract/Extensions.h"
+#include "contract/IROI.h"
+#include "contract/Module.h"
 
 // ---------------------------------------------------------------------------------------------------
 // The module and its siblings

@@ -6,8 +6,8 @@
 #include <pugixml.hpp>
 
 #include "Harness.h"
-#include "host/framework/FolderStream.h"
-#include "host/framework/XMLStream.h"
+#include "framework/support/FolderStream.h"
+#include "framework/support/XMLStream.h"
 
 namespace {
 

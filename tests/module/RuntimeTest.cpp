@@ -1,6 +1,8 @@
 // The parts of the runtime that figures reach in passing: named values, texts of variants, reference strings,
 // modules by name, and the slots that only keep an order.
-#include "runtime/Parametric.h"
+#include "runtime/ParameterList.h"
+#include "runtime/Persistence.h"
+#include "runtime/VariantText.h"
 
 #include <dlfcn.h>
 

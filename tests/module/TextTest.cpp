@@ -7,8 +7,8 @@
 #include <pugixml.hpp>
 
 #include "Harness.h"
-#include "host/framework/XMLStream.h"
-#include "runtime/Numbers.h"
+#include "contract/NumberText.h"
+#include "framework/support/XMLStream.h"
 
 namespace {
 

@@ -1,0 +1,260 @@
+// How fast is an image measured, by the host's parts and by its command?
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cmath>
+#include <filesystem>
+#include <opencv2/imgcodecs.hpp>
+#include <opencv2/imgproc.hpp>
+
+#include "bench/Questions.h"
+#include "bench/RatioTable.h"
+#include "host/figures/Parameters.h"
+#include "host/measure/Region.h"
+#include "host/measure/Statistics.h"
+#include "host/sets/RoiSet.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+// A folder for the files that the benchmarks write and read; it goes with the last of them.
+class Folder {
+  public:
+    Folder() : m_path(fs::temp_directory_path() / fmt::format("roi_bench.{}", getpid())) {
+        fs::create_directory(m_path);
+    }
+    ~Folder() {
+        std::error_code ignored;
+        fs::remove_all(m_path, ignored);
+    }
+    Folder(const Folder&) = delete;
+    Folder& operator=(const Folder&) = delete;
+
+    std::string File(const std::string& name) const { return (m_path / name).string(); }
+
+  private:
+    fs::path m_path;
+};
+using SharedFolder = std::shared_ptr<const Folder>;
+
+// Grey, with a slope across it and a little noise, as cameras give it.
+cv::Mat NewImage(int size) {
+    cv::Mat image(size, size, CV_8U);
+    for (int y = 0; y < size; ++y) {
+        for (int x = 0; x < size; ++x) {
+            image.at<unsigned char>(y, x) = static_cast<unsigned char>(60 + 120 * (x + y) / (2 * size));
+        }
+    }
+    cv::Mat noise(image.size(), CV_8S);
+    cv::RNG(5).fill(noise, cv::RNG::NORMAL, 0.0, 4.0);
+    cv::add(image, noise, image, cv::noArray(), CV_8U);
+    return image;
+}
+
+std::string WriteImage(const Folder& folder, int size) {
+    std::string path = folder.File(fmt::format("image{}.png", size));
+    cv::imwrite(path, NewImage(size));
+    return path;
+}
+
+// ---------------------------------------------------------------------------------------------------
+// Statistics
+
+host::Figure BigRectangle(const host::Session& session) {
+    host::Figure figure = session.Create("rectangle", "ROIRectangle");
+    const auto rectangle = figure.As<IROIRectangle>();
+    rectangle->SetCenter(1000.0, 1000.0);
+    rectangle->SetSize(1200.0, 800.0);
+    rectangle->put_Roll(0.3);
+    return figure;
+}
+
+struct Extremes {
+    double mean, deviation, min, max;
+};
+
+Extremes WithMask(const cv::Mat& image, const cv::Mat& mask) {
+    cv::Scalar mean;
+    cv::Scalar deviation;
+    Extremes extremes{};
+    cv::meanStdDev(image, mean, deviation, mask);
+    cv::minMaxLoc(image, &extremes.min, &extremes.max, nullptr, nullptr, mask);
+    extremes.mean = mean[0];
+    extremes.deviation = deviation[0];
+    return extremes;
+}
+
+void AddStatistics(const host::Session& session) {
+    const cv::Mat image = NewImage(2000);
+    const host::Pixels pixels =
+        host::FindPixels(BigRectangle(session), cv::Rect({0, 0}, image.size()), host::Cut::none);
+    const cv::Mat mask = Painted(pixels.spans, cv::Rect({0, 0}, image.size()));
+    if (std::abs(host::Measure(image, pixels.spans)->mean - WithMask(image, mask).mean) > 1e-6) {
+        throw std::runtime_error("the statistics differ");
+    }
+    Row("statistics under a figure, 2000 x 2000")
+        .Ours(Repeat([image, spans = pixels.spans] { return host::Measure(image, spans); }))
+        .Peer("OpenCV meanStdDev and minMaxLoc, mask", 5.0, Repeat([image, mask] { return WithMask(image, mask); }))
+        .Peer("the same, cut to the figure's box", 0.0,
+              Repeat([part = image(pixels.box), mask = mask(pixels.box)] { return WithMask(part, mask); }));
+}
+
+// ---------------------------------------------------------------------------------------------------
+// Commands
+
+// Runs a program to its end, its output thrown away; its name is relative to the folder of the modules.
+bool RunsWell(std::vector<std::string> words) {
+    std::vector<char*> arguments;
+    for (std::string& word : words) {
+        arguments.push_back(word.data());
+    }
+    arguments.push_back(nullptr);
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
+    pid_t child = 0;
+    const int failure = posix_spawn(&child, arguments[0], &actions, nullptr, arguments.data(), environ);
+    posix_spawn_file_actions_destroy(&actions);
+    int status = 0;
+    return failure == 0 && waitpid(child, &status, 0) == child && WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
+
+// Measures a call by the clock on the wall; `kept` lives as long as the body.
+template <class Call>
+Body Timed(SharedFolder kept, Call call) {
+    return [kept, call](benchmark::State& state) {
+        for (auto _ : state) {
+            const auto start = std::chrono::steady_clock::now();
+            if (!call()) {
+                state.SkipWithError("the command failed");
+                return;
+            }
+            state.SetIterationTime(std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());
+        }
+    };
+}
+
+Body Command(const SharedFolder& folder, std::vector<std::string> words) {
+    return Timed(folder, [words = std::move(words)] { return RunsWell(words); });
+}
+
+// The classes take turns; they stand in rows and columns all over the image.
+host::RoiSet MixedSet(const host::Session& session, int count, int imageSize) {
+    const int columns = static_cast<int>(std::ceil(std::sqrt(count)));
+    const double pitch = static_cast<double>(imageSize) / columns;
+    host::RoiSet set;
+    for (int i = 0; i < count; ++i) {
+        const char* const classes[] = {"ROIRectangle", "ROIParallelogram", "ROIEllipse", "ROIDonut", "ROIArcDonut"};
+        const host::Figure& figure = set.Add(session, fmt::format("figure{}", i), classes[i % 5]);
+        figure.roi->SetCenter(pitch * (i % columns + 0.5), pitch * (i / columns + 0.5));
+        const double half = 0.45 * pitch;
+        if (const auto rectangle = figure.As<IROIRectangle>()) {
+            rectangle->SetSize(1.2 * half, half);
+            rectangle->put_Roll(0.1 + 0.01 * (i % 50));
+        } else if (const auto parallelogram = figure.As<IROIParallelogram>()) {
+            parallelogram->SetSize(1.4 * half, half);
+            parallelogram->put_Shear(0.3, 0);
+        } else if (const auto ellipse = figure.As<IROIEllipse>()) {
+            ellipse->SetRadius(half, half);
+        } else if (const auto donut = figure.As<IROIDonut>()) {
+            donut->SetRadius(0, 0.6 * half, 0.6 * half);
+            donut->SetRadius(1, half, half);
+        }
+    }
+    return set;
+}
+
+std::string WriteSet(const host::Session& session, const Folder& folder, int count, int imageSize) {
+    std::string path = folder.File(fmt::format("set{}.roi", count));
+    MixedSet(session, count, imageSize).Save(path);
+    return path;
+}
+
+void AddCommands(const host::Session& session, const SharedFolder& folder) {
+    const std::string large = WriteImage(*folder, 2000);
+    Row("roi measure, 100 figures, image of 2000 x 2000", Clock::manual)
+        .Ours(Command(folder, {"./roi", "measure", WriteSet(session, *folder, 100, 2000), large}))
+        .Limit("a program that loads OpenCV and decodes it", 0.0, Command(folder, {"./decode_image", large}))
+        .Limit("decoding the image", 2.0,
+               Timed(folder, [large] { return !cv::imread(large, cv::IMREAD_UNCHANGED).empty(); }));
+    const std::string small = WriteImage(*folder, 200);
+    Row("roi measure from start to finish, image of 200 x 200", Clock::manual)
+        .Ours(Command(folder, {"./roi", "measure", WriteSet(session, *folder, 1, 200), small}))
+        .Limit("a program that loads OpenCV and decodes it", 2.0, Command(folder, {"./decode_image", small}));
+}
+
+// ---------------------------------------------------------------------------------------------------
+// Large sets
+
+// A call that handles all figures of a set, reported by the figure.
+template <class Call>
+Body PerFigure(SharedFolder kept, int count, Call call) {
+    return [kept, count, call](benchmark::State& state) {
+        for (auto _ : state) {
+            benchmark::DoNotOptimize(call());
+        }
+        state.SetItemsProcessed(state.iterations() * count);
+    };
+}
+
+std::size_t Listed(const host::RoiSet& set) {
+    std::size_t characters = 0;
+    for (const host::Figure& figure : set.Figures()) {
+        characters += ParameterLine(host::ReadParameters(figure)).size();
+    }
+    return characters;
+}
+
+int Hits(const host::RoiSet& set, Point p) {
+    int hits = 0;
+    for (const host::Figure& figure : set.Figures()) {
+        hits += Succeeded(figure.roi->HitTest(p.x, p.y, nullptr)) ? 1 : 0;
+    }
+    return hits;
+}
+
+// The operation on a figure of a large set beside the same in a set of a tenth: as long, or it is not linear.
+template <class Make>
+void AddGrowth(const std::string& operation, const SharedFolder& folder, Make make) {
+    constexpr int kLarge = 10000;
+    constexpr int kSmall = 1000;
+    // Larger sets reach deeper into the processor's caches; what grows with the square takes ten times as long.
+    constexpr double kLinear = 2.0;
+    Row(operation + " a set of 10,000 figures, per figure")
+        .Ours(PerFigure(folder, kLarge, make(kLarge)))
+        .Limit("in a set of 1,000", kLinear, PerFigure(folder, kSmall, make(kSmall)));
+}
+
+void AddLargeSets(const host::Session& session, const SharedFolder& folder) {
+    constexpr int kImage = 4000;
+    const auto setOf = [&session, &folder](int count) {
+        return std::make_shared<host::RoiSet>(host::RoiSet::Load(session, WriteSet(session, *folder, count, kImage)));
+    };
+    AddGrowth("load", folder, [&](int count) {
+        return [&session, path = WriteSet(session, *folder, count, kImage)] {
+            return host::RoiSet::Load(session, path).Figures().size();
+        };
+    });
+    AddGrowth("list", folder, [&](int count) { return [set = setOf(count)] { return Listed(*set); }; });
+    AddGrowth("hit", folder, [&](int count) { return [set = setOf(count)] { return Hits(*set, {1234.5, 987.6}); }; });
+    AddGrowth("save", folder, [&](int count) {
+        return [set = setOf(count), path = folder->File(fmt::format("saved{}.roi", count))] {
+            set->Save(path);
+            return set->Figures().size();
+        };
+    });
+}
+
+}  // namespace
+
+void AddImages(const host::Session& session) {
+    AddStatistics(session);
+    const auto folder = std::make_shared<const Folder>();
+    AddCommands(session, folder);
+    AddLargeSets(session, folder);
+}

@@ -1,0 +1,48 @@
+#include "check/Checks.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cstdint>
+
+#include "framework/support/Utf8.h"
+
+std::string CodeText(Result code) {
+    switch (code) {
+        case S_OK:
+            return "S_OK";
+        case E_FAIL:
+            return "E_FAIL";
+        case E_INVALIDARG:
+            return "E_INVALIDARG";
+        case E_NOINTERFACE:
+            return "E_NOINTERFACE";
+        case E_NOTIMPL:
+            return "E_NOTIMPL";
+        default:
+            return fmt::format("code {:#010x}", static_cast<std::uint32_t>(code));
+    }
+}
+
+void TellFailure(std::string_view group, std::string_view sentence, std::string_view expected, std::string_view got) {
+    fmt::print(stderr, "roi: check failed: {}: {}: expected {}, got {}\n", group, Harmless(sentence),
+               Harmless(expected), Harmless(got));
+}
+
+void Checks::Begin(std::string_view sentence) {
+    const std::size_t length = std::min(sentence.size(), sizeof m_progress.sentence - 1);
+    std::copy_n(sentence.data(), length, m_progress.sentence);
+    m_progress.sentence[length] = '\0';
+}
+
+void Checks::Expect(bool holds, std::string_view expected, std::string_view got) {
+    if (holds) {
+        ++m_progress.passed;
+        return;
+    }
+    if (++m_progress.failed <= kMostTold) {
+        TellFailure(m_group, m_progress.sentence, expected, got);
+    } else if (m_progress.failed == kMostTold + 1) {
+        fmt::print(stderr, "roi: check: {}: further failures are counted only\n", m_group);
+    }
+}

@@ -1,0 +1,114 @@
+// Reference counts of what is lent to a figure, and that its use leaves nothing behind.
+#include <fmt/format.h>
+#include <malloc.h>
+
+#include "check/FigureLists.h"
+#include "check/Groups.h"
+#include "check/Scenario.h"
+#include "check/Streams.h"
+
+namespace {
+
+void CheckHeldMask(Checks& checks) {
+    checks.Begin("a mask holds one reference to its image, and shares it with its copy");
+    const auto mask = Require<IROIMask>(checks.module.New<IROI>(ClassNamed("ROIMask")));
+    SizedImage first(20, 30);
+    SizedImage second(20, 30);
+    for (SizedImage* image : {&first, &first, &second}) {
+        checks.Code(mask->SetMask(image, 0), S_OK);
+        checks.Equal(first.references, image == &first ? 2 : 1);
+        checks.Equal(second.references, image == &second ? 2 : 1);
+    }
+    SmartPtr<IUnknown> copy;
+    checks.Code(mask->Replicate(copy.Receive()), S_OK);
+    checks.Equal(second.references, 3);
+    copy.Reset();
+    checks.Code(mask->SetMask(nullptr, 0), S_OK);
+    checks.Equal(second.references, 1);
+}
+
+void CheckHeldGeometry(Checks& checks) {
+    checks.Begin("a shape holds one reference to its geometry");
+    BoxGeometry geometry;
+    {
+        const auto shape = Require<IROIShape>(checks.module.New<IROI>(ClassNamed("ROIShape")));
+        checks.Code(shape->SetGeometry(&geometry), S_OK);
+        checks.Equal(geometry.references, 2);
+        double x = 0;
+        double y = 0;
+        checks.Code(shape->GetCenter(&x, &y), S_OK);
+        checks.Code(shape->SetGeometry(&geometry), S_OK);
+        checks.Equal(geometry.references, 2);
+    }
+    checks.Equal(geometry.references, 1);
+}
+
+void CheckBorrowedStream(Checks& checks, const ClassContract& figure) {
+    if (!figure.Answers("IDataPersist")) {
+        return;
+    }
+    checks.Begin(fmt::format("{} gives a stream and a list back as it got them", figure.name));
+    const auto roi = NewTypical(checks, figure);
+    PlainStream plain;
+    const auto persist = Require<IDataPersist>(roi);
+    persist->Save(&plain, 0);
+    persist->Load(&plain, 0);
+    checks.Equal(plain.references, 1);
+    const auto list = MakeList({{"CenterX", 1.0}});
+    Require<IParametricObject>(roi)->SetParameters(list.Get());
+    checks.Equal(list->AddRef(), 2);
+    list->Release();
+}
+
+// Everything that hands objects out or takes some in.
+void Use(Checks& checks, const ClassContract& figure) {
+    const auto roi = NewTypical(checks, figure);
+    Observe(*roi, figure);
+    for (const char* operation : {"Replicate", "GetMask"}) {
+        Call(*roi, figure.At(operation), {});
+    }
+    if (figure.Answers("IParametricObject")) {
+        SetParametersOf(roi, ParametersOf(roi));
+    }
+    if (figure.Answers("IUIPropertyPageSpecify")) {
+        SmartPtr<INamedCollection> pages;
+        Require<IUIPropertyPageSpecify>(roi)->GetPages(0, pages.Receive(), nullptr);
+    }
+    if (figure.Answers("IDataPersist")) {
+        const Storage storage;
+        const auto persist = Require<IDataPersist>(roi);
+        for (const auto& stream : {storage.Folder(), storage.Element()}) {
+            persist->Save(stream.Get(), 0);
+            persist->Load(stream.Get(), 0);
+        }
+    }
+}
+
+std::size_t BytesInUse() { return mallinfo2().uordblks; }
+
+// Memory is counted over many rounds: what the allocator keeps at hand varies a little, what leaks adds up.
+void CheckNothingStays(Checks& checks, const ClassContract& figure) {
+    constexpr int kRounds = 64;
+    constexpr std::size_t kSmallestLeak = 16;
+    checks.Begin(fmt::format("using {} leaves no object and no memory behind", figure.name));
+    for (int i = 0; i < 4; ++i) {
+        Use(checks, figure);
+    }
+    const int objects = checks.module.LiveFrameworkObjects();
+    const std::size_t bytes = BytesInUse();
+    for (int i = 0; i < kRounds; ++i) {
+        Use(checks, figure);
+    }
+    checks.Equal(checks.module.LiveFrameworkObjects(), objects);
+    const std::size_t now = BytesInUse();
+    checks.Expect(now < bytes + kRounds * kSmallestLeak, fmt::format("{} bytes in use", bytes), fmt::format("{}", now));
+}
+
+}  // namespace
+
+void CheckReferences(Checks& checks) {
+    checks.Try([&] { CheckHeldMask(checks); });
+    checks.Try([&] { CheckHeldGeometry(checks); });
+    ForEachClass(checks, [&](const ClassContract& figure) { CheckBorrowedStream(checks, figure); });
+    ForEachClass(checks, [&](const ClassContract& figure) { CheckNothingStays(checks, figure); });
+}

@@ -1,0 +1,60 @@
+// Calling a figure's operations by their slots, and playing scenarios of such calls.
+#pragma once
+
+#include <span>
+#include <string>
+#include <vector>
+
+#include "check/TestedModule.h"
+
+/// What a call came to: its code, its outputs in order (kUntouched where it wrote nothing, 1 for an
+/// object and 0 for a null one), and the object that it handed out.
+struct Answer {
+    Result code = S_OK;
+    std::vector<double> outputs;
+    SmartPtr<IUnknown> object;
+
+    /// `S_OK (75, 50)`.
+    std::string Text() const;
+};
+
+enum class NullOutputs { kNo, kWhereAllowed };
+
+/// Calls an operation of a figure by its slot. The figure's address is that of its IROI.
+Answer Call(IROI& figure, const Operation& operation, std::span<const double> arguments,
+            NullOutputs nullOutputs = NullOutputs::kNo);
+
+/// Equal within 1e-9, relative above 1; two NaNs are equal.
+bool SameNumber(double a, double b) noexcept;
+bool SameNumbers(std::span<const double> a, std::span<const double> b) noexcept;
+std::string NumbersText(std::span<const double> numbers);
+
+/// `SetCornerPoint(4, 100, 100)`.
+std::string CallText(const char* operation, std::span<const double> arguments);
+
+/// Takes steps on a figure; each that does not come out as told is a failed check. Throws CheckFailed
+/// where a step cannot be taken.
+void TakeSteps(Checks& checks, const ClassContract& figure, const SmartPtr<IROI>& roi, std::span<const Step> steps);
+
+/// What happens to a new figure of a class.
+struct Scenario {
+    const char* sentence;
+    const char* className;
+    std::vector<Step> steps;
+};
+void Play(Checks& checks, std::span<const Scenario> scenarios);
+
+/// A new figure away from its defaults.
+SmartPtr<IROI> NewTypical(Checks& checks, const ClassContract& figure);
+
+/// Everything that a figure says when asked with small arguments. Asking for a grip is a question too,
+/// though it raises the grip's length.
+std::vector<double> Observe(IROI& roi, const ClassContract& figure);
+
+/// Runs checks for every class; what one cannot go on from leaves the others alone.
+template <class Body>
+void ForEachClass(Checks& checks, Body body) {
+    for (const ClassContract& figure : ClassContracts()) {
+        checks.Try([&] { body(figure); });
+    }
+}

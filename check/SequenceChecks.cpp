@@ -1,0 +1,244 @@
+// Random sequences of calls, absurd arguments among them. Every call must return, keep the counts, stay
+// in step with a few rules that hold for all figures, and change nothing when it is refused.
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <climits>
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <random>
+
+#include "check/FigureLists.h"
+#include "check/Groups.h"
+#include "check/Scenario.h"
+#include "check/Streams.h"
+
+namespace {
+
+constexpr int kCallsInSequence = 60;
+
+class Random {
+  public:
+    explicit Random(unsigned seed) : m_engine(seed) {}
+
+    int Below(int count) { return static_cast<int>(m_engine() % static_cast<unsigned>(count)); }
+    bool OneIn(int count) { return Below(count) == 0; }
+
+    // Mostly within a picture, now and then what nobody would pass.
+    double Number() {
+        using Limits = std::numeric_limits<double>;
+        static constexpr double kAbsurd[] = {
+            Limits::quiet_NaN(),  Limits::infinity(), -Limits::infinity(), 0.0, -0.0, 1e308, -1e308,
+            Limits::denorm_min(), 2147483648.0,       -2147483648.5,       1e18};
+        return OneIn(6) ? kAbsurd[Below(std::size(kAbsurd))] : Below(16000) / 32.0 - 100.0;
+    }
+    double Integer() {
+        static constexpr int kAbsurd[] = {INT_MIN, INT_MAX, -2, -1, 255, 256, 65536, 0x40000000};
+        if (OneIn(8)) {
+            return kAbsurd[Below(std::size(kAbsurd))];
+        }
+        return Below(13) | Below(4) << (OneIn(2) ? 8 : 10);
+    }
+
+  private:
+    std::mt19937 m_engine;
+};
+
+std::vector<double> RandomArguments(const Operation& operation, Random& random) {
+    std::vector<double> arguments;
+    for (const char* kind = operation.signature; *kind != '\0'; ++kind) {
+        switch (*kind) {
+            case 'i':
+                arguments.push_back(random.Integer());
+                break;
+            case 'd':
+                arguments.push_back(random.Number());
+                break;
+            case 't':
+                for (int i = random.OneIn(8) ? 6 : 0; i < 6; ++i) {
+                    arguments.push_back(random.Number());
+                }
+                break;
+            case 'm':
+                arguments.push_back(1 + random.Below(40));
+                arguments.push_back(1 + random.Below(40));
+                break;
+            case 'g':
+                for (int i = random.Below(4); i > 0; --i) {
+                    arguments.push_back(random.Below(1000) / 8.0);
+                    arguments.push_back(random.Below(1000) / 8.0);
+                }
+                break;
+            default:  // an output
+                break;
+        }
+    }
+    return arguments;
+}
+
+bool IsRefusal(Result code) noexcept { return code == E_INVALIDARG || code == E_NOTIMPL; }
+
+bool IsKnownCode(Result code) noexcept {
+    return code == S_OK || code == E_FAIL || code == E_NOINTERFACE || IsRefusal(code);
+}
+
+// A value that is set and what reads it back as it was given, whatever it is.
+struct Pair {
+    const char* setter;
+    const char* getter;
+};
+constexpr Pair kPairs[] = {{"SetSize", "GetSize"},     {"put_Roll", "get_Roll"},   {"SetAspectRatio", "GetAspectRatio"},
+                           {"SetRadius", "GetRadius"}, {"SetLimits", "GetLimits"}, {"SetThickness", "GetThickness"},
+                           {"SetCenter", "GetCenter"}};
+
+// Profile and shape do not store a centre.
+bool Stores(const ClassContract& figure, const Pair& pair) {
+    const std::string_view name = figure.name;
+    return std::string_view(pair.setter) != "SetCenter" || (name != "ROIProfile" && name != "ROIShape");
+}
+
+// One figure under random calls.
+class Sequence {
+  public:
+    Sequence(Checks& checks, const ClassContract& figure, unsigned seed)
+        : m_checks(checks), m_figure(figure), m_random(seed), m_seed(seed) {}
+
+    void Run() {
+        Say("created");
+        m_roi = NewTypical(m_checks, m_figure);
+        for (int i = 0; i < kCallsInSequence; ++i) {
+            CallOne();
+        }
+        EditAndKeep();
+        CheckCount();
+    }
+
+  private:
+    void Say(const std::string& call) {
+        m_checks.Begin(fmt::format("{} stays in step at {}; again: --seed {} --repeat 1", m_figure.name, call, m_seed));
+    }
+
+    void CallOne() {
+        const Operation& operation =
+            m_figure.operations[static_cast<std::size_t>(m_random.Below(static_cast<int>(m_figure.operations.size())))];
+        const std::vector<double> arguments = RandomArguments(operation, m_random);
+        Say(CallText(operation.name, arguments));
+        if (std::string_view(operation.name) == "GetMask" && IsHugeMask()) {
+            return;
+        }
+        const std::vector<double> before = Observe(*m_roi, m_figure);
+        const int count = CountPoints();
+        const auto nulls = m_random.OneIn(3) ? NullOutputs::kWhereAllowed : NullOutputs::kNo;
+        const Answer answer = Call(*m_roi, operation, arguments, nulls);
+        m_checks.Expect(IsKnownCode(answer.code), "a known result code", CodeText(answer.code));
+        if (IsRefusal(answer.code)) {
+            const std::vector<double> after = Observe(*m_roi, m_figure);
+            m_checks.Expect(SameNumbers(after, before), "an unchanged figure", "a changed one");
+        }
+        CheckHit(operation, answer);
+        CheckStored(operation, arguments, answer);
+        CheckPoints(operation, answer, count);
+        CheckObject(operation, answer);
+        CheckCount();
+    }
+
+    // Images between those that are made at once and those that are refused take seconds.
+    bool IsHugeMask() {
+        const Answer box = Call(*m_roi, m_figure.At("GetBoundingRect"), {});
+        const double area = box.outputs[2] * box.outputs[3];
+        return area > 1e6 && area < 4e9;
+    }
+
+    void CheckCount() {
+        m_checks.Equal(m_roi->AddRef(), 2);
+        m_checks.Equal(m_roi->Release(), 1);
+    }
+
+    void CheckHit(const Operation& operation, const Answer& answer) {
+        if (operation.name == std::string_view("HitTest") && !answer.outputs.empty() &&
+            answer.outputs[0] != kUntouched) {
+            m_checks.Equal(static_cast<long>(answer.outputs[0]), answer.code == S_OK ? 1 : 0);
+        }
+    }
+
+    void CheckStored(const Operation& operation, const std::vector<double>& arguments, const Answer& answer) {
+        const auto pair = std::find_if(std::begin(kPairs), std::end(kPairs), [&](const Pair& entry) {
+            return operation.name == std::string_view(entry.setter);
+        });
+        if (pair == std::end(kPairs) || answer.code != S_OK || !Stores(m_figure, *pair)) {
+            return;
+        }
+        const bool indexed = operation.signature[0] == 'i';
+        const std::span<const double> index = std::span(arguments).first(indexed ? 1 : 0);
+        const std::span<const double> values = std::span(arguments).subspan(indexed ? 1 : 0);
+        const Answer stored = Call(*m_roi, m_figure.At(pair->getter), index);
+        m_checks.Expect(SameNumbers(stored.outputs, values), NumbersText(values), stored.Text());
+    }
+
+    int CountPoints() {
+        int count = 0;
+        if (const auto profile = SmartPtr<IROIProfile>::QueryFrom(m_roi.Get())) {
+            profile->GetNumberPoints(&count);
+        }
+        return count;
+    }
+
+    // Adding and removing count by one, and nothing else does.
+    void CheckPoints(const Operation& operation, const Answer& answer, int before) {
+        const std::string_view name = operation.name;
+        const bool adds = name == "AddPoint" || name == "InsertPoint";
+        const bool removes = name == "RemovePoint";
+        const int change = answer.code != S_OK ? 0 : adds ? 1 : removes ? -1 : 0;
+        m_checks.Equal(CountPoints(), before + change);
+    }
+
+    void CheckObject(const Operation& operation, const Answer& answer) {
+        const std::string_view name = operation.name;
+        if (answer.object && name == "Replicate") {
+            m_checks.Expect(static_cast<bool>(SmartPtr<IROI>::QueryFrom(answer.object.Get())), "a figure", "none");
+        } else if (name == "Replicate" || name == "GetMask") {
+            m_checks.Expect(answer.object || answer.outputs[0] != 1.0, "an object", "none");
+        }
+    }
+
+    // The parameter list with random values, and both kinds of stream.
+    void EditAndKeep() {
+        if (!m_figure.Answers("IParametricObject")) {
+            return;
+        }
+        std::vector<NamedValue> values = ParametersOf(m_roi);
+        for (NamedValue& value : values) {
+            value.value = m_random.Number();
+        }
+        Say("SetParameters");
+        m_checks.Code(SetParametersOf(m_roi, values), S_OK);
+        Say("Save and Load");
+        const Storage storage;
+        const auto persist = Require<IDataPersist>(m_roi);
+        for (const auto& stream : {storage.Folder(), storage.Element(), storage.Parent()}) {
+            const Result saved = persist->Save(stream.Get(), 0);
+            const Result loaded = persist->Load(stream.Get(), 0);
+            m_checks.Expect(IsKnownCode(saved) && IsKnownCode(loaded), "known result codes",
+                            CodeText(saved) + " and " + CodeText(loaded));
+        }
+    }
+
+    Checks& m_checks;
+    const ClassContract& m_figure;
+    Random m_random;
+    unsigned m_seed;
+    SmartPtr<IROI> m_roi;
+};
+
+}  // namespace
+
+void CheckSequences(Checks& checks) {
+    fmt::print(stderr, "roi: check: sequences: seeds {} to {}\n", checks.options.seed,
+               checks.options.seed + static_cast<unsigned>(checks.options.repeat) - 1);
+    ForEachClass(checks, [&](const ClassContract& figure) {
+        for (int i = 0; i < checks.options.repeat; ++i) {
+            Sequence(checks, figure, checks.options.seed + static_cast<unsigned>(i)).Run();
+        }
+    });
+}

@@ -1,0 +1,69 @@
+#include "check/TestedModule.h"
+
+#include <dlfcn.h>
+
+#include <array>
+
+#include "contract/Components.h"
+#include "framework/support/Utf8.h"
+
+namespace {
+
+constexpr std::array kSiblings = {"./CollectionsEx.so", "./Collections.so", "./CIF.so", "./Geometry.so"};
+
+template <class Entry>
+Entry EntryOf(void* module, const char* symbol) {
+    const auto entry = reinterpret_cast<Entry>(dlsym(module, symbol));
+    if (entry == nullptr) {
+        throw CheckFailed{std::string("the entry point ") + symbol, "none"};
+    }
+    return entry;
+}
+
+}  // namespace
+
+TestedModule::TestedModule(const std::string& file) : m_file(file) {
+    void* const module = dlopen(file.c_str(), RTLD_NOW);
+    if (module == nullptr) {
+        throw CheckFailed{"a module that loads", dlerror()};
+    }
+    m_initialize = EntryOf<InitializeModuleEntry>(module, kInitializeModuleSymbol);
+    m_find = EntryOf<CreateFunctionEntry>(module, kCreateFunctionSymbol);
+    for (const char* sibling : kSiblings) {
+        if (dlopen(sibling, RTLD_NOW) == nullptr) {
+            throw std::runtime_error(dlerror());
+        }
+    }
+    const SmartPtr<IComponentCollection> framework = GLOBALComponents();
+    if (!framework) {
+        throw std::runtime_error("./CollectionsEx.so gives no component collection");
+    }
+    m_components.emplace(*framework, m_find);
+    Initialize(&*m_components);
+}
+
+Result TestedModule::Create(const ClassContract& figure, IID iid, void** object) const {
+    const std::string_view className = figure.name;
+    const std::wstring name(className.begin(), className.end());
+    ComponentCreator create = nullptr;
+    const Result found = Find(Text(name), &create);
+    return found == S_OK && create != nullptr ? create(nullptr, &iid, object) : found;
+}
+
+void* TestedModule::NewAs(const ClassContract& figure, const IID& iid) const {
+    void* object = nullptr;
+    const Result code = Create(figure, iid, &object);
+    if (code != S_OK || object == nullptr) {
+        throw CheckFailed{std::string("a new ") + figure.name, CodeText(code)};
+    }
+    return object;
+}
+
+int TestedModule::LiveFrameworkObjects() const {
+    int count = 0;
+    for (const char* sibling : kSiblings) {
+        void* const module = dlopen(sibling, RTLD_NOW);
+        count += reinterpret_cast<int (*)()>(dlsym(module, "LiveObjects"))();
+    }
+    return count;
+}

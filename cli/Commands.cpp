@@ -1,0 +1,35 @@
+#include "cli/Commands.h"
+
+#include <map>
+
+namespace host::cli {
+
+CLI::App& AddCommand(CLI::App& roi, const std::string& name, const std::string& description,
+                     const std::string& example) {
+    CLI::App* const command = roi.add_subcommand(name, description);
+    command->footer("Example:\n  " + example);
+    return *command;
+}
+
+void AddSetArgument(CLI::App& command, UserPath& set) {
+    AddArgument(command, "SET", set, "Set of figures: a file that ends in .roi or .xml");
+}
+
+void Save(const RoiSet& set, const UserPath& path) {
+    for (const Warning& warning : set.Save(path)) {
+        Warn(warning.subject, warning.text);
+    }
+}
+
+void AddFormatOption(CLI::App& command, TableFormat& format) {
+    static const std::map<std::string, TableFormat> kFormats = {
+        {"table", TableFormat::kText}, {"csv", TableFormat::kCsv}, {"json", TableFormat::kJson}};
+    command
+        .add_option_function<std::string>(
+            "--format", [&format](const std::string& name) { format = kFormats.at(name); },
+            "table (for people), csv or json")
+        ->check(CLI::IsMember({"table", "csv", "json"}).description(""))
+        ->type_name("FORMAT");
+}
+
+}  // namespace host::cli

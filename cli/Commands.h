@@ -1,0 +1,70 @@
+// The commands of `roi`. Each function registers one subcommand: its arguments, its help with an
+// example, and a callback that does the work.
+//
+// A callback makes its Session after the command line is read, when every UserPath is resolved. It
+// writes data through WriteStdout, talks on standard error, and reports failure by throwing Error. An
+// answer of no is AnswerNo().
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <string>
+
+#include "cli/Table.h"
+#include "cli/Talk.h"
+#include "host/base/UserPath.h"
+#include "host/sets/RoiSet.h"
+
+namespace host::cli {
+
+void AddClassesCommand(CLI::App& roi);
+void AddAddCommand(CLI::App& roi);
+void AddSetCommand(CLI::App& roi);
+void AddListCommand(CLI::App& roi);
+void AddRemoveCommand(CLI::App& roi);
+void AddNodesCommand(CLI::App& roi);
+void AddDragCommand(CLI::App& roi);
+void AddHitCommand(CLI::App& roi);
+void AddPointCommand(CLI::App& roi);
+void AddTransformCommand(CLI::App& roi);
+void AddCloneCommand(CLI::App& roi);
+void AddConvertCommand(CLI::App& roi);
+void AddMeasureCommand(CLI::App& roi);
+void AddDrawCommand(CLI::App& roi);
+void AddMaskCommand(CLI::App& roi);
+void AddProfileCommand(CLI::App& roi);
+void AddCheckCommand(CLI::App& roi);
+
+/// A subcommand with its one-line description and, at the end of its help, an example.
+CLI::App& AddCommand(CLI::App& roi, const std::string& name, const std::string& description,
+                     const std::string& example);
+/// A positional argument that must be given.
+template <class Value>
+CLI::Option* AddArgument(CLI::App& command, const std::string& name, Value& value, const std::string& description) {
+    return command.add_option(name, value, description)->required()->type_name("");
+}
+/// The positional argument SET.
+void AddSetArgument(CLI::App& command, UserPath& set);
+/// The option --format table|csv|json; a table for people without it.
+void AddFormatOption(CLI::App& command, TableFormat& format);
+
+/// Writes a set and warns of what its file does not keep.
+void Save(const RoiSet& set, const UserPath& path);
+
+/// What `roi` exits with.
+enum ExitCode : int {
+    kExitDone = 0,
+    kExitFailed = 1,  ///< the answer is no, or the work failed
+    kExitUsage = 2,   ///< the command line asks for something that does not exist
+    kExitPartly = 7   ///< some of many failed, and what the others gave stands
+};
+
+/// Ends the command with exit code 1 and no message.
+[[noreturn]] inline void AnswerNo() { throw CLI::RuntimeError(kExitFailed); }
+
+/// Some of many failed: exits with kExitPartly.
+class PartlyFailed : public Error {
+  public:
+    using Error::Error;
+};
+
+}  // namespace host::cli

@@ -1,0 +1,125 @@
+// The command `roi`: reads the command line, runs one subcommand, and turns whatever goes wrong into one
+// line on standard error and an exit code.
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <iterator>
+#include <new>
+#include <sstream>
+
+#include "cli/Commands.h"
+#include "host/base/Error.h"
+#include "host/base/SafeFile.h"
+#include "host/base/Text.h"
+
+namespace host::cli {
+
+namespace {
+
+void AddCommands(CLI::App& roi) {
+    AddClassesCommand(roi);
+    AddAddCommand(roi);
+    AddSetCommand(roi);
+    AddListCommand(roi);
+    AddRemoveCommand(roi);
+    AddNodesCommand(roi);
+    AddDragCommand(roi);
+    AddPointCommand(roi);
+    AddHitCommand(roi);
+    AddTransformCommand(roi);
+    AddCloneCommand(roi);
+    AddConvertCommand(roi);
+    AddMeasureCommand(roi);
+    AddDrawCommand(roi);
+    AddMaskCommand(roi);
+    AddProfileCommand(roi);
+    AddCheckCommand(roi);
+    roi.require_subcommand(1);
+}
+
+// The parser would only say that some command is missing.
+void CheckCommandName(const CLI::App& roi, const std::string& word) {
+    std::vector<std::string> names;
+    for (const CLI::App* command : roi.get_subcommands([](const CLI::App*) { return true; })) {
+        names.push_back(command->get_name());
+    }
+    if (word.rfind('-', 0) != 0 && std::find(names.begin(), names.end(), word) == names.end()) {
+        throw UnknownName("command", word, names);
+    }
+}
+
+Error AsUsageError(const CLI::App& roi, const CLI::ParseError& failure) {
+    std::string command = "roi";
+    for (const CLI::App* parsed : roi.get_subcommands()) {
+        command += ' ' + parsed->get_name();
+    }
+    return UsageError("usage", command, fmt::format("{}; see {} --help", failure.what(), command));
+}
+
+// The words after the program's name. The parser takes -.5 for an option, unlike -0.5.
+std::vector<std::string> Words(int argc, char** argv) {
+    std::vector<std::string> words(argv + std::min(argc, 1), argv + argc);
+    for (std::string& word : words) {
+        if (word.starts_with("-.") && ParseNumber(word.substr(0, 3))) {
+            word.insert(1, "0");
+        }
+    }
+    return words;
+}
+
+void Run(CLI::App& roi, std::vector<std::string> words) {
+    if (!words.empty()) {
+        CheckCommandName(roi, words.front());
+    }
+    try {
+        std::reverse(words.begin(), words.end());  // As the parser wants them.
+        roi.parse(std::move(words));
+    } catch (const CLI::Success& request) {  // --help and --version
+        std::ostringstream text;
+        roi.exit(request, text, text);
+        WriteStdout(text.str());
+    } catch (const CLI::RuntimeError&) {  // a command's answer
+        throw;
+    } catch (const CLI::ParseError& failure) {
+        throw AsUsageError(roi, failure);
+    }
+}
+
+int Fail(std::string_view line, int exitCode) {
+    Complain(line);
+    return exitCode;
+}
+
+}  // namespace
+
+}  // namespace host::cli
+
+int main(int argc, char** argv) {
+    using namespace host::cli;
+    using host::Error;
+    using host::ErrorKind;
+    try {
+        CLI::App roi("Places, edits and measures regions of interest on images.", "roi");
+        roi.footer(
+            "Exit codes:\n"
+            "  0  done\n"
+            "  1  the answer is no, or the work failed\n"
+            "  2  the command line asks for something that does not exist\n"
+            "  7  some of many images failed; the rows of the others stand\n"
+            "Each command has its own --help with an example.");
+        roi.set_version_flag("--version", "roi " ROI_VERSION);
+        AddCommands(roi);
+        Run(roi, Words(argc, argv));
+        return kExitDone;
+    } catch (const CLI::RuntimeError& answer) {
+        return answer.get_exit_code();
+    } catch (const PartlyFailed& failure) {
+        return Fail(failure.what(), kExitPartly);
+    } catch (const Error& error) {
+        return Fail(error.what(), error.Kind() == ErrorKind::usage ? kExitUsage : kExitFailed);
+    } catch (const std::bad_alloc&) {
+        return Fail("out of memory: roi: the machine has no more to give", kExitFailed);
+    } catch (const std::exception& error) {
+        return Fail(Error("failed", "roi", error.what()).what(), kExitFailed);
+    }
+}

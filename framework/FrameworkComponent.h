@@ -1,0 +1,63 @@
+// Base of the reference host's own components: the object base, a count of live objects per module,
+// and the strictness that tells a misuse of the contract aloud.
+#pragma once
+
+#include <atomic>
+#include <cstdio>
+#include <exception>
+#include <utility>
+
+#include "contract/Framework.h"
+#include "contract/Module.h"
+#include "contract/SmartPtr.h"
+
+/// The number of this module's components that are alive. Every framework module exports it; tests
+/// compare it before and after.
+extern "C" MODULE_EXPORT int LiveObjects() noexcept;
+
+inline std::atomic<int> gLiveObjects{0};
+
+/// Not one atomic operation, of which a parameter list would need dozens: who counts works in one thread,
+/// and elsewhere the count may be off, but nothing breaks.
+inline void CountLiveObject(int change) noexcept {
+    gLiveObjects.store(gLiveObjects.load(std::memory_order_relaxed) + change, std::memory_order_relaxed);
+}
+
+/// As Component, with the live count kept.
+template <class T, class... Interfaces>
+class FrameworkComponent : public Component<T, Interfaces...> {
+  protected:
+    FrameworkComponent() noexcept { CountLiveObject(+1); }
+    ~FrameworkComponent() { CountLiveObject(-1); }
+};
+
+/// A new object of one of the host's own classes as one of its interfaces; empty without memory.
+template <class Interface, class T, class... Arguments>
+SmartPtr<Interface> MakeObject(Arguments&&... arguments) noexcept {
+    return SmartPtr<Interface>::Adopt(new (std::nothrow) T(std::forward<Arguments>(arguments)...));
+}
+
+/// Reports a call that breaks the contract, on standard error, and gives the code it fails with.
+inline Result Misuse(const char* operation, const char* what) noexcept {
+    std::fprintf(stderr, "%s: misused: %s\n", operation, what);
+    return E_INVALIDARG;
+}
+
+/// Runs the body of an operation; nothing that it throws leaves the interface. The body returns a Result.
+template <class Body>
+Result Guarded(const char* operation, Body body) noexcept {
+    try {
+        return body();
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "%s: %s\n", operation, error.what());
+    } catch (...) {
+        std::fprintf(stderr, "%s: unknown failure\n", operation);
+    }
+    return E_FAIL;
+}
+
+/// Replaces a text by a copy of a string's; false, with the text kept, when that fails.
+inline bool CopyText(IString& from, CREFString& to) noexcept {
+    tagREFString text{0, nullptr};
+    return Succeeded(from.GetText(&text.text, &text.length)) && to.Assign(text.text, text.length);
+}

@@ -1,0 +1,311 @@
+#include "framework/support/FolderStream.h"
+
+#include <zip.h>
+
+#include <algorithm>
+#include <cstring>
+#include <stdexcept>
+#include <utility>
+
+#include "framework/FrameworkComponent.h"
+#include "framework/support/Utf8.h"
+
+// ---------------------------------------------------------------------------------------------------
+// The archive
+
+namespace {
+
+constexpr zip_int64_t kMostEntries = 200000;
+constexpr zip_uint64_t kLargestTotal = zip_uint64_t{256} << 20;
+constexpr std::size_t kLongestPath = 65535;
+// Deflating saves less than a small block's entry in the archive takes.
+constexpr std::size_t kSmallBlock = 4096;
+// The first date that a zip file can express, so that the same blocks give the same bytes.
+constexpr zip_uint16_t kNoTime = 0;
+constexpr zip_uint16_t kFirstDate = 1u << 5 | 1u;
+
+[[noreturn]] void Fail(const std::string& reason) { throw std::runtime_error(reason); }
+
+[[noreturn]] void Fail(zip_error_t* error) {
+    const std::string reason = zip_error_strerror(error);
+    zip_error_fini(error);
+    Fail(reason);
+}
+
+struct ArchiveDeleter {
+    void operator()(zip_t* archive) const noexcept { zip_discard(archive); }
+};
+struct FileDeleter {
+    void operator()(zip_file_t* file) const noexcept { zip_fclose(file); }
+};
+struct SourceDeleter {
+    void operator()(zip_source_t* source) const noexcept { zip_source_free(source); }
+};
+using Archive = std::unique_ptr<zip_t, ArchiveDeleter>;
+using File = std::unique_ptr<zip_file_t, FileDeleter>;
+using Source = std::unique_ptr<zip_source_t, SourceDeleter>;
+
+// A source over bytes that it borrows.
+Source MakeSource(std::string_view bytes) {
+    zip_error_t error;
+    zip_error_init(&error);
+    Source source(zip_source_buffer_create(bytes.data(), bytes.size(), 0, &error));
+    if (source == nullptr) {
+        Fail(&error);
+    }
+    return source;
+}
+
+// The archive over a source; the source stays the caller's.
+Archive OpenArchive(const Source& source, int flags) {
+    zip_error_t error;
+    zip_error_init(&error);
+    Archive archive(zip_open_from_source(source.get(), flags, &error));
+    if (archive == nullptr) {
+        Fail(&error);
+    }
+    zip_source_keep(source.get());  // The archive frees its own.
+    return archive;
+}
+
+// A relative path of plain parts: none is empty, "." or "..".
+bool IsSoundPath(std::string_view path) noexcept {
+    if (path.size() > kLongestPath || path.find('\\') != path.npos || path.find('\0') != path.npos) {
+        return false;
+    }
+    while (true) {
+        const std::size_t end = std::min(path.find('/'), path.size());
+        const std::string_view part = path.substr(0, end);
+        if (part.empty() || part == "." || part == "..") {
+            return false;
+        }
+        if (end == path.size()) {
+            return true;
+        }
+        path.remove_prefix(end + 1);
+    }
+}
+
+FolderArchive::Block ReadEntry(zip_t* archive, zip_uint64_t index, const zip_stat_t& entry) {
+    const File file(zip_fopen_index(archive, index, 0));
+    if (file == nullptr) {
+        Fail(std::string(entry.name) + ": " + zip_strerror(archive));
+    }
+    FolderArchive::Block block(entry.size);
+    const zip_int64_t read = block.empty() ? 0 : zip_fread(file.get(), block.data(), block.size());
+    // Only reading on to the end compares the check sum.
+    char beyond = 0;
+    if (read != static_cast<zip_int64_t>(block.size()) || zip_fread(file.get(), &beyond, 1) != 0) {
+        Fail(std::string(entry.name) + ": damaged data");
+    }
+    return block;
+}
+
+zip_stat_t StatEntry(zip_t* archive, zip_uint64_t index) {
+    constexpr zip_uint64_t kNeeded = ZIP_STAT_NAME | ZIP_STAT_SIZE | ZIP_STAT_COMP_METHOD | ZIP_STAT_ENCRYPTION_METHOD;
+    zip_stat_t entry;
+    zip_stat_init(&entry);
+    if (zip_stat_index(archive, index, 0, &entry) != 0 || (entry.valid & kNeeded) != kNeeded) {
+        Fail(zip_strerror(archive));
+    }
+    if (entry.encryption_method != ZIP_EM_NONE) {
+        Fail(std::string(entry.name) + ": encrypted");
+    }
+    // The two that are written, whose memory does not depend on what a file says.
+    if (entry.comp_method != ZIP_CM_STORE && entry.comp_method != ZIP_CM_DEFLATE) {
+        Fail(std::string(entry.name) + ": unknown compression");
+    }
+    return entry;
+}
+
+void AddEntry(zip_t* archive, const std::string& path, const FolderArchive::Block& block) {
+    Source source(zip_source_buffer(archive, block.data(), block.size(), 0));
+    const zip_int64_t added =
+        source != nullptr ? zip_file_add(archive, path.c_str(), source.get(), ZIP_FL_ENC_UTF_8) : -1;
+    if (added < 0) {
+        Fail(path + ": " + zip_strerror(archive));
+    }
+    static_cast<void>(source.release());  // The archive's now.
+    const auto index = static_cast<zip_uint64_t>(added);
+    const zip_int32_t method = block.size() < kSmallBlock ? ZIP_CM_STORE : ZIP_CM_DEFLATE;
+    if (zip_set_file_compression(archive, index, method, 0) != 0 ||
+        zip_file_set_dostime(archive, index, kNoTime, kFirstDate, 0) != 0) {
+        Fail(path + ": " + zip_strerror(archive));
+    }
+}
+
+// Nothing is written that could not be read back.
+void CheckSizes(const std::map<std::string, FolderArchive::Block>& blocks) {
+    zip_uint64_t total = 0;
+    for (const auto& [path, block] : blocks) {
+        total += block.size();
+    }
+    if (total > kLargestTotal || blocks.size() > static_cast<std::size_t>(kMostEntries)) {
+        Fail("too large for an archive");
+    }
+}
+
+// What writing an archive left in its source.
+std::string TakeBytes(zip_source_t* source) {
+    zip_stat_t written;
+    zip_stat_init(&written);
+    if (zip_source_stat(source, &written) != 0 || zip_source_open(source) != 0) {
+        Fail(zip_error_strerror(zip_source_error(source)));
+    }
+    std::string bytes(written.size, '\0');
+    const zip_int64_t read = zip_source_read(source, bytes.data(), bytes.size());
+    zip_source_close(source);
+    if (read != static_cast<zip_int64_t>(bytes.size())) {
+        Fail("the archive cannot be read back");
+    }
+    return bytes;
+}
+
+}  // namespace
+
+FolderArchive FolderArchive::FromBytes(std::string_view bytes) {
+    if (bytes.empty()) {
+        Fail("empty");  // The library would take it for an archive without entries.
+    }
+    const Source source = MakeSource(bytes);
+    const Archive archive = OpenArchive(source, ZIP_RDONLY | ZIP_CHECKCONS);
+    const zip_int64_t count = zip_get_num_entries(archive.get(), 0);
+    if (count > kMostEntries) {
+        Fail("too many entries");
+    }
+    FolderArchive result;
+    zip_uint64_t total = 0;
+    for (zip_uint64_t i = 0; i < static_cast<zip_uint64_t>(count); ++i) {
+        const zip_stat_t entry = StatEntry(archive.get(), i);
+        std::string path = entry.name;
+        const bool isFolder = path.ends_with('/');
+        if (isFolder) {
+            path.pop_back();
+        }
+        if (!IsSoundPath(path)) {
+            Fail(std::string(entry.name) + ": not a plain relative path");
+        }
+        if (entry.size > kLargestTotal - total) {
+            Fail(path + ": declared size too large");
+        }
+        total += entry.size;
+        if (isFolder) {
+            continue;  // Folders follow from the paths of their blocks.
+        }
+        if (!result.m_blocks.try_emplace(path, ReadEntry(archive.get(), i, entry)).second) {
+            Fail(path + ": more than one entry of this name");
+        }
+    }
+    return result;
+}
+
+std::string FolderArchive::ToBytes() const {
+    if (m_blocks.empty()) {
+        // The library writes nothing at all for an archive without entries: its end record alone.
+        std::string bytes("PK\5\6", 4);
+        return bytes.append(18, '\0');
+    }
+    CheckSizes(m_blocks);
+    const Source source = MakeSource({});
+    Archive archive = OpenArchive(source, ZIP_TRUNCATE);
+    for (const auto& [path, block] : m_blocks) {
+        AddEntry(archive.get(), path, block);
+    }
+    if (zip_close(archive.get()) != 0) {
+        Fail(zip_strerror(archive.get()));
+    }
+    static_cast<void>(archive.release());  // Freed by its closing.
+    return TakeBytes(source.get());
+}
+
+const FolderArchive::Block* FolderArchive::Find(const std::string& path) const noexcept {
+    const auto found = m_blocks.find(path);
+    return found != m_blocks.end() ? &found->second : nullptr;
+}
+
+void FolderArchive::Put(const std::string& path, Block block) {
+    if (!IsSoundPath(path)) {
+        Fail(path + ": not a plain relative path");
+    }
+    m_blocks.insert_or_assign(path, std::move(block));
+}
+
+// ---------------------------------------------------------------------------------------------------
+// The stream
+
+class CFolderStream;
+template <>
+inline const tagREFString IObjectInfoImpl<CFolderStream>::m_ObjectName = Text(L"FolderStream");
+
+class CFolderStream final : public FrameworkComponent<CFolderStream, IDataStream, IFolderStream> {
+  public:
+    using Answers = InterfaceMap<IObjectInfo, IDataStream, IFolderStream>;
+
+    CFolderStream(std::shared_ptr<FolderArchive> archive, std::string folder) noexcept
+        : m_archive(std::move(archive)), m_folder(std::move(folder)) {}
+
+    Result WriteBinary(IString* name, const void* data, int bytes, int reserved) noexcept override {
+        constexpr const char* kOperation = "IFolderStream::WriteBinary";
+        if (!TakesArguments(kOperation, name, data, bytes, reserved)) {
+            return E_INVALIDARG;
+        }
+        return Guarded(kOperation, [&] {
+            std::string path;
+            if (!PathOf(*name, &path)) {
+                return E_INVALIDARG;
+            }
+            const auto* first = static_cast<const std::uint8_t*>(data);
+            m_archive->Put(path, FolderArchive::Block(first, first + bytes));
+            return S_OK;
+        });
+    }
+
+    Result ReadBinary(IString* name, void* data, int bytes, int reserved) noexcept override {
+        constexpr const char* kOperation = "IFolderStream::ReadBinary";
+        if (!TakesArguments(kOperation, name, data, bytes, reserved)) {
+            return E_INVALIDARG;
+        }
+        return Guarded(kOperation, [&] {
+            std::string path;
+            const FolderArchive::Block* block = PathOf(*name, &path) ? m_archive->Find(path) : nullptr;
+            if (block == nullptr) {
+                return E_FAIL;
+            }
+            const std::size_t wanted = static_cast<std::size_t>(bytes);
+            std::copy_n(block->data(), std::min(block->size(), wanted), static_cast<std::uint8_t*>(data));
+            return block->size() >= wanted ? S_OK : E_FAIL;
+        });
+    }
+
+  private:
+    static bool TakesArguments(const char* operation, const IString* name, const void* data, int bytes,
+                               int reserved) noexcept {
+        if (name == nullptr || bytes < 0 || (data == nullptr && bytes > 0)) {
+            Misuse(operation, "null name or data, or a negative size");
+            return false;
+        }
+        if (reserved != 0) {
+            Misuse(operation, "the last argument is not 0");
+            return false;
+        }
+        return true;
+    }
+
+    // The path of a block in this folder; false for a name that is not one plain part of a path.
+    bool PathOf(IString& name, std::string* path) const {
+        tagREFString text{0, nullptr};
+        if (Failed(name.GetText(&text.text, &text.length))) {
+            return false;
+        }
+        *path = m_folder.empty() ? "" : m_folder + '/';
+        const std::size_t start = path->size();
+        return AppendUtf8(text, path) && path->find('/', start) == path->npos && IsSoundPath(*path);
+    }
+
+    std::shared_ptr<FolderArchive> m_archive;
+    std::string m_folder;
+};
+
+SmartPtr<IDataStream> MakeFolderStream(std::shared_ptr<FolderArchive> archive, std::string folder) noexcept {
+    return MakeObject<IDataStream, CFolderStream>(std::move(archive), std::move(folder));
+}

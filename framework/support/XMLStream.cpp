@@ -1,0 +1,179 @@
+#include "framework/support/XMLStream.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "framework/FrameworkComponent.h"
+#include "framework/support/Utf8.h"
+
+class CXMLStream;
+template <>
+inline const tagREFString IObjectInfoImpl<CXMLStream>::m_ObjectName = Text(L"XMLStream");
+
+namespace {
+
+// The element that carries a name in an attribute.
+constexpr const char* kUnnamedElement = "value";
+constexpr const char* kNameAttribute = "name";
+
+constexpr bool IsLetter(char c) noexcept { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_'; }
+constexpr bool IsNameCharacter(char c) noexcept {
+    return IsLetter(c) || (c >= '0' && c <= '9') || c == '-' || c == '.';
+}
+
+// Whether a name can stand as that of an element. Names beyond ASCII stand in the attribute: which of
+// their characters XML takes is a long list.
+bool IsElementName(const std::string& name) noexcept {
+    return !name.empty() && IsLetter(name.front()) && std::all_of(name.begin(), name.end(), IsNameCharacter);
+}
+
+// Line ends other than \n would be rewritten when the document is read; other control characters
+// cannot stand in one.
+bool CanStandInXML(tagREFString text) noexcept {
+    return std::none_of(text.text, text.text + std::max(text.length, 0), [](wchar_t c) {
+        return (c >= 0 && c < 0x20 && c != L'\t' && c != L'\n') || c == 0xFFFE || c == 0xFFFF;
+    });
+}
+
+// A string as UTF-8; false when it does not give its text or XML cannot hold it.
+bool TextOf(IString& string, std::string* utf8) {
+    tagREFString text{0, nullptr};
+    return Succeeded(string.GetText(&text.text, &text.length)) && CanStandInXML(text) && AppendUtf8(text, utf8);
+}
+
+const char* NameOf(pugi::xml_node element) noexcept {
+    const pugi::xml_attribute attribute = element.attribute(kNameAttribute);
+    return attribute && std::string_view(element.name()) == kUnnamedElement ? attribute.value() : element.name();
+}
+
+pugi::xml_node FirstElementFrom(pugi::xml_node node) noexcept {
+    while (node && node.type() != pugi::node_element) {
+        node = node.next_sibling();
+    }
+    return node;
+}
+
+}  // namespace
+
+class CXMLStream final : public FrameworkComponent<CXMLStream, IDataStream, IXMLStream, IString> {
+  public:
+    using Answers = InterfaceMap<IObjectInfo, IDataStream, IXMLStream, IString>;
+
+    CXMLStream(XMLDocument document, pugi::xml_node element) noexcept
+        : m_document(std::move(document)), m_element(element) {}
+
+    Result WriteValue(IString* name, int reserved, IString* value, int reserved2) noexcept override {
+        if (name == nullptr || value == nullptr) {
+            return Misuse("IXMLStream::WriteValue", "null text");
+        }
+        if (reserved != 0 || reserved2 != 0) {
+            return Misuse("IXMLStream::WriteValue", "the second or last argument is not 0");
+        }
+        return Guarded("IXMLStream::WriteValue", [&] {
+            std::string nameText;
+            std::string valueText;
+            if (!TextOf(*name, &nameText) || !TextOf(*value, &valueText)) {
+                return E_INVALIDARG;
+            }
+            const bool named = IsElementName(nameText);
+            pugi::xml_node element = m_element.append_child(named ? nameText.c_str() : kUnnamedElement);
+            if (element && !named) {
+                element.append_attribute(kNameAttribute).set_value(nameText.c_str());
+            }
+            return element && (valueText.empty() || element.text().set(valueText.c_str())) ? S_OK : E_FAIL;
+        });
+    }
+
+    // After the failure that ends the enumeration, the next call starts it again.
+    Result NextChild(tagREFString* name) noexcept override {
+        if (name == nullptr) {
+            return Misuse("IXMLStream::NextChild", "null output");
+        }
+        *name = {0, nullptr};
+        return Guarded("IXMLStream::NextChild", [&] {
+            m_current = FirstElementFrom(m_current ? m_current.next_sibling() : m_element.first_child());
+            if (!m_current) {
+                return E_FAIL;
+            }
+            m_name = FromUtf8(NameOf(m_current));
+            *name = Text(m_name);
+            return S_OK;
+        });
+    }
+
+    // Among children of one name, the one that the enumeration stands at, or else the first.
+    Result OpenChild(tagREFString name, tagREFString* text, IUnknown** child, int mode) noexcept override {
+        if (child == nullptr || mode != 1 || name.length < 0 || (name.text == nullptr && name.length > 0)) {
+            return Misuse("IXMLStream::OpenChild", mode != 1 ? "the last argument is not 1" : "null argument");
+        }
+        *child = nullptr;
+        return Guarded("IXMLStream::OpenChild", [&] {
+            std::string wanted;
+            const pugi::xml_node element = AppendUtf8(name, &wanted) ? FindChild(wanted) : pugi::xml_node();
+            if (!element) {
+                return E_FAIL;
+            }
+            auto opened = MakeObject<CXMLStream, CXMLStream>(m_document, element);
+            if (!opened || (text != nullptr && Failed(opened->GetText(&text->text, &text->length)))) {
+                return E_FAIL;
+            }
+            *child = static_cast<IXMLStream*>(opened.Detach());
+            return S_OK;
+        });
+    }
+
+    Result GetText(const wchar_t** text, int* length) noexcept override {
+        if (text == nullptr || length == nullptr) {
+            return Misuse("IString::GetText", "null output");
+        }
+        *text = nullptr;
+        *length = 0;
+        return Guarded("IString::GetText", [&] {
+            m_text = FromUtf8(m_element.text().get());
+            *text = m_text.data();
+            *length = static_cast<int>(m_text.size());
+            return S_OK;
+        });
+    }
+
+    Result SetText(int length, const wchar_t* text) noexcept override { return ReplaceText("", length, text); }
+    Result Append(int count, const wchar_t* characters) noexcept override {
+        return ReplaceText(m_element.text().get(), count, characters);
+    }
+
+  private:
+    pugi::xml_node FindChild(std::string_view name) const noexcept {
+        if (m_current && NameOf(m_current) == name) {
+            return m_current;
+        }
+        return m_element.find_child(
+            [name](pugi::xml_node node) { return node.type() == pugi::node_element && NameOf(node) == name; });
+    }
+
+    // Puts characters behind the given beginning of the element's text.
+    Result ReplaceText(const char* beginning, int count, const wchar_t* characters) noexcept {
+        if (count < 0 || (characters == nullptr && count > 0)) {
+            return Misuse("IString", "no characters");
+        }
+        return Guarded("IString", [&] {
+            std::string text = beginning;
+            const tagREFString added{count, characters};
+            if (!CanStandInXML(added) || !AppendUtf8(added, &text)) {
+                return E_INVALIDARG;
+            }
+            return m_element.text().set(text.c_str()) ? S_OK : E_FAIL;
+        });
+    }
+
+    XMLDocument m_document;
+    pugi::xml_node m_element;
+    // The child that the enumeration stands at.
+    pugi::xml_node m_current;
+    // What was handed out last, kept for the receiver.
+    std::wstring m_name;
+    std::wstring m_text;
+};
+
+SmartPtr<IDataStream> MakeXMLStream(XMLDocument document, pugi::xml_node element) noexcept {
+    return MakeObject<IDataStream, CXMLStream>(std::move(document), element);
+}

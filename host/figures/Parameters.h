@@ -1,0 +1,41 @@
+// The named values of a figure, read and set as a parameter page would: angles in degrees.
+#pragma once
+
+#include <span>
+#include <string>
+#include <vector>
+
+#include "framework/support/NamedValues.h"
+#include "host/figures/Figure.h"
+
+namespace host {
+
+/// A figure's parameter list. A mask, which has none of its own, gives its rectangle's. Throws Error when the figure
+/// fails to give it.
+SmartPtr<INamedCollection> ParameterList(const Figure& figure);
+
+/// Hands a list to a figure, a mask included; the class decides what names that it lacks mean.
+void ApplyParameterList(const Figure& figure, INamedCollection& list);
+
+/// The entries of a figure's parameter list; none for a figure without any.
+std::vector<NamedValue> ReadParameters(const Figure& figure);
+
+/// The settable values as one line of assignments.
+std::string ParameterLine(const std::vector<NamedValue>& values);
+
+/// `Key=value` as typed.
+struct Assignment {
+    std::string key;
+    std::string value;
+
+    Assignment() = default;
+    /// Throws a usage error for a text without '=' or without a key.
+    explicit Assignment(const std::string& text);
+};
+
+/// Sets named values, later assignments winning, and keeps all others bit for bit. Throws a usage
+/// error, with the figure unchanged, for an unknown name, a value that is not a number (or not a whole
+/// one where only those are held), and a value that the figure would not take.
+void SetParameters(const Figure& figure, std::span<const Assignment> assignments);
+
+}  // namespace host

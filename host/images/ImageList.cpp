@@ -1,0 +1,98 @@
+#include "host/images/ImageList.h"
+
+#include <cerrno>
+#include <iostream>
+#include <system_error>
+#include <utility>
+
+#include "host/base/Error.h"
+#include "host/base/Text.h"
+
+namespace host {
+
+namespace {
+
+Error UnreadableList(const UserPath& list, int code) {
+    return {"cannot read list", list.Typed(), std::generic_category().message(code)};
+}
+
+// The next line that names something, whichever way lines end; false at the end.
+bool NextLine(std::istream& lines, std::string& line) {
+    while (std::getline(lines, line)) {
+        if (line.ends_with('\r')) {
+            line.pop_back();
+        }
+        if (!line.empty()) {
+            return true;
+        }
+    }
+    return false;
+}
+
+}  // namespace
+
+Shard::Shard(const std::string& text) {
+    const std::size_t slash = text.find('/');
+    const std::string_view view = text;
+    const auto part = ParseInteger(view.substr(0, slash));
+    const auto parts = slash == std::string::npos ? std::nullopt : ParseInteger(view.substr(slash + 1));
+    if (!part || !parts || *part < 1 || *part > *parts) {
+        throw UsageError("not a shard", text, "write I/N with I from 1 to N, as in 3/8");
+    }
+    index = static_cast<std::size_t>(*part);
+    count = static_cast<std::size_t>(*parts);
+}
+
+ImageList::ImageList(std::vector<UserPath> images, UserPath list, Shard shard)
+    : m_images(std::move(images)), m_list(std::move(list)), m_shard(shard) {
+    if (m_list.Typed() == "-") {
+        m_lines = &std::cin;
+    } else if (!m_list.Typed().empty()) {
+        m_file.open(m_list.Absolute());
+        if (!m_file) {
+            throw UnreadableList(m_list, errno);
+        }
+        m_lines = &m_file;
+    }
+}
+
+std::optional<UserPath> ImageList::Next() {
+    for (;;) {
+        std::optional<UserPath> image = NextOfAll();
+        if (!image || (m_taken - 1) % m_shard.count == m_shard.index - 1) {
+            return image;
+        }
+    }
+}
+
+std::optional<UserPath> ImageList::NextOfAll() {
+    if (m_taken < m_images.size()) {
+        return m_images[m_taken++];
+    }
+    std::string line;
+    if (m_lines == nullptr || !NextLine(*m_lines, line)) {
+        if (m_lines != nullptr && m_lines->bad()) {
+            throw UnreadableList(m_list, errno);
+        }
+        return std::nullopt;
+    }
+    ++m_taken;
+    return UserPath(line, m_folder);
+}
+
+std::optional<std::size_t> ImageList::Count() const {
+    std::size_t all = m_images.size();
+    if (m_lines != nullptr) {
+        std::error_code failure;
+        if (m_lines != &m_file || !std::filesystem::is_regular_file(m_list.Absolute(), failure)) {
+            return std::nullopt;
+        }
+        std::ifstream file(m_list.Absolute());
+        for (std::string line; NextLine(file, line);) {
+            ++all;
+        }
+    }
+    return (all + m_shard.count - m_shard.index) / m_shard.count;
+}
+
+}  // namespace host

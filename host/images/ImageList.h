@@ -1,0 +1,51 @@
+// The images of a batch: named on the command line, then one per line of a list.
+#pragma once
+
+#include <cstddef>
+#include <fstream>
+#include <istream>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "host/base/UserPath.h"
+
+namespace host {
+
+/// One of several equal parts of a list: every count-th image, from the index-th on.
+struct Shard {
+    std::size_t index = 1;
+    std::size_t count = 1;
+
+    Shard() = default;
+    /// Reads `I/N`, I from 1 to N. Throws a usage error for anything else.
+    explicit Shard(const std::string& text);
+};
+
+/// Paths in a list are resolved against the directory in which the ImageList is made. Blank lines are
+/// passed over. A list is read as it goes, never as a whole.
+class ImageList {
+  public:
+    /// `list` is a file, `-` for standard input, or an empty path for none. Throws Error when it cannot be
+    /// opened.
+    ImageList(std::vector<UserPath> images, UserPath list, Shard shard);
+
+    /// The shard's next image; nothing at the end. Throws Error when the list cannot be read.
+    std::optional<UserPath> Next();
+
+    /// How many images the shard has; nothing when that takes reading a list that can be read only once.
+    std::optional<std::size_t> Count() const;
+
+  private:
+    std::optional<UserPath> NextOfAll();
+
+    std::vector<UserPath> m_images;
+    UserPath m_list;
+    Shard m_shard;
+    UserPath m_folder{"."};
+    std::ifstream m_file;
+    std::istream* m_lines = nullptr;
+    std::size_t m_taken = 0;
+};
+
+}  // namespace host

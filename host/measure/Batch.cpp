@@ -1,0 +1,115 @@
+#include "host/measure/Batch.h"
+
+#include <chrono>
+#include <utility>
+
+namespace host {
+
+namespace {
+
+std::vector<Channel> Planes(const cv::Mat& image, bool channels) {
+    return channels ? Channels(image) : std::vector<Channel>{{"L", Luma(image)}};
+}
+
+std::vector<std::vector<Cell>> MeasureFigures(const UserPath& image, const std::vector<Figure>& figures,
+                                              const std::vector<View>& views, const std::vector<Channel>& planes,
+                                              const Columns& columns) {
+    std::vector<std::vector<Cell>> rows;
+    for (std::size_t i = 0; i < figures.size(); ++i) {
+        for (const Channel& channel : planes) {
+            const Measured measured{image, figures[i], views[i], channel, Measure(channel.values, views[i].spans)};
+            std::vector<Cell> row;
+            for (const Column* column : columns) {
+                row.push_back(column->fill(measured));
+            }
+            rows.push_back(std::move(row));
+        }
+    }
+    return rows;
+}
+
+template <class Result>
+bool IsReady(const std::future<Result>& result) {
+    return result.wait_for(std::chrono::seconds(0)) == std::future_status::ready;
+}
+
+}  // namespace
+
+Regions::Regions(const RoiSet& set, Cut cut) {
+    for (const Figure& figure : set.Figures()) {
+        m_regions.emplace_back(figure, cut);
+    }
+}
+
+Views Regions::In(cv::Size image) {
+    if (!m_views || m_size != image) {
+        std::vector<View> views;
+        for (Region& region : m_regions) {
+            views.push_back(region.In(image));
+        }
+        m_views = std::make_shared<const std::vector<View>>(std::move(views));
+        m_size = image;
+    }
+    return m_views;
+}
+
+Batch::Batch(const RoiSet& set, ImageList& images, BatchOptions options)
+    : m_set(set),
+      m_images(images),
+      m_options(std::move(options)),
+      m_regions(set, m_options.cut),
+      m_workers(m_options.jobs) {}
+
+std::optional<Batch::Outcome> Batch::Next() {
+    for (;;) {
+        Read();
+        if (!m_reading.empty() && (m_measuring.empty() || IsReady(m_reading.front().result))) {
+            MeasureFront();
+        } else if (m_measuring.empty()) {
+            return std::nullopt;
+        } else {
+            Pending<Rows> front = std::move(m_measuring.front());
+            m_measuring.pop_front();
+            try {
+                return Outcome{std::move(front.image), front.result.get(), nullptr};
+            } catch (...) {
+                return Outcome{std::move(front.image), {}, std::current_exception()};
+            }
+        }
+    }
+}
+
+// Starts to read images while there is room.
+void Batch::Read() {
+    while (m_reading.size() + m_measuring.size() < std::size_t{2} * m_options.jobs) {
+        std::optional<UserPath> image = m_images.Next();
+        if (!image) {
+            return;
+        }
+        std::future<cv::Mat> read = m_workers.Run([path = *image] { return LoadImage(path); });
+        m_reading.push_back({*std::move(image), std::move(read)});
+    }
+}
+
+// Starts to measure the first of the images that are read, once it is.
+void Batch::MeasureFront() {
+    Pending<cv::Mat> front = std::move(m_reading.front());
+    m_reading.pop_front();
+    std::future<Rows> rows;
+    try {
+        cv::Mat image = front.result.get();
+        Views views = m_regions.In(image.size());
+        rows = m_workers.Run([this, path = front.image, image = std::move(image), views = std::move(views)]() mutable {
+            const std::vector<Channel> planes = Planes(image, m_options.channels);
+            image.release();
+            return MeasureFigures(path, m_set.Figures(), *views, planes, m_options.columns);
+        });
+    } catch (...) {
+        std::promise<Rows> failed;
+        failed.set_exception(std::current_exception());
+        rows = failed.get_future();
+    }
+    m_measuring.push_back({std::move(front.image), std::move(rows)});
+}
+
+}  // namespace host

@@ -1,0 +1,82 @@
+// Many images measured at the figures of one set, on several threads.
+//
+// The module is single-threaded by contract: figures are asked for their pixels on the thread that owns the
+// batch. What they answer is clipped to each size of image and, unchangeable from there on, shared with the
+// threads that read and measure.
+#pragma once
+
+#include <deque>
+#include <exception>
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "host/base/Cell.h"
+#include "host/images/ImageList.h"
+#include "host/measure/Columns.h"
+#include "host/measure/Region.h"
+#include "host/measure/Workers.h"
+#include "host/sets/RoiSet.h"
+
+namespace host {
+
+/// What the images of one size show of every figure of a set.
+using Views = std::shared_ptr<const std::vector<View>>;
+
+/// The regions of all figures of a set.
+class Regions {
+  public:
+    Regions(const RoiSet& set, Cut cut);
+    /// Those of the last size are kept.
+    Views In(cv::Size image);
+
+  private:
+    std::vector<Region> m_regions;
+    cv::Size m_size;
+    Views m_views;
+};
+
+struct BatchOptions {
+    Columns columns;
+    bool channels = false;  ///< a row for every channel of a colour image
+    Cut cut = Cut::none;
+    unsigned int jobs = 1;
+};
+
+class Batch {
+  public:
+    /// An image's rows, figure by figure, or why there are none.
+    struct Outcome {
+        UserPath image;
+        std::vector<std::vector<Cell>> rows;
+        std::exception_ptr failure;
+    };
+
+    /// The set and the list are referred to; the set must not change.
+    Batch(const RoiSet& set, ImageList& images, BatchOptions options);
+
+    /// The next image's outcome, in the order of the list, whichever is done first; nothing at the end. Two
+    /// images per job are in memory at most. Throws Error when the list cannot be read.
+    std::optional<Outcome> Next();
+
+  private:
+    using Rows = std::vector<std::vector<Cell>>;
+    template <class Result>
+    struct Pending {
+        UserPath image;
+        std::future<Result> result;
+    };
+
+    void Read();
+    void MeasureFront();
+
+    const RoiSet& m_set;
+    ImageList& m_images;
+    BatchOptions m_options;
+    Regions m_regions;
+    std::deque<Pending<cv::Mat>> m_reading;
+    std::deque<Pending<Rows>> m_measuring;
+    Workers m_workers;  // Last: its threads use what stands above.
+};
+
+}  // namespace host

@@ -1,0 +1,44 @@
+// The columns of `roi measure`: their names, what they mean and how they are filled.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "host/base/Cell.h"
+#include "host/base/UserPath.h"
+#include "host/images/Image.h"
+#include "host/measure/Region.h"
+#include "host/measure/Statistics.h"
+#include "host/sets/RoiSet.h"
+
+namespace host {
+
+/// One figure on one channel of one image: what a row is made of.
+struct Measured {
+    const UserPath& image;
+    const Figure& figure;
+    const View& view;
+    const Channel& channel;
+    std::optional<Statistics> statistics;
+};
+
+struct Column {
+    const char* name;
+    const char* meaning;
+    Cell (*fill)(const Measured& measured);
+};
+
+using Columns = std::vector<const Column*>;
+
+/// The columns of a list `a,b,c`, in its order; without a list those that are always there, and the channel
+/// where there are several. Throws a usage error, with the nearest name, for an unknown column, and for
+/// one that comes twice.
+Columns PickColumns(const std::string& list, bool channels);
+
+std::vector<std::string> NamesOf(const Columns& columns);
+
+/// A line for every column: its name and what it means.
+std::string ColumnsHelp();
+
+}  // namespace host

@@ -1,0 +1,139 @@
+#include "host/sets/RoiSet.h"
+
+#include <algorithm>
+#include <unordered_set>
+
+#include "framework/support/Utf8.h"
+#include "host/base/Error.h"
+#include "host/base/SafeFile.h"
+#include "host/base/Text.h"
+#include "host/sets/SetFile.h"
+
+namespace host {
+
+namespace {
+
+constexpr std::size_t kLongestName = 200;
+// More than any set that SetFile writes.
+constexpr std::size_t kLargestSet = std::size_t{512} << 20;
+
+bool IsXML(const UserPath& path) { return path.Extension() == ".xml"; }
+
+void CheckEnding(const UserPath& path) {
+    if (path.Extension() != ".roi" && !IsXML(path)) {
+        throw UsageError("unknown kind of set", path.Typed(), "end the name in .roi or .xml");
+    }
+}
+
+}  // namespace
+
+void CheckFigureName(const std::string& name) {
+    const auto fail = [&](std::string_view why) { return UsageError("bad figure name", name, why); };
+    if (name.empty() || name.size() > kLongestName) {
+        throw fail("names have 1 to 200 bytes");
+    }
+    if (!ToWide(name)) {
+        throw fail("not UTF-8");
+    }
+    if (Harmless(name) != name || name.find_first_of("/\\") != std::string::npos || name == "." || name == "..") {
+        throw fail("names have no control characters and no slashes, and are neither . nor ..");
+    }
+}
+
+Error NameTaken(const std::string& name) { return {"name taken", name, "the set has a figure of that name"}; }
+
+RoiSet RoiSet::Load(const Session& session, const UserPath& path) {
+    CheckEnding(path);
+    const std::string bytes = ReadWholeFile("set", path, kLargestSet);
+    RoiSet set;
+    try {
+        for (Figure& figure : IsXML(path) ? ReadXMLSet(session, bytes) : ReadFolderSet(session, bytes)) {
+            set.Add(std::move(figure));
+        }
+    } catch (const std::exception& failure) {
+        throw Error("broken set", path.Typed(), failure.what());
+    }
+    return set;
+}
+
+RoiSet RoiSet::LoadOrCreate(const Session& session, const UserPath& path) {
+    CheckEnding(path);
+    std::error_code failure;
+    return std::filesystem::exists(path.Absolute(), failure) || failure ? Load(session, path) : RoiSet();
+}
+
+std::vector<Warning> RoiSet::Save(const UserPath& path) const {
+    CheckEnding(path);
+    std::string bytes;
+    try {
+        bytes = IsXML(path) ? WriteXMLSet(m_figures) : WriteFolderSet(m_figures);
+    } catch (const std::exception& failure) {
+        throw Error("cannot write set", path.Typed(), failure.what());
+    }
+    WriteWholeFile("set", path, bytes);
+    std::vector<Warning> warnings;
+    for (const Figure& figure : m_figures) {
+        std::string lost = IsXML(path) ? LostInXML(figure) : std::string();
+        if (!lost.empty()) {
+            warnings.push_back({figure.name, std::move(lost)});
+        }
+    }
+    return warnings;
+}
+
+const Figure& RoiSet::At(const std::string& name) const { return m_figures[IndexOf(name)]; }
+
+Figure& RoiSet::Add(const Session& session, const std::string& name, const std::string& className) {
+    return Add(session.Create(name, className));
+}
+
+Figure& RoiSet::Add(Figure figure) {
+    CheckFigureName(figure.name);
+    CheckFree(figure.name);
+    return Append(std::move(figure));
+}
+
+void RoiSet::Rename(const std::string& name, const std::string& newName) {
+    const std::size_t index = IndexOf(name);
+    CheckFigureName(newName);
+    if (newName != name) {
+        CheckFree(newName);
+    }
+    m_index.erase(name);
+    m_index[newName] = index;
+    m_figures[index].name = newName;
+}
+
+void RoiSet::Remove(std::span<const std::string> names) {
+    std::for_each(names.begin(), names.end(), [this](const std::string& name) { IndexOf(name); });
+    const std::unordered_set<std::string> gone(names.begin(), names.end());
+    std::erase_if(m_figures, [&](const Figure& figure) { return gone.contains(figure.name); });
+    m_index.clear();
+    for (std::size_t i = 0; i < m_figures.size(); ++i) {
+        m_index[m_figures[i].name] = i;
+    }
+}
+
+std::size_t RoiSet::IndexOf(const std::string& name) const {
+    const auto found = m_index.find(name);
+    if (found == m_index.end()) {
+        std::vector<std::string> known;
+        std::transform(m_figures.begin(), m_figures.end(), std::back_inserter(known),
+                       [](const Figure& figure) { return figure.name; });
+        throw UnknownName("figure", name, known, ErrorKind::unknownName);
+    }
+    return found->second;
+}
+
+void RoiSet::CheckFree(const std::string& name) const {
+    if (m_index.contains(name)) {
+        throw NameTaken(name);
+    }
+}
+
+Figure& RoiSet::Append(Figure figure) {
+    m_index[figure.name] = m_figures.size();
+    return m_figures.emplace_back(std::move(figure));
+}
+
+}  // namespace host

@@ -1,0 +1,61 @@
+// A set of named figures, and its file: `.roi` keeps everything exactly, `.xml` what text can carry.
+#pragma once
+
+#include <span>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "host/base/UserPath.h"
+#include "host/figures/Figure.h"
+#include "host/figures/Session.h"
+
+namespace host {
+
+/// Something a caller should be told of that is no failure.
+struct Warning {
+    std::string subject;  ///< what it is about, such as a figure's name
+    std::string text;     ///< half a sentence
+};
+
+/// Throws a usage error unless the text can name a figure: not empty, sound UTF-8 of at most 200 bytes,
+/// without control characters and slashes of either kind, and neither "." nor "..".
+void CheckFigureName(const std::string& name);
+/// The error about a name that another figure of the set has.
+Error NameTaken(const std::string& name);
+
+class RoiSet {
+  public:
+    /// Reads a set. The ending of the path, `.roi` or `.xml`, says how. Throws Error for a file that is
+    /// missing, broken or of another kind.
+    static RoiSet Load(const Session& session, const UserPath& path);
+    /// As Load, but a path where nothing lies gives an empty set.
+    static RoiSet LoadOrCreate(const Session& session, const UserPath& path);
+
+    /// Writes the set, whole or not at all. Returns a warning for each figure of which the form of the file does not
+    /// keep all. Throws Error, with the old file as it was, when that fails.
+    std::vector<Warning> Save(const UserPath& path) const;
+
+    const std::vector<Figure>& Figures() const noexcept { return m_figures; }
+    /// The figure of that name. Throws Error, with the nearest name, when there is none.
+    const Figure& At(const std::string& name) const;
+
+    /// Appends a figure with its class's defaults. Throws Error for a bad or taken name or class.
+    Figure& Add(const Session& session, const std::string& name, const std::string& className);
+    /// Appends a figure. Throws Error for a bad or taken name.
+    Figure& Add(Figure figure);
+    void Rename(const std::string& name, const std::string& newName);
+    /// Removes all of these figures. Throws Error, with the set unchanged, when one does not exist.
+    void Remove(std::span<const std::string> names);
+
+  private:
+    std::size_t IndexOf(const std::string& name) const;
+    void CheckFree(const std::string& name) const;
+    Figure& Append(Figure figure);
+
+    std::vector<Figure> m_figures;
+    std::unordered_map<std::string, std::size_t> m_index;
+};
+
+}  // namespace host

@@ -1,0 +1,306 @@
+#include "host/sets/SetFile.h"
+
+#include <fmt/format.h>
+
+#include <climits>
+#include <cmath>
+#include <cstring>
+#include <nlohmann/json.hpp>
+#include <opencv2/imgcodecs.hpp>
+#include <optional>
+#include <pugixml.hpp>
+#include <sstream>
+#include <stdexcept>
+#include <unordered_set>
+
+#include "contract/Components.h"
+#include "framework/support/FolderStream.h"
+#include "framework/support/XMLStream.h"
+#include "host/base/Text.h"
+#include "host/figures/FigureClass.h"
+#include "host/figures/MaskPicture.h"
+#include "host/figures/Parameters.h"
+#include "host/images/Image.h"
+
+namespace host {
+
+namespace {
+
+using nlohmann::json;
+
+constexpr const char* kListing = "figures.json";
+
+// A few bytes of a file can stand for any number of pixels or of nodes in memory, so both have a limit,
+// in either direction: nothing is written that could not be read back.
+constexpr std::uint64_t kMostMaskPixels = std::uint64_t{256} << 20;
+constexpr std::size_t kLongestJson = std::size_t{16} << 20;
+constexpr std::size_t kLongestXML = std::size_t{32} << 20;
+
+void CheckLength(std::size_t length, std::size_t longest) {
+    if (length > longest) {
+        throw std::runtime_error("a text in it is too long");
+    }
+}
+
+[[noreturn]] void Unsound(const Figure& figure, std::string_view why) {
+    throw std::runtime_error(fmt::format("figure {}: {}", figure.name, why));
+}
+
+using Names = std::unordered_set<std::string>;
+
+// Taken names are refused before their figures are loaded: a long list of one name could otherwise have the
+// same blocks loaded over and over.
+Figure NewFigure(const Session& session, Names& names, const std::string& name, const std::string& className) {
+    CheckFigureName(name);
+    if (!names.insert(name).second) {
+        throw NameTaken(name);
+    }
+    return session.Create(name, className);
+}
+
+// ---------------------------------------------------------------------------------------------------
+// What figures save of themselves, in either kind of stream
+
+void SaveState(const Figure& figure, IDataStream* stream) {
+    if (const auto persist = figure.As<IDataPersist>()) {
+        persist->Save(stream, 0);
+    } else if (const auto list = SmartPtr<IDataPersist>::QueryFrom(ParameterList(figure).Get())) {
+        list->Save(stream, 0);
+    }
+}
+
+// Figures take what they find in a parameter list and say nothing about the rest, so the host looks at
+// the list first. The stream is read from its start: `makeStream` gives a new one for each reading.
+template <class MakeStream>
+void LoadState(const Figure& figure, MakeStream makeStream) {
+    const SmartPtr<INamedCollection> list = BASEObject::CreateParameters();
+    const auto persist = SmartPtr<IDataPersist>::QueryFrom(list.Get());
+    if (!persist || Failed(persist->Load(makeStream().Get(), 0))) {
+        Unsound(figure, "its values are damaged");
+    }
+    for (const NamedValue& entry : Entries(*list)) {
+        const auto* text = std::get_if<std::string>(&entry.value);
+        if (text != nullptr && !ParseNumber(*text)) {
+            Unsound(figure, fmt::format("{} is not a number", entry.name));
+        }
+    }
+    if (const auto object = figure.As<IDataPersist>()) {
+        object->Load(makeStream().Get(), 0);
+    } else {
+        ApplyParameterList(figure, *list);
+    }
+}
+
+// ---------------------------------------------------------------------------------------------------
+// Folders
+
+std::string FolderOf(const Figure& figure) { return "figures/" + figure.name; }
+
+// The names of figures or the points of a shape as a block, and back.
+FolderArchive::Block JsonBlock(const json& value, int indent) {
+    const std::string text = value.dump(indent);
+    CheckLength(text.size(), kLongestJson);
+    return {text.begin(), text.end()};
+}
+
+// Brackets in brackets take the most memory for their length.
+void CheckDepth(const FolderArchive::Block& text) {
+    int depth = 0;
+    bool quoted = false;
+    for (auto at = text.begin(); at != text.end(); ++at) {
+        if (*at == '"') {
+            quoted = !quoted;
+        } else if (quoted && *at == '\\' && at + 1 != text.end()) {
+            ++at;
+        } else if (!quoted && (*at == '[' || *at == '{')) {
+            ++depth;
+        } else if (!quoted && (*at == ']' || *at == '}')) {
+            --depth;
+        }
+        if (depth > 2) {
+            throw std::runtime_error("a text in it is nested too deeply");
+        }
+    }
+}
+
+json ReadJson(const FolderArchive::Block& block) {
+    CheckLength(block.size(), kLongestJson);
+    CheckDepth(block);
+    return json::parse(block);
+}
+
+void TakePixels(const Figure& figure, std::uint64_t pixels, std::uint64_t& left) {
+    if (pixels > left) {
+        Unsound(figure, "with its mask the set has too many pixels");
+    }
+    left -= pixels;
+}
+
+// The number of pixels that a PNG of 8-bit greys declares; nothing for any other image.
+std::optional<std::uint64_t> DeclaredPixels(const FolderArchive::Block& png) {
+    constexpr std::string_view kStart("\x89PNG\r\n\x1A\n\0\0\0\rIHDR", 16);
+    constexpr std::string_view kGrey("\x08\0", 2);
+    const std::string_view bytes(reinterpret_cast<const char*>(png.data()), png.size());
+    if (!bytes.starts_with(kStart) || bytes.size() < 26 || bytes.substr(24, kGrey.size()) != kGrey) {
+        return std::nullopt;
+    }
+    const auto word = [&png](std::size_t at) {
+        return std::uint64_t{png[at]} << 24 | std::uint64_t{png[at + 1]} << 16 | std::uint64_t{png[at + 2]} << 8 |
+               png[at + 3];
+    };
+    return word(16) * word(20);
+}
+
+void SaveMaskImage(const Figure& figure, FolderArchive& archive, std::uint64_t& pixelsLeft) {
+    const cv::Mat image = MaskImageOf(figure);
+    TakePixels(figure, image.total(), pixelsLeft);
+    FolderArchive::Block png;
+    if (!image.empty() && cv::imencode(".png", image, png)) {
+        archive.Put(FolderOf(figure) + "/mask.png", std::move(png));
+    }
+}
+
+void LoadMaskImage(const Figure& figure, const FolderArchive& archive, std::uint64_t& pixelsLeft) {
+    if (const FolderArchive::Block* png = archive.Find(FolderOf(figure) + "/mask.png")) {
+        const auto declared = DeclaredPixels(*png);
+        if (!declared) {
+            Unsound(figure, "its mask is damaged");
+        }
+        TakePixels(figure, *declared, pixelsLeft);
+        const cv::Mat image = DecodeImage({reinterpret_cast<const char*>(png->data()), png->size()});
+        if (image.empty() || image.type() != CV_8UC1) {
+            Unsound(figure, "its mask is damaged");
+        }
+        SetMaskImage(figure, image);
+    }
+}
+
+void SaveGeometry(const Figure& figure, FolderArchive& archive) {
+    if (!figure.geometry) {
+        return;
+    }
+    json points = json::array();
+    for (const ImagePoint& point : PointsOf(figure)) {
+        points.push_back({point.x, point.y});
+    }
+    archive.Put(FolderOf(figure) + "/geometry.json", JsonBlock(points, -1));
+}
+
+void LoadGeometry(Figure& figure, const FolderArchive& archive) {
+    if (const FolderArchive::Block* block = archive.Find(FolderOf(figure) + "/geometry.json")) {
+        std::vector<ImagePoint> points;
+        for (const json& point : ReadJson(*block)) {
+            points.emplace_back(point.at(0).get<double>(), point.at(1).get<double>());
+        }
+        SetPoints(figure, points);
+    }
+}
+
+// The blocks of a profile; it takes what it finds of them and does not say what is missing.
+void CheckProfile(const Figure& figure, const FolderArchive& archive) {
+    constexpr std::size_t kBytesPerPoint = 6 * sizeof(double);
+    const FolderArchive::Block* count = archive.Find(FolderOf(figure) + "/NumberPoints");
+    const FolderArchive::Block* points = archive.Find(FolderOf(figure) + "/Points");
+    std::uint32_t number = 0;
+    if (count != nullptr && count->size() == sizeof number) {
+        std::memcpy(&number, count->data(), sizeof number);
+    }
+    if (count == nullptr || count->size() != sizeof number ||
+        (points != nullptr ? points->size() : 0) != number * kBytesPerPoint) {
+        Unsound(figure, "its points are damaged");
+    }
+}
+
+void LoadFigure(Figure& figure, const std::shared_ptr<FolderArchive>& archive, std::uint64_t& pixelsLeft) {
+    const auto makeStream = [&] { return MakeFolderStream(archive, FolderOf(figure)); };
+    if (figure.type->contents == Contents::points) {
+        CheckProfile(figure, *archive);
+        if (Failed(figure.As<IDataPersist>()->Load(makeStream().Get(), 0))) {
+            Unsound(figure, "it has too many points");
+        }
+        return;
+    }
+    LoadState(figure, makeStream);
+    LoadMaskImage(figure, *archive, pixelsLeft);
+    LoadGeometry(figure, *archive);
+}
+
+}  // namespace
+
+std::string WriteFolderSet(const std::vector<Figure>& figures) {
+    const auto archive = std::make_shared<FolderArchive>();
+    json listing = json::array();
+    std::uint64_t pixelsLeft = kMostMaskPixels;
+    for (const Figure& figure : figures) {
+        listing.push_back({{"name", figure.name}, {"class", figure.type->name}});
+        SaveState(figure, MakeFolderStream(archive, FolderOf(figure)).Get());
+        SaveMaskImage(figure, *archive, pixelsLeft);
+        SaveGeometry(figure, *archive);
+    }
+    archive->Put(kListing, JsonBlock(listing, 1));
+    return archive->ToBytes();
+}
+
+std::vector<Figure> ReadFolderSet(const Session& session, std::string_view bytes) {
+    const auto archive = std::make_shared<FolderArchive>(FolderArchive::FromBytes(bytes));
+    const FolderArchive::Block* listing = archive->Find(kListing);
+    if (listing == nullptr) {
+        throw std::runtime_error("the archive lists no figures");
+    }
+    std::vector<Figure> figures;
+    Names names;
+    std::uint64_t pixelsLeft = kMostMaskPixels;
+    for (const json& entry : ReadJson(*listing)) {
+        figures.push_back(NewFigure(session, names, entry.at("name"), entry.at("class")));
+        LoadFigure(figures.back(), archive, pixelsLeft);
+    }
+    return figures;
+}
+
+// ---------------------------------------------------------------------------------------------------
+// XML
+
+std::string WriteXMLSet(const std::vector<Figure>& figures) {
+    const auto document = std::make_shared<pugi::xml_document>();
+    pugi::xml_node root = document->append_child("figures");
+    for (const Figure& figure : figures) {
+        pugi::xml_node element = root.append_child("figure");
+        element.append_attribute("name") = figure.name.c_str();
+        element.append_attribute("class") = figure.type->name;
+        SaveState(figure, MakeXMLStream(document, element.append_child("values")).Get());
+    }
+    std::ostringstream text;
+    document->save(text, "  ");
+    CheckLength(text.str().size(), kLongestXML);
+    return text.str();
+}
+
+std::vector<Figure> ReadXMLSet(const Session& session, std::string_view bytes) {
+    const auto document = std::make_shared<pugi::xml_document>();
+    CheckLength(bytes.size(), kLongestXML);
+    const pugi::xml_parse_result parsed = document->load_buffer(bytes.data(), bytes.size());
+    if (!parsed) {
+        throw std::runtime_error(fmt::format("{} at byte {}", parsed.description(), parsed.offset));
+    }
+    const pugi::xml_node root = document->child("figures");
+    if (!root) {
+        throw std::runtime_error("it has no element figures");
+    }
+    std::vector<Figure> figures;
+    Names names;
+    for (const pugi::xml_node element : root.children("figure")) {
+        figures.push_back(
+            NewFigure(session, names, element.attribute("name").value(), element.attribute("class").value()));
+        // They look for their values one element down.
+        if (figures.back().type->readsXML) {
+            LoadState(figures.back(), [&] { return MakeXMLStream(document, element); });
+        }
+    }
+    return figures;
+}
+
+std::string LostInXML(const Figure& figure) {
+    return figure.type->lostInXML != nullptr ? figure.type->lostInXML(figure) : std::string();
+}
+
+}  // namespace host

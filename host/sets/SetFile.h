@@ -1,0 +1,25 @@
+// The two forms of a set on disk. Reading throws std::exception with the reason for anything unsound.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "host/sets/RoiSet.h"
+
+namespace host {
+
+/// `.roi`: an archive of folders. `figures.json` lists names and classes in order; the folder
+/// `figures/NAME/` holds what the figure saves of itself and, where its class saves less than the figure
+/// is, what the host adds: `mask.png` and the rectangle of a mask, `geometry.json` of a shape.
+std::string WriteFolderSet(const std::vector<Figure>& figures);
+std::vector<Figure> ReadFolderSet(const Session& session, std::string_view bytes);
+
+/// `.xml`: <figures> with a <figure name="..." class="..."> for each, in which <values> holds what the
+/// figure saves of itself.
+std::string WriteXMLSet(const std::vector<Figure>& figures);
+std::vector<Figure> ReadXMLSet(const Session& session, std::string_view bytes);
+
+/// What the XML form does not keep of a figure, as half a sentence; empty when it keeps all.
+std::string LostInXML(const Figure& figure);
+
+}  // namespace host
