@@ -2,6 +2,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <memory>
 #include <vector>
 
@@ -64,7 +65,7 @@ CheckCounts Counted(const CheckGroup& group, const std::string& module, const Ch
 
 void Run(const CheckCommand& command) {
     const std::vector<CheckGroup> groups = ChosenGroups(command.groups);
-    EnterModuleFolder();
+    std::filesystem::current_path(DefaultModuleFolder());  // The validator finds the siblings there.
     const bool own = command.module.Typed().empty();
     const UserPath module = own ? UserPath("./ROI.so") : command.module;
     ReadWholeFile("module", module);  // says why a file cannot be had

@@ -1,9 +1,8 @@
 // The commands of `roi`. Each function registers one subcommand: its arguments, its help with an
 // example, and a callback that does the work.
 //
-// A callback makes its Session after the command line is read, when every UserPath is resolved. It
-// writes data through WriteStdout, talks on standard error, and reports failure by throwing Error. An
-// answer of no is AnswerNo().
+// A callback makes its Session, writes data through WriteStdout, talks on standard error, and reports failure by
+// throwing Error. An answer of no is AnswerNo().
 #pragma once
 
 #include <CLI/CLI.hpp>

@@ -1,5 +1,5 @@
-// Paths as users type them. `roi` works from the folder its modules lie in, so a path is resolved
-// against the starting directory as soon as the command line is read.
+// Paths as users type them, resolved as soon as they are read, so that what happens to the current directory later
+// does not matter.
 #pragma once
 
 #include <filesystem>

@@ -2,6 +2,7 @@
 
 #include "contract/Components.h"
 #include "host/figures/FigureClass.h"
+#include "host/figures/HostCollection.h"
 
 namespace host {
 
@@ -16,7 +17,8 @@ void SetGeometry(Figure& figure, const std::vector<ImagePoint>& points) {
     SmartPtr<IPointsStore> store = CreateComponent<IPointsStore>(Text(L"Assembly"));
     const auto geometry = SmartPtr<IGeometry>::QueryFrom(store.Get());
     if (!shape || !geometry || Failed(store->SetPoints(xy.data(), static_cast<int>(points.size())))) {
-        throw Error("cannot set geometry", figure.name, "the framework does not take the points");
+        throw Error("cannot set geometry", figure.name,
+                    HostCollection::WhyNot("the framework does not take the points"));
     }
     shape->SetGeometry(geometry.Get());
     figure.geometry = std::move(store);

@@ -4,6 +4,7 @@
 #include "contract/Extensions.h"
 #include "host/base/Error.h"
 #include "host/figures/FigureClass.h"
+#include "host/figures/HostCollection.h"
 
 namespace host {
 
@@ -41,7 +42,8 @@ void SetMaskImage(const Figure& figure, const cv::Mat& image) {
     const SmartPtr<ICIF> mask = CreateComponent<ICIFImageCANVAS>(Text(L"CIFImageCANVAS"));
     const auto figureMask = figure.As<IROIMask>();
     if (!mask || !figureMask || Failed(mask->Create(image.cols, image.rows, 1, 8, kFormatMono))) {
-        throw Error("cannot set mask", figure.name, "the framework gives no image of that size");
+        throw Error("cannot set mask", figure.name,
+                    HostCollection::WhyNot("the framework gives no image of that size"));
     }
     image.copyTo(Over(*mask));
     figureMask->SetMask(mask.Get(), 0);

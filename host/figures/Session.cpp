@@ -1,9 +1,12 @@
 #include "host/figures/Session.h"
 
-#include <dlfcn.h>
+#include <fcntl.h>
+#include <unistd.h>
 
-#include <filesystem>
+#include <cerrno>
+#include <system_error>
 
+#include "contract/Capabilities.h"
 #include "contract/Components.h"
 #include "host/base/Error.h"
 #include "host/base/Text.h"
@@ -13,22 +16,31 @@ namespace host {
 
 namespace {
 
-void* LoadModule(const char* file) {
-    void* module = dlopen(file, RTLD_NOW);
-    if (module == nullptr) {
-        throw Error("cannot load module", file, dlerror());
-    }
-    return module;
-}
+namespace fs = std::filesystem;
 
-template <class Entry>
-Entry FindEntry(void* module, const char* symbol) {
-    const auto entry = reinterpret_cast<Entry>(dlsym(module, symbol));
-    if (entry == nullptr) {
-        throw Error("cannot use module", "./ROI.so", dlerror());
+// Makes a folder the current directory, and the one that was so before when it goes, even if that has no path any
+// more.
+class CurrentDirectory {
+  public:
+    explicit CurrentDirectory(const fs::path& folder) : m_before(open(".", O_PATH | O_DIRECTORY | O_CLOEXEC)) {
+        if (chdir(folder.c_str()) != 0) {
+            const int reason = errno;
+            close(m_before);
+            throw Error("cannot enter the folder of the modules", folder.string(),
+                        std::generic_category().message(reason));
+        }
     }
-    return entry;
-}
+    ~CurrentDirectory() {
+        // Without a way back there was none before either.
+        static_cast<void>(fchdir(m_before) == 0);
+        close(m_before);
+    }
+    CurrentDirectory(const CurrentDirectory&) = delete;
+    CurrentDirectory& operator=(const CurrentDirectory&) = delete;
+
+  private:
+    int m_before;
+};
 
 // Null for a name that is not registered.
 ComponentCreator CreatorOf(CreateFunctionEntry createFunction, const std::string& className) {
@@ -39,33 +51,46 @@ ComponentCreator CreatorOf(CreateFunctionEntry createFunction, const std::string
     return creator;
 }
 
-}  // namespace
-
-void EnterModuleFolder() {
-    namespace fs = std::filesystem;
-    std::error_code failure;
-    const fs::path bin = fs::read_symlink("/proc/self/exe", failure).parent_path();
-    const fs::path lib = bin / "../lib/roi";
-    fs::current_path(!fs::exists(bin / "ROI.so", failure) && fs::exists(lib / "ROI.so", failure) ? lib : bin, failure);
-    if (failure) {
-        throw Error("cannot enter the folder of the modules", bin.string(), failure.message());
+// What is made once is kept, in this program and in the module: the siblings are not looked for again.
+void FillCaches(const Figure& figure) {
+    SmartPtr<INamedCollection> list;
+    SmartPtr<INamedCollection> pages;
+    const bool filled = CREFString::CreateString() && CREFString::CreateVariant() && CREFString::CreateCollection() &&
+                        BASEObject::CreateParameters() &&
+                        Succeeded(figure.As<IParametricObject>()->GetParameters(list.Receive(), 0)) &&
+                        Succeeded(figure.As<IUIPropertyPageSpecify>()->GetPages(0, pages.Receive(), nullptr));
+    if (!filled) {
+        throw Error("cannot use module", "Collections.so", "it does not make what the module asks for");
     }
 }
 
-Session::Session() {
-    EnterModuleFolder();
+}  // namespace
+
+fs::path DefaultModuleFolder() {
+    std::error_code failure;
+    const fs::path bin = fs::read_symlink("/proc/self/exe", failure).parent_path();
+    const fs::path lib = bin / "../lib/roi";
+    return !fs::exists(bin / "ROI.so", failure) && fs::exists(lib / "ROI.so", failure) ? lib : bin;
+}
+
+Session::Session(const fs::path& modules) : m_modules(modules) {
+    const CurrentDirectory inFolder(modules);
     // A sibling that is missing would show only later, one figure at a time and on standard output.
-    for (const char* sibling : {"./CollectionsEx.so", "./Collections.so", "./CIF.so", "./Geometry.so"}) {
-        LoadModule(sibling);
+    for (const char* sibling : {"CollectionsEx", "Collections", "CIF", "Geometry"}) {
+        m_modules.Require(sibling);
     }
-    void* const module = LoadModule("./ROI.so");
-    m_initializeModule = FindEntry<InitializeModuleEntry>(module, kInitializeModuleSymbol);
-    m_createFunction = FindEntry<CreateFunctionEntry>(module, kCreateFunctionSymbol);
-    const SmartPtr<IComponentCollection> components = GLOBALComponents();
-    if (!components) {
-        throw Error("cannot use module", "./CollectionsEx.so", "it gives no component collection");
+    const auto createFunction = m_modules.Find<CreateFunctionEntry>("CollectionsEx", kCreateFunctionSymbol);
+    const ComponentCreator create = CreatorOf(createFunction, "GlobalComponentCollection");
+    SmartPtr<IComponentCollection> framework;
+    if (create == nullptr || Failed(create(nullptr, &IID_IComponentCollection, framework.ReceiveVoid()))) {
+        throw Error("cannot use module", (modules / "CollectionsEx.so").string(), "it gives no component collection");
     }
-    m_initializeModule(nullptr, components.Get());
+    m_components = SmartPtr<HostCollection>::Adopt(new HostCollection(m_modules, std::move(framework)));
+    gGlobalComponentCollection = SmartPtr<IComponentCollection>::Share(m_components.Get());
+    m_initializeModule = m_modules.Find<InitializeModuleEntry>("ROI", kInitializeModuleSymbol);
+    m_createFunction = m_modules.Find<CreateFunctionEntry>("ROI", kCreateFunctionSymbol);
+    m_initializeModule(nullptr, m_components.Get());
+    FillCaches(Create("", FigureClasses().front()->name));
 }
 
 Session::~Session() {

@@ -1,25 +1,28 @@
-// A session with the ROI module: its siblings loaded, the global collection made and handed over,
-// figures created by class name.
+// A session with the ROI module: its siblings loaded, the host's collection handed over, figures created by class
+// name.
 #pragma once
 
+#include <filesystem>
 #include <string>
 #include <vector>
 
 #include "contract/Module.h"
 #include "contract/SmartPtr.h"
 #include "host/figures/Figure.h"
+#include "host/figures/HostCollection.h"
 
 namespace host {
 
-/// Makes the folder of the modules the current directory: beside the program, or where an installation
-/// puts them. Resolve user paths before. Throws Error when it cannot be entered.
-void EnterModuleFolder();
+/// Where the modules lie: beside the program, or where an installation puts them.
+std::filesystem::path DefaultModuleFolder();
 
+/// One at a time in a process: the module has one collection. For the thread that made it.
 class Session {
   public:
-    /// Makes the folder of the modules the current directory and loads them; resolve user paths before.
-    /// Throws Error, in the loader's own words, when one is missing or broken.
-    Session();
+    /// Loads the modules of a folder. The module and its siblings find each other relative to the current directory,
+    /// which is therefore the folder of the modules until this returns, and from then on no longer matters. Throws
+    /// Error, in the loader's own words, when a module is missing or broken.
+    explicit Session(const std::filesystem::path& modules = DefaultModuleFolder());
     ~Session();
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
@@ -31,8 +34,10 @@ class Session {
     Figure Create(const std::string& name, const std::string& className) const;
 
   private:
+    ModuleFolder m_modules;
     InitializeModuleEntry m_initializeModule = nullptr;
     CreateFunctionEntry m_createFunction = nullptr;
+    SmartPtr<HostCollection> m_components;
 };
 
 }  // namespace host

@@ -329,8 +329,9 @@ std::string Install(const std::filesystem::path& bin, const std::filesystem::pat
 TEST_F(Edit, AMissingModuleIsOneLineInTheLoadersWords) {
     for (const std::string missing : kModules) {
         const std::filesystem::path bin = Folder() / missing;
+        const std::string file = bin / missing;
         ExpectOneLine(RunProgram({Install(bin, bin, missing), "classes"}, Folder()), 1,
-                      "cannot load module: ./" + missing + ": ./" + missing + ": cannot open shared object file");
+                      "cannot load module: " + file + ": " + file + ": cannot open shared object file");
     }
 }
 
