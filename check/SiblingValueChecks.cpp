@@ -185,8 +185,9 @@ int Find(INamedCollection& list, IString& name) {
 
 void ExpectAbsent(SiblingChecks& checks, INamedCollection& list, IString& name) {
     checks.On(kListFind, fmt::format("\"{}\", which was not added", TextOf(name)));
-    const int index = Find(list, name);
-    checks.Expect(index < 0, "a failure", fmt::format("index {}", index));
+    int index = -1;
+    const Result code = list.FindByName(&name, &index);
+    checks.Expect(Failed(code), "a failure", fmt::format("{} and index {}", CodeText(code), index));
 }
 
 struct LentEntry {
