@@ -53,6 +53,8 @@ class CheckReport {
         Expect(actual == expected, '"' + expected + '"', '"' + actual + '"');
     }
 
+    bool HasFailed() const noexcept { return m_progress.failed > 0; }
+
     /// Runs `body`; what it cannot go on from is one failed check.
     template <class Body>
     void Try(Body body) {

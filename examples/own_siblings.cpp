@@ -334,9 +334,9 @@ class Descriptor final : public Component<Descriptor, IComponentString> {
 };
 
 COMPONENT(Collection, L"GlobalComponentCollection");
-class Collection final : public Component<Collection, IComponentCollection> {
+class Collection final : public Component<Collection, IComponentCollection, IListing> {
   public:
-    using Answers = InterfaceMap<IComponentCollection>;
+    using Answers = InterfaceMap<IComponentCollection, IListing>;
 
     // The only component that is looked up instead of being created by name.
     Result FindByName(IString* name, int* index) noexcept override {
@@ -352,6 +352,14 @@ class Collection final : public Component<Collection, IComponentCollection> {
     Result CreateComponent(tagREFString className, const IID& iid, void** out) noexcept override {
         return CreateOwn(className, iid, out);
     }
+
+    // Figures never ask for a list; `roi check --siblings` tries the streams that are on it.
+    int GetCount() noexcept override { return 1; }
+    Result GetName(int index, tagREFString* name) noexcept override {
+        *name = IObjectInfoImpl<MemoryStream>::m_ObjectName;
+        return index == 0 ? S_OK : E_INVALIDARG;
+    }
+    int GetPresentationKind(int) noexcept override { return 0; }
 };
 
 // Names compare by length and characters. What is not ours is looked for in ROI.so: a mask's rectangle.

@@ -45,7 +45,7 @@ const Operation kOperations[] = {
     {"lists", "Collections", "ParametersCreatable INamedCollection 18", {"pretend", "refuse", "keepName"}},
     {"lists", "Collections", "ParametersCreatable IDataPersist 3", {"pretend", "refuse"}},
     {"lists", "Collections", "ParametersCreatable IDataPersist 4", {"pretend", "refuse"}},
-    {"pages", "Collections", "SuperCollection ISuperCollection 16", {"pretend", "refuse", "keepName"}},
+    {"pages", "Collections", "SuperCollection ISuperCollection 16", {"pretend", "refuse"}},
     {"images", "CIF", "CIFImageCANVAS ICIFImageCANVAS 3", {"pretend", "refuse"}},
     {"images", "CIF", "CIFImageCANVAS ICIFImageCANVAS 6", {"pretend", "refuse", "across"}},
     {"images", "CIF", "CIFImageCANVAS ICIFImageCANVAS 9", {"pretend", "refuse"}},
