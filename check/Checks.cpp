@@ -29,13 +29,13 @@ void TellFailure(std::string_view group, std::string_view sentence, std::string_
                Harmless(expected), Harmless(got));
 }
 
-void Checks::Begin(std::string_view sentence) {
+void CheckReport::Begin(std::string_view sentence) {
     const std::size_t length = std::min(sentence.size(), sizeof m_progress.sentence - 1);
     std::copy_n(sentence.data(), length, m_progress.sentence);
     m_progress.sentence[length] = '\0';
 }
 
-void Checks::Expect(bool holds, std::string_view expected, std::string_view got) {
+void CheckReport::Expect(bool holds, std::string_view expected, std::string_view got) {
     if (holds) {
         ++m_progress.passed;
         return;

@@ -34,15 +34,12 @@ struct CheckFailed {
 /// A result code by its name, or in hexadecimal.
 std::string CodeText(Result code);
 
-class Checks {
+/// Counts the checks of one group, and tells of those that fail.
+class CheckReport {
   public:
-    Checks(std::string_view group, const CheckOptions& options, TestedModule& module, CheckProgress& progress)
-        : options(options), module(module), m_group(group), m_progress(progress) {}
+    CheckReport(std::string_view group, CheckProgress& progress) : m_group(group), m_progress(progress) {}
 
-    const CheckOptions& options;
-    TestedModule& module;
-
-    /// Says what is checked from now on, in a short sentence. Say it before the module is called: it is
+    /// Says what is checked from now on, in a short sentence. Say it before what is tested is called: it is
     /// what a crash is blamed on.
     void Begin(std::string_view sentence);
 
@@ -55,6 +52,8 @@ class Checks {
     void Equal(const std::string& actual, const std::string& expected) {
         Expect(actual == expected, '"' + expected + '"', '"' + actual + '"');
     }
+
+    bool HasFailed() const noexcept { return m_progress.failed > 0; }
 
     /// Runs `body`; what it cannot go on from is one failed check.
     template <class Body>
@@ -72,6 +71,16 @@ class Checks {
 
     std::string_view m_group;
     CheckProgress& m_progress;
+};
+
+/// The checks of one group of a module.
+class Checks : public CheckReport {
+  public:
+    Checks(std::string_view group, const CheckOptions& options, TestedModule& module, CheckProgress& progress)
+        : CheckReport(group, progress), options(options), module(module) {}
+
+    const CheckOptions& options;
+    TestedModule& module;
 };
 
 /// Tells of a failed check on standard error.

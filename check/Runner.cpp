@@ -54,8 +54,8 @@ class SharedProgress {
 };
 
 // The life of the child: it does not return.
-[[noreturn]] void RunInChild(const CheckGroup& group, const std::string& file, const CheckOptions& options,
-                             CheckProgress& progress) {
+[[noreturn]] void RunInChild(const char* group, const CheckOptions& options,
+                             const std::function<void(CheckProgress&)>& body, CheckProgress& progress) {
     // What modules print is talk. A crash is told by the parent, and leaves no core behind.
     dup2(STDERR_FILENO, STDOUT_FILENO);
     constexpr rlimit kNone = {0, 0};
@@ -64,12 +64,10 @@ class SharedProgress {
     alarm(static_cast<unsigned>(options.secondsPerGroup));
     const auto fail = [&](std::string_view expected, std::string_view got) {
         ++progress.failed;
-        TellFailure(group.name, progress.sentence, expected, got);
+        TellFailure(group, progress.sentence, expected, got);
     };
     try {
-        TestedModule module(file);
-        Checks checks(group.name, options, module, progress);
-        group.run(checks);
+        body(progress);
     } catch (const CheckFailed& failure) {
         fail(failure.expected, failure.got);
     } catch (const std::exception& error) {
@@ -103,23 +101,31 @@ int WaitFor(pid_t child) {
 std::span<const CheckGroup> CheckGroups() noexcept { return kGroups; }
 
 CheckCounts RunGroup(const CheckGroup& group, const std::string& module, const CheckOptions& options) {
+    return RunApart(group.name, options, [&](CheckProgress& progress) {
+        TestedModule tested(module);
+        Checks checks(group.name, options, tested, progress);
+        group.run(checks);
+    });
+}
+
+CheckCounts RunApart(const char* group, const CheckOptions& options, const std::function<void(CheckProgress&)>& body) {
     const SharedProgress progress;
     std::fflush(nullptr);
     const pid_t child = fork();
     if (child < 0) {
-        throw std::runtime_error(fmt::format("no process for {}: {}", group.name, std::strerror(errno)));
+        throw std::runtime_error(fmt::format("no process for {}: {}", group, std::strerror(errno)));
     }
     if (child == 0) {
-        RunInChild(group, module, options, *progress);
+        RunInChild(group, options, body, *progress);
     }
     const int status = WaitFor(child);
     CheckCounts counts = {progress->passed, progress->failed};
     if (!progress->finished) {
         ++counts.failed;
-        TellFailure(group.name, progress->sentence, "a return", EndOf(status, options));
+        TellFailure(group, progress->sentence, "a return", EndOf(status, options));
     } else if (counts.passed + counts.failed == 0) {
         ++counts.failed;
-        TellFailure(group.name, "the group checks something", "at least one check", "none");
+        TellFailure(group, "the group checks something", "at least one check", "none");
     }
     return counts;
 }

@@ -1,6 +1,7 @@
 // Runs groups of checks, each in a child process that loads the module by itself.
 #pragma once
 
+#include <functional>
 #include <string>
 
 #include "check/Groups.h"
@@ -14,3 +15,7 @@ struct CheckCounts {
 /// what was being checked; so is a group that checked nothing. The module must not be loaded in this
 /// process. Throws std::runtime_error when no process can be made.
 CheckCounts RunGroup(const CheckGroup& group, const std::string& module, const CheckOptions& options);
+
+/// The same for any checks: runs `body` in a process of its own, and blames its end on the progress that the
+/// body keeps.
+CheckCounts RunApart(const char* group, const CheckOptions& options, const std::function<void(CheckProgress&)>& body);
