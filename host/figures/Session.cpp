@@ -3,6 +3,7 @@
 #include <dlfcn.h>
 
 #include <filesystem>
+#include <new>
 
 #include "contract/Components.h"
 #include "host/base/Error.h"
@@ -90,7 +91,11 @@ Figure Session::Create(const std::string& name, const std::string& className) co
         throw UnknownName("class", className, Classes());
     }
     SmartPtr<IROI> roi;
-    if (Failed(create(nullptr, &IidOf<IROI>(), roi.ReceiveVoid()))) {
+    const Result code = create(nullptr, &IidOf<IROI>(), roi.ReceiveVoid());
+    if (code == E_FAIL) {
+        throw std::bad_alloc();  // Which is all that a creation function means by it.
+    }
+    if (Failed(code)) {
         throw Error("cannot create", className, "the module refuses");
     }
     return {name, type, std::move(roi), nullptr};
