@@ -10,16 +10,18 @@ namespace {
 
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
-/// Puts the usual collection back that a test replaces.
+/// A collection that stands in for the usual one as long as it lives.
 class LentCollection : public Lent<IComponentCollection> {
   public:
     LentCollection() {
         GlobalCollection();
         InitializeRoi(this);
     }
-    ~LentCollection() { InitializeRoi(GlobalCollection()); }
     Result GetItem(int, IUnknown**) noexcept override { return E_FAIL; }
     Result FindByName(IString*, int*) noexcept override { return E_FAIL; }
+
+  protected:
+    ~LentCollection() { InitializeRoi(GlobalCollection()); }
 };
 
 SmartPtr<ICIF> MaskOf(IROI* figure) {
@@ -40,7 +42,7 @@ TEST(Exact, ShapeFetchesItsElementOnceAndTakesItWhateverTheCode) {
             return E_FAIL;
         }
         Result GetPoint(int index, double* x, double* y, double*) noexcept override {
-            constexpr double kPoints[][2] = {{10.5, 3}, {2, 7.25}, {6, 4}};
+            constexpr double kPoints[][2] = {{10.5, 3.75}, {2.9, 7.25}, {6, 4}};
             *x = kPoints[index][0];
             *y = kPoints[index][1];
             return E_FAIL;
@@ -50,9 +52,9 @@ TEST(Exact, ShapeFetchesItsElementOnceAndTakesItWhateverTheCode) {
     shape->SetGeometry(&geometry);
     EXPECT_EQ(Read2([&](double* x, double* y) { return shape->GetCenter(x, y); }), Point(6, 4));
     EXPECT_EQ(geometry.fetched, 1);
-    EXPECT_EQ(Read2([&](double* w, double* h) { return shape->GetBoundingSize(w, h); }), Point(8.5, 4.25));
+    EXPECT_EQ(Read2([&](double* w, double* h) { return shape->GetBoundingSize(w, h); }), Point(10.5 - 2.9, 3.5));
     EXPECT_EQ(geometry.fetched, 2);
-    EXPECT_EQ(BoundingRect(shape.Get()), (Box{2, 3, 9, 4}));
+    EXPECT_EQ(BoundingRect(shape.Get()), (Box{2, 3, 8, 4}));
     EXPECT_EQ(geometry.fetched, 3);
     EXPECT_EQ(As<IParametricObject>(shape.Get())->SetParameters(nullptr), S_OK);
 }
@@ -242,6 +244,38 @@ TEST(Exact, MasksThatSucceedMayHaveNoPixels) {
 
 // ---------------------------------------------------------------------------------------------------
 
+TEST(Exact, RectangleCopiesItsRatioLast) {
+    const auto rectangle = Create<IROIRectangle>(L"ROIRectangle");
+    rectangle->SetAspectRatio(2);
+    rectangle->SetSize(60, 80);
+    SmartPtr<IUnknown> copy;
+    EXPECT_EQ(rectangle->Replicate(copy.Receive()), S_OK);
+    EXPECT_EQ(Read2([&](double* w, double* h) { return As<IROIRectangle>(copy.Get())->GetSize(w, h); }), Point(60, 30));
+}
+
+TEST(Exact, ParallelogramIsDraggedAndHitAsItsBox) {
+    struct Case {
+        int node;
+        Point size, center;
+    };
+    for (const Case& c : {Case{3, {75, 55}, {62.5, 47.5}},
+                          // The corner held, 5, stands off the box's by the lean of 50 tan(0.5).
+                          Case{0x203, {65, 65}, {25 + 50 * std::tan(0.5) + 32.5, 42.5}}}) {
+        const auto figure = Create<IROIParallelogram>(L"ROIParallelogram");
+        figure->put_Shear(0.5, 0);
+        EXPECT_EQ(figure->HitTest(26, 74, nullptr), S_OK) << "outside the slanted side";
+        EXPECT_EQ(figure->SetCornerPoint(c.node, 100, 20), S_OK);
+        EXPECT_CLOSE(Read2([&](double* w, double* h) { return figure->GetSize(w, h); }), c.size);
+        EXPECT_CLOSE(Read2([&](double* x, double* y) { return figure->GetCenter(x, y); }), c.center);
+    }
+    const auto locked = Create<IParametricObject>(L"ROIParallelogram");
+    SetParameters(locked.Get(), {{L"Roll", 0.0}, {L"LockA", 1}});
+    EXPECT_EQ(As<IDataPersist>(locked.Get())->Load(nullptr, 0), E_FAIL);
+    EXPECT_EQ(Parameters(locked.Get())[8], (Item{L"LockA", 0, 0xC000013}));
+}
+
+// ---------------------------------------------------------------------------------------------------
+
 struct Record {
     double x, y, z, angle, thickness1, thickness2;
 };
@@ -260,6 +294,31 @@ SmartPtr<IROIProfile> Segment(double thickness1, double thickness2) {
     profile->AddPoint(10, 0);
     profile->SetUniformThickness(thickness1, thickness2);
     return profile;
+}
+
+TEST(Exact, ProfileCountsBelowZeroAndTakesAnyIndexToInsert) {
+    const auto profile = Create<IROIProfile>(L"ROIProfile");
+    int count = 0;
+    profile->RemovePoint(0);
+    EXPECT_EQ((profile->GetNumberPoints(&count), count), -1);
+    profile->AddPoint(1, 2);
+    EXPECT_EQ((profile->GetNumberPoints(&count), count), 0);
+    profile->AddPoint(3, 4);
+    profile->SetUniformThickness(5, 6);
+    EXPECT_CLOSE(Read2([&](double* x, double* y) { return profile->GetNodePoint(kProfileCorner1, 0, x, y); }),
+                 Point(3, 4) + 5.0 * std::polar(1.0, -1000.0));
+    profile->InsertPoint(0, 7, 8);   // In front of a single point: its own thickness.
+    profile->InsertPoint(-1, 9, 1);  // Out of range: behind the last.
+    profile->InsertPoint(9, 2, 3);
+    const auto records = Records(profile.Get());
+    std::vector<Point> points;
+    std::vector<double> thicknesses;
+    for (const Record& record : records) {
+        points.emplace_back(record.x, record.y);
+        thicknesses.push_back(record.thickness1);
+    }
+    EXPECT_EQ(points, (std::vector<Point>{{7, 8}, {3, 4}, {9, 1}, {2, 3}}));
+    EXPECT_EQ(thicknesses, (std::vector<double>{20, 5, 5, 5}));
 }
 
 TEST(Exact, ProfileIsHitWhereATransformThatAskedMeanwhileLeavesIt) {
