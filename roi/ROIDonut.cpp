@@ -72,18 +72,10 @@ Result CROIDonut::GetNode(int node, double* x, double* y) noexcept {
     }
 }
 
-// A drag finds no mask: with the release apart it keeps no numbers across a call.
-[[gnu::flatten]] Result CROIDonut::SetNode(int node, double x, double y) noexcept {
-    if (m_mask) {
-        return LetGoAndSetNode(node, x, y);
-    }
+Result CROIDonut::SetNode(int node, double x, double y) noexcept {
+    m_mask.Reset();
     Drag(m_state, node, {x, y});
     return S_OK;
-}
-
-[[gnu::noinline]] Result CROIDonut::LetGoAndSetNode(int node, double x, double y) noexcept {
-    m_mask.Reset();
-    return SetNode(node, x, y);
 }
 
 // ---------------------------------------------------------------------------------------------------

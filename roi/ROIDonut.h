@@ -41,7 +41,4 @@ class CROIDonut final : public Component<CROIDonut, IReplicableObject, IDataPers
     Result GetParameters(INamedCollection** parameters, int flags) noexcept override;
     Result SetParameters(INamedCollection* parameters) noexcept override;
     Result GetPages(int index, INamedCollection** pages, IUnknown** context) noexcept override;
-
-  private:
-    Result LetGoAndSetNode(int node, double x, double y) noexcept;
 };
