@@ -89,7 +89,7 @@ TEST_F(Hostile, ALackOfMemoryIsNotBlamedOnASoundSet) {
     const std::string listed = Done({"list", "hostile.roi"});
     int lacks = 0;
     RunResult result;
-    for (int limit = 60 << 10; result.exitCode != 0 && limit < 600 << 10; limit += 3 << 10) {  // KiB
+    for (int limit = 160 << 10; result.exitCode != 0 && limit < 600 << 10; limit += 2 << 10) {  // KiB
         const std::string limited = "ulimit -c 0; ulimit -v " + std::to_string(limit) + "; exec \"$@\"";
         result = RunProgram({"/bin/bash", "-c", limited, "-", BIN_DIR "/roi", "list", "hostile.roi"}, Folder());
         const bool lacksMemory = Starts(result.err, "roi: error: out of memory: ");
