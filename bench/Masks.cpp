@@ -18,22 +18,12 @@ struct Size {
 };
 constexpr Size kSizes[] = {{71, 4.0, 0.0}, {500, 7.0, 0.0}, {2000, 12.0, 8.0}};
 
-cv::Size SizeOf(ICIF& mask) {
-    int extra = 0;
-    cv::Size size;
-    mask.GetSize(&size.width, &size.height, &extra);
-    return size;
+cv::Mat MatOf(ICIF& mask) {
+    const ImagePixels pixels = PixelsOf(mask);
+    return {pixels.height, pixels.width, CV_8U, pixels.data, static_cast<std::size_t>(pixels.stride)};
 }
 
-int MarkedPixels(ICIF& mask) {
-    const auto pixels = SmartPtr<IPixels>::QueryFrom(&mask);
-    unsigned char* data = nullptr;
-    int stride = 0;
-    int planes = 0;
-    int bits = 0;
-    pixels->GetPixels(&data, &stride, &planes, &bits);
-    return cv::countNonZero(cv::Mat(SizeOf(mask), CV_8U, data, static_cast<std::size_t>(stride)));
-}
+int MarkedPixels(ICIF& mask) { return cv::countNonZero(MatOf(mask)); }
 
 Body MemsetOf(cv::Size size) {
     return Repeat([pixels = std::make_shared<std::vector<unsigned char>>(static_cast<std::size_t>(size.area()))] {
@@ -45,7 +35,7 @@ Body MemsetOf(cv::Size size) {
 // the outline's.
 template <class Draw>
 Body Drawn(ICIF& mask, Draw draw) {
-    const cv::Size size = SizeOf(mask);
+    const cv::Size size = MatOf(mask).size();
     const int differing = std::abs(cv::countNonZero(draw(size)) - MarkedPixels(mask));
     if (differing > 4 * (size.width + size.height)) {
         return [differing](benchmark::State& state) {
@@ -60,7 +50,7 @@ void AddMask(const std::string& operation, const Size& goals, Make make, Outline
     const SmartPtr<ICIF> mask = make();
     Row(operation)
         .Ours(Repeat([make] { return make().Get(); }))
-        .Limit("memset of the box", goals.memsets, MemsetOf(SizeOf(*mask)))
+        .Limit("memset of the box", goals.memsets, MemsetOf(MatOf(*mask).size()))
         .Peer("OpenCV outline and floodFill", goals.fasterThanFloodFill, Drawn(*mask, outline))
         .Peer("OpenCV filled shapes", 0.0, Drawn(*mask, filled));
 }

@@ -7,6 +7,7 @@
 #include "check/Groups.h"
 #include "check/Scenario.h"
 #include "contract/Extensions.h"
+#include "contract/Numbers.h"
 
 namespace {
 
@@ -31,10 +32,7 @@ const std::vector<Scenario>& Scenarios() {
         {"a profile has no mask", "ROIProfile", {{"GetMask", {}, {kUntouched}, E_NOTIMPL}}},
         {"a ring of no width has no mask",
          "ROIDonut",
-         {{"SetRadius", {0, 0.25, 9}}, {"SetRadius", {1, 0.25, 9}}, {"GetMask", {}, {0}, E_FAIL}}},
-        {"negative radii ask for no image",
-         "ROIArcDonut",
-         {{"SetRadius", {0, -9, -9}}, {"SetRadius", {1, -9, -9}}, {"GetMask", {}, {0}, E_FAIL}}}};
+         {{"SetRadius", {0, 0.25, 9}}, {"SetRadius", {1, 0.25, 9}}, {"GetMask", {}, {0}, E_FAIL}}}};
     return kScenarios;
 }
 
@@ -69,33 +67,25 @@ void CheckCache(Checks& checks, const char* className) {
 // The pixels of an image, with no more asked of it than where they lie.
 class MaskPixels {
   public:
-    explicit MaskPixels(const SmartPtr<IUnknown>& mask) : m_pixels(Require<IPixels>(mask)) {
-        int planes = 0;
-        int bits = 0;
-        int extra = 0;
-        const auto image = Require<ICIF>(mask);
-        if (m_pixels->GetPixels(&m_data, &m_stride, &planes, &bits) != S_OK || planes != 1 || bits != 8 ||
-            image->GetSize(&m_width, &m_height, &extra) != S_OK) {
-            throw CheckFailed{"a mask of one plane of 8 bits", fmt::format("{} of {}", planes, bits)};
+    explicit MaskPixels(const SmartPtr<IUnknown>& mask) : m_image(Require<ICIF>(mask)), m_pixels(PixelsOf(*m_image)) {
+        if (!m_pixels.AreBytes()) {
+            throw CheckFailed{"a mask of one plane of 8 bits", fmt::format("{} of {}", m_pixels.planes, m_pixels.bits)};
         }
     }
 
-    int Width() const noexcept { return m_width; }
-    int Height() const noexcept { return m_height; }
-    int At(int x, int y) const noexcept { return m_data[static_cast<std::ptrdiff_t>(y) * m_stride + x]; }
+    int Width() const noexcept { return m_pixels.width; }
+    int Height() const noexcept { return m_pixels.height; }
+    int At(int x, int y) const noexcept { return m_pixels.data[static_cast<std::ptrdiff_t>(y) * m_pixels.stride + x]; }
 
   private:
-    SmartPtr<IPixels> m_pixels;
-    unsigned char* m_data = nullptr;
-    int m_stride = 0;
-    int m_width = 0;
-    int m_height = 0;
+    SmartPtr<ICIF> m_image;
+    ImagePixels m_pixels;
 };
 
 // Whether the hit test gives one answer at a point and all around it.
 bool IsClear(IROI& roi, double x, double y, double margin, Result hit) {
     for (int k = 0; k < 8; ++k) {
-        const double angle = k * 3.141592653589793 / 4;
+        const double angle = k * kPi / 4;
         if (roi.HitTest(x + margin * std::cos(angle), y + margin * std::sin(angle), nullptr) != hit) {
             return false;
         }

@@ -3,10 +3,10 @@
 
 #include "check/Groups.h"
 #include "check/Scenario.h"
+#include "contract/Numbers.h"
 
 namespace {
 
-constexpr double kPi = 3.141592653589793;
 constexpr double kKeepCenter = 0x100;
 constexpr double kBothAxes = 0x200;
 // What the snapped roll is compared with: pi / 12 from ten digits of pi.

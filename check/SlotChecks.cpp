@@ -6,10 +6,10 @@
 
 #include "check/Groups.h"
 #include "check/Scenario.h"
+#include "contract/Numbers.h"
 
 namespace {
 
-constexpr double kPi = 3.141592653589793;
 constexpr double kQuarter = kPi / 2;
 
 using Steps = std::vector<Step>;

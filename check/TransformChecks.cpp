@@ -3,10 +3,9 @@
 
 #include "check/Groups.h"
 #include "check/Scenario.h"
+#include "contract/Numbers.h"
 
 namespace {
-
-constexpr double kPi = 3.141592653589793;
 
 // Six numbers a, b, c, d, dx, dy of x' = a x + b y + dx, y' = c x + d y + dy.
 using Map = std::vector<double>;

@@ -83,15 +83,19 @@ std::string CsvRow(const std::vector<Cell>& row) {
 }
 
 std::string JsonRow(const std::vector<std::string>& columns, const std::vector<Cell>& row, bool first) {
-    nlohmann::ordered_json object;
+    // Value by value: to free an object of them takes memory. A path need not be UTF-8; what is not shows as the
+    // replacement character.
+    const auto text = [](const nlohmann::json& value) {
+        return value.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+    };
+    std::string line = first ? "\n{" : ",\n{";
     for (std::size_t column = 0; column < row.size(); ++column) {
-        object[columns[column]] =
-            std::visit(Overloaded{[](std::monostate) { return nlohmann::ordered_json(); },
-                                  [](const auto& value) { return nlohmann::ordered_json(value); }},
-                       row[column]);
+        line += (column == 0 ? "" : ",") + text(columns[column]) + ':';
+        line += std::visit(Overloaded{[](std::monostate) { return std::string("null"); },
+                                      [&](const auto& value) { return text(value); }},
+                           row[column]);
     }
-    // A path need not be UTF-8; what is not shows as the replacement character.
-    return (first ? "\n" : ",\n") + object.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+    return line + '}';
 }
 
 std::string Row(const std::vector<std::string>& columns, const std::vector<Cell>& row, TableFormat format, bool first) {

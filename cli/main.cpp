@@ -118,7 +118,8 @@ int main(int argc, char** argv) {
     } catch (const Error& error) {
         return Fail(error.what(), error.Kind() == ErrorKind::usage ? kExitUsage : kExitFailed);
     } catch (const std::bad_alloc&) {
-        return Fail("out of memory: roi: the machine has no more to give", kExitFailed);
+        Say("roi: error: out of memory: roi: the machine has no more to give\n");  // Takes no memory, unlike Fail.
+        return kExitFailed;
     } catch (const std::exception& error) {
         return Fail(Error("failed", "roi", error.what()).what(), kExitFailed);
     }

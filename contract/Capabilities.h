@@ -35,7 +35,8 @@ struct IParametricObject : IUnknown {
     /// `*parameters` null when the framework cannot give the list, a string or a variant.
     virtual Result GetParameters(INamedCollection** parameters, int flags) noexcept = 0;
     /// Stores the values found in a list, which is borrowed. Names that are missing leave their
-    /// fields as they are, save where a class says otherwise. E_INVALIDARG for a null list, else S_OK.
+    /// fields as they are, save where a class says otherwise. E_INVALIDARG for a null list (the shape, which
+    /// has no parameters, ignores it), else S_OK.
     virtual Result SetParameters(INamedCollection* parameters) noexcept = 0;
 
   protected:

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 #include "contract/Module.h"
 
@@ -81,6 +82,13 @@ SmartPtr<IComponentString> FindParametersCreatable() noexcept {
 }  // namespace
 
 SmartPtr<IComponentCollection> gGlobalComponentCollection;
+
+void UseComponents(IComponentCollection* collection) noexcept {
+    // Shared before the old one goes, so that giving the same collection twice is safe.
+    auto shared = SmartPtr<IComponentCollection>::Share(collection);
+    gGlobalComponentCollection.Reset();
+    gGlobalComponentCollection = std::move(shared);
+}
 
 ComponentCreator MODULECreateFunction(tagREFString module, tagREFString className) noexcept {
     const ModuleFileName file(module);

@@ -7,9 +7,15 @@
 #include "contract/Object.h"
 #include "contract/SmartPtr.h"
 
-/// The host's collection of components: set by InitializeModule, or fetched from the sibling module
+/// The host's collection of components: set by UseComponents, or fetched from the sibling module
 /// "CollectionsEx" on first use. Null until then; the module owns one reference until it is unloaded.
 extern SmartPtr<IComponentCollection> gGlobalComponentCollection;
+
+/// Makes everything below use this collection, of which a reference is kept, in place of the one it had; null lets that
+/// one go. A module does it when its InitializeModule is called. A host that links this library has a copy of its own,
+/// apart from the module's: to have its CreateComponent ask the collection that it hands to the module, it calls this
+/// before anything else here.
+void UseComponents(IComponentCollection* collection) noexcept;
 
 /// Asks the sibling module in the file "./" + module + ".so", relative to the current directory, for
 /// the creation function of a class. Null when the file does not load (which it says on standard

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "contract/Framework.h"
+#include "contract/SmartPtr.h"
 
 /// Entries by position. Answered by parameter lists and by the global collection.
 struct IListing : IUnknown {
@@ -80,3 +81,26 @@ HOST_INTERFACE(IVariantStore)
 HOST_INTERFACE(IPixels)
 HOST_INTERFACE(IPointsStore)
 #undef HOST_INTERFACE
+
+/// Where the pixels of an image lie, as IPixels::GetPixels and ICIF::GetSize tell; all 0 when it has none. They stay
+/// the image's own.
+struct ImagePixels {
+    unsigned char* data = nullptr;
+    int width = 0;
+    int height = 0;
+    int stride = 0;  ///< bytes from row to row
+    int planes = 0;
+    int bits = 0;  ///< of one value
+
+    bool AreBytes() const noexcept { return data != nullptr && planes == 1 && bits == 8; }
+};
+
+inline ImagePixels PixelsOf(ICIF& image) noexcept {
+    ImagePixels pixels;
+    const auto source = SmartPtr<IPixels>::QueryFrom(&image);
+    if (!source || Failed(SizeOf(image, &pixels.width, &pixels.height)) ||
+        Failed(source->GetPixels(&pixels.data, &pixels.stride, &pixels.planes, &pixels.bits))) {
+        return {};
+    }
+    return pixels;
+}

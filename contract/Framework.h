@@ -269,7 +269,8 @@ inline constexpr std::uint32_t kFormatMono = 0x4F4E4F4D;
 
 /// A raster image.
 struct ICIF : IUnknown {
-    /// Slot 3. Writes the size in pixels; `extra` is an output this module does not use.
+    /// Slot 3. Writes the size in pixels. `extra` is an output that no caller uses, of up to 8 bytes: call SizeOf,
+    /// which has room for them.
     virtual Result GetSize(int* width, int* height, int* extra) noexcept = 0;
     FRAMEWORK_UNUSED_SLOT(ICIF, 4)
     FRAMEWORK_UNUSED_SLOT(ICIF, 5)
@@ -283,6 +284,12 @@ struct ICIF : IUnknown {
   protected:
     ~ICIF() = default;
 };
+
+/// Lets an image write its size in pixels to `*width` and `*height`; what it returns.
+inline Result SizeOf(ICIF& image, int* width, int* height) noexcept {
+    alignas(8) int extra[2] = {};
+    return image.GetSize(width, height, extra);
+}
 
 /// What "CIFImageCANVAS" is created as; handled as an ICIF.
 struct ICIFImageCANVAS : ICIF {

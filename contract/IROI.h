@@ -32,9 +32,14 @@ struct IROI : IUnknown {
     /// left and top of GetBoundingRect. S_OK with a null image means that the whole box belongs to the
     /// figure (a rectangle without roll). E_NOTIMPL for ellipse and profile; parallelogram and shape
     /// return S_OK and write nothing: preset `*image` to null. E_FAIL when no mask can be made.
+    ///
+    /// S_OK may also come with an image of no pixels, or with one in which nothing is drawn: what the image and the
+    /// drawing component answer is not examined, and an image refuses a size that it cannot hold. Look at its size
+    /// before its pixels. The rings keep the image and hand it out again until a node or a radius is set or the figure
+    /// is mapped.
     virtual Result GetMask(ICIF** image) noexcept = 0;
     /// Slot 9. S_OK and `*hit` 1 when the point is inside, E_FAIL and `*hit` 0 when it is not. `hit`
-    /// may be null.
+    /// may be null. A profile may take memory for an index when it is first asked after a change.
     virtual Result HitTest(double x, double y, int* hit) noexcept = 0;
     /// Slot 10. Writes the box in whole pixels. The rules of rounding are the classes' own.
     virtual Result GetBoundingRect(int* left, int* top, unsigned int* width, unsigned int* height) noexcept = 0;
@@ -199,7 +204,8 @@ struct IROIProfile : IROI {
     virtual Result RemovePoint(int index) noexcept = 0;
     /// Slot 16. Reads a point; every output may be null. `normalAngle` is the direction, in radians, of
     /// the chord from the previous to the next point turned toward the thickness-1 side, or -1000 where
-    /// there are fewer than two points or the index equals the count. E_INVALIDARG outside 0 to count.
+    /// there are fewer than two points or the index equals the count. E_INVALIDARG outside 0 to count. An angle
+    /// that is asked for is kept in the point's record, which Save writes.
     virtual Result GetPoint(int index, double* x, double* y, double* normalAngle, double* thickness1,
                             double* thickness2) noexcept = 0;
     /// Slot 17. Moves a point and keeps its thicknesses. An index equal to the count is accepted and
@@ -214,7 +220,8 @@ struct IROIProfile : IROI {
     /// Slot 20. Does nothing. S_OK.
     virtual Result Fit(double tolerance, int mode) noexcept = 0;
     /// Slot 21. The position of a node. E_INVALIDARG outside 0 to count - 1, and for the middles of the
-    /// last point, which starts no segment.
+    /// last point, which starts no segment. The outline's corners may have angles of points computed, which are
+    /// kept as by GetPoint; so may centre and boxes, which lie around them.
     virtual Result GetNodePoint(ROIPROFILENode node, int index, double* x, double* y) noexcept = 0;
     /// Slot 22. Drags a node. E_NOTIMPL for the outline's corners; E_INVALIDARG as for GetNodePoint,
     /// except that the point itself may have an index equal to the count.

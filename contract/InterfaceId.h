@@ -1,5 +1,9 @@
 // Interface identifiers: 16 bytes derived from an interface's name, so that modules built apart from
 // one another agree on them without sharing a table.
+//
+// The globals IID_... are filled by a static initialiser of this library and are zero until it has run. A static
+// initialiser of another file may run before it: derive the identifier there by the constexpr function,
+// __IIDOfc("IROI"), which needs no initialiser. IID_IUnknown is constant and always there.
 #pragma once
 
 #include <cstdint>

@@ -3,9 +3,10 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
-#include <numbers>
 #include <opencv2/imgproc.hpp>
 #include <vector>
+
+#include "contract/Numbers.h"
 
 namespace {
 
@@ -20,12 +21,11 @@ double PixelOf(double coordinate) noexcept { return std::floor(coordinate + 0.5)
 }  // namespace
 
 Result CCIFGraphics::Attach(ICIF* image) noexcept {
-    m_pixels = SmartPtr<IPixels>::QueryFrom(image);
-    m_image = m_pixels ? SmartPtr<ICIF>::Share(image) : nullptr;
+    m_image = SmartPtr<IPixels>::QueryFrom(image) ? SmartPtr<ICIF>::Share(image) : nullptr;
     if (image == nullptr) {
         return Misuse("ICIFGraphics::Attach", "null image");
     }
-    return m_pixels ? S_OK : E_NOINTERFACE;
+    return m_image ? S_OK : E_NOINTERFACE;
 }
 
 Result CCIFGraphics::SetColor(int value) noexcept {
@@ -37,17 +37,11 @@ Result CCIFGraphics::SetColor(int value) noexcept {
 }
 
 cv::Mat CCIFGraphics::Target() noexcept {
-    int width = 0;
-    int height = 0;
-    unsigned char* data = nullptr;
-    int stride = 0;
-    int planes = 0;
-    int bits = 0;
-    if (!m_image || Failed(m_image->GetSize(&width, &height, nullptr)) ||
-        Failed(m_pixels->GetPixels(&data, &stride, &planes, &bits)) || planes != 1 || bits != 8) {
+    const ImagePixels pixels = m_image ? PixelsOf(*m_image) : ImagePixels();
+    if (!pixels.AreBytes()) {
         return {};
     }
-    return {height, width, CV_8UC1, data, static_cast<std::size_t>(stride)};
+    return {pixels.height, pixels.width, CV_8UC1, pixels.data, static_cast<std::size_t>(pixels.stride)};
 }
 
 // ---------------------------------------------------------------------------------------------------
@@ -122,7 +116,7 @@ struct ArcShape {
 
     // Whether the arc covers the angle of a point of the ellipse, given from the centre.
     bool Covers(double dx, double dy) const noexcept {
-        constexpr double kTurn = 2.0 * std::numbers::pi;
+        constexpr double kTurn = 2.0 * kPi;
         // A full turn in single precision may be a little less than one in double precision.
         if (sweep >= kTurn - 1e-6) {
             return true;

@@ -37,6 +37,5 @@ class CCIFGraphics final : public FrameworkComponent<CCIFGraphics, ICIFGraphics>
     cv::Mat Target() noexcept;
 
     SmartPtr<ICIF> m_image;
-    SmartPtr<IPixels> m_pixels;
     unsigned char m_value = 255;
 };

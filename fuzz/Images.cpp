@@ -15,20 +15,9 @@ constexpr std::int64_t kLargestImage = std::int64_t{1} << 30;
 
 // The pixels of an image as a matrix over its memory; empty when it has none.
 cv::Mat Over(ICIF& image) noexcept {
-    int width = 0;
-    int height = 0;
-    int planes = 0;
-    unsigned char* data = nullptr;
-    int stride = 0;
-    int bits = 0;
-    const auto pixels = SmartPtr<IPixels>::QueryFrom(&image);
-    REQUIRE(image.GetSize(&width, &height, &planes) == S_OK);
-    if (pixels->GetPixels(&data, &stride, &planes, &bits) != S_OK) {
-        REQUIRE(data == nullptr && stride == 0 && planes == 0 && bits == 0);
-        return {};
-    }
-    REQUIRE(planes == 1 && bits == 8 && stride >= width);
-    return {height, width, CV_8UC1, data, static_cast<std::size_t>(stride)};
+    const ImagePixels pixels = PixelsOf(image);
+    REQUIRE(pixels.data == nullptr || (pixels.AreBytes() && pixels.stride >= pixels.width));
+    return {pixels.height, pixels.width, CV_8UC1, pixels.data, static_cast<std::size_t>(pixels.stride)};
 }
 
 bool AreEqual(const cv::Mat& a, const cv::Mat& b) noexcept {

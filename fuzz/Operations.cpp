@@ -227,20 +227,13 @@ void CheckMask(const Subject& subject) {
     if (!image || subject.As<IROIMask>()) {
         return;
     }
-    unsigned char* data = nullptr;
-    int stride = 0;
-    int planes = 0;
-    int bits = 0;
-    int width = 0;
-    int height = 0;
-    image->GetSize(&width, &height, nullptr);
-    SmartPtr<IPixels>::QueryFrom(image.Get())->GetPixels(&data, &stride, &planes, &bits);
-    for (int row = 0; data != nullptr && row < height; ++row) {
-        const unsigned char* const first = data + std::ptrdiff_t{row} * stride;
-        REQUIRE(std::all_of(first, first + width, [](unsigned char v) { return v == 0 || v == 255; }));
+    const ImagePixels pixels = PixelsOf(*image);
+    for (int row = 0; row < pixels.height; ++row) {
+        const unsigned char* const first = pixels.data + std::ptrdiff_t{row} * pixels.stride;
+        REQUIRE(std::all_of(first, first + pixels.width, [](unsigned char v) { return v == 0 || v == 255; }));
     }
-    if (subject.Is("ROIRectangle") && data != nullptr) {
-        REQUIRE(width == static_cast<int>(box.width) && height == static_cast<int>(box.height));
+    if (subject.Is("ROIRectangle") && pixels.data != nullptr) {
+        REQUIRE(pixels.width == static_cast<int>(box.width) && pixels.height == static_cast<int>(box.height));
     }
 }
 

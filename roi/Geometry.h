@@ -62,12 +62,14 @@ struct Line {
     constexpr Line Shifted(double shift) const noexcept { return {a, b, c + shift}; }
 };
 
-/// The line through `through` with the direction of `along`: normal (along.y, -along.x). A direction of
-/// length 0 gives x = 0.
-inline Line LineThrough(Point through, Point along) noexcept {
-    if (along.x == 0.0 && along.y == 0.0) {
+/// The line through `through` that runs toward another point: with d from the one to the other, its normal is
+/// (d.y, -d.x). The same point twice gives x = 0.
+inline Line LineThrough(Point through, Point toward) noexcept {
+    // The points are compared, not their difference, which is not a number for a point at infinity.
+    if (through.x == toward.x && through.y == toward.y) {
         return {};
     }
+    const Point along = toward - through;
     const double length = Length(along);
     Line line{along.y / length, -along.x / length, (along.x * through.y - along.y * through.x) / length};
     // A second normalisation takes the rounding error out of the first.
@@ -85,7 +87,8 @@ constexpr double Determinant(const Line& first, const Line& second) noexcept {
     return first.b * second.a - first.a * second.b;
 }
 
-/// Where two lines meet; their determinant must not be 0.
+/// Where two lines meet; their determinant must not be 0. In the other order numerators and determinant change their
+/// signs, so a coordinate of 0 may change its own.
 constexpr Point Intersection(const Line& first, const Line& second) noexcept {
     const double determinant = Determinant(first, second);
     return {(second.b * first.c - first.b * second.c) / determinant,

@@ -1,6 +1,5 @@
 // The module's two entry points, and the table of the classes it makes.
 #include <array>
-#include <utility>
 
 #include "contract/Components.h"
 #include "contract/Module.h"
@@ -24,10 +23,7 @@ constexpr std::array kClasses = {
 }  // namespace
 
 Result InitializeModule(void* /*reserved*/, IComponentCollection* collection) noexcept {
-    // Shared before the old one goes, so that passing the same collection twice is safe.
-    auto shared = SmartPtr<IComponentCollection>::Share(collection);
-    gGlobalComponentCollection.Reset();
-    gGlobalComponentCollection = std::move(shared);
+    UseComponents(collection);
     return S_OK;
 }
 

@@ -11,15 +11,15 @@
 namespace roi {
 
 Result MakeSector(Annulus& a, Point start0, Point start1, Point end0, Point end1) noexcept {
-    const Line startEdge = LineThrough(start0, start1 - start0);
-    const Line endEdge = LineThrough(end0, end1 - end0);
+    const Line startEdge = LineThrough(start0, start1);
+    const Line endEdge = LineThrough(end0, end1);
     // The directions of the two lines, compared without wrapping: half a turn apart passes here and is
     // caught by the determinant.
     const double between = std::atan2(startEdge.a, -startEdge.b) - std::atan2(endEdge.a, -endEdge.b);
-    if (std::abs(between) < 0.1 || std::abs(Determinant(startEdge, endEdge)) < 0.0001) {
+    if (std::abs(between) < 0.1 || std::abs(Determinant(endEdge, startEdge)) < 0.0001) {
         return E_FAIL;
     }
-    const Point center = Intersection(startEdge, endEdge);
+    const Point center = Intersection(endEdge, startEdge);
     const double start = Direction(start1 - start0);
     double delta = Direction(end1 - end0) - start;
     if (delta < kPi) {

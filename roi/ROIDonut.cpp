@@ -73,8 +73,8 @@ Result CROIDonut::GetNode(int node, double* x, double* y) noexcept {
 }
 
 Result CROIDonut::SetNode(int node, double x, double y) noexcept {
+    m_mask.Reset();
     Drag(m_state, node, {x, y});
-    m_mask.Reset();  // Last: before it, the numbers would have to be kept across a call.
     return S_OK;
 }
 

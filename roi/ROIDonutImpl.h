@@ -18,7 +18,7 @@
 
 namespace roi {
 
-inline constexpr double kTwoPi = 6.283185307179586;
+inline constexpr double kTwoPi = 2.0 * kPi;
 
 struct Ring {
     double radiusX;
@@ -113,7 +113,9 @@ class IROIDonutImpl : public ITransformableObject, public I {
         MapThrough(*transform, m_state);
         return S_OK;
     }
-    /// E_FAIL with a null mask for a box under two pixels and without the image or drawing component.
+    /// Draws the mask when there is none and keeps it: later calls hand out the same image. E_FAIL with a null mask for
+    /// a box under two pixels and without the image or drawing component. An image that refused the size of the box is
+    /// handed out without pixels.
     Result GetMask(ICIF** mask) noexcept override {
         *mask = nullptr;
         if (!m_mask) {

@@ -22,12 +22,8 @@ Result CROIMask::HitTest(double x, double y, int* hit) noexcept { return Forward
 
 Result CROIMask::GetBoundingRect(int* left, int* top, unsigned int* width, unsigned int* height) noexcept {
     const Result code = Forward(&IROIRectangle::GetBoundingRect, left, top, width, height);
-    int imageWidth = 0;
-    int imageHeight = 0;
-    int extra = 0;
-    if (Succeeded(code) && m_mask && Succeeded(m_mask->GetSize(&imageWidth, &imageHeight, &extra))) {
-        *width = static_cast<unsigned int>(imageWidth);
-        *height = static_cast<unsigned int>(imageHeight);
+    if (m_rectangle && m_mask) {
+        SizeOf(*m_mask, reinterpret_cast<int*>(width), reinterpret_cast<int*>(height));
     }
     return code;
 }
@@ -54,21 +50,24 @@ Result CROIMask::Replicate(IUnknown** copy) noexcept {
     if (Failed(code)) {
         return code;
     }
+    // Without either rectangle there is no figure to copy.
+    if (!m_rectangle || !static_cast<CROIMask&>(*mask).m_rectangle) {
+        return E_FAIL;
+    }
     double width = 0.0;
     double height = 0.0;
     double roll = 0.0;
     double x = 0.0;
     double y = 0.0;
     double ratio = 0.0;
-    // Without either rectangle there is no figure to copy.
-    if (Failed(GetSize(&width, &height)) || Failed(mask->SetSize(width, height))) {
-        return E_FAIL;
-    }
-    get_Roll(&roll);
+    // Whatever the rectangle answers: a value that it does not give is copied as 0.
+    m_rectangle->GetSize(&width, &height);
+    mask->SetSize(width, height);
+    m_rectangle->get_Roll(&roll);
     mask->put_Roll(roll);
-    GetCenter(&x, &y);
+    m_rectangle->GetCenter(&x, &y);
     mask->SetCenter(x, y);
-    GetAspectRatio(&ratio);
+    m_rectangle->GetAspectRatio(&ratio);
     mask->SetAspectRatio(ratio);
     mask->SetMask(m_mask.Get(), 0);
     *copy = mask.Detach();

@@ -22,18 +22,21 @@ class CROIMask final : public Component<CROIMask, IROIMask> {
     Result GetCenter(double* x, double* y) noexcept override;
     Result SetCenter(double x, double y) noexcept override;
     Result Transform(ITransform* transform) noexcept override;
-    /// The copy has a rectangle of its own and shares the image.
+    /// The copy has a rectangle of its own and shares the image. What the rectangle answers to the questions about its
+    /// geometry is not looked at.
     Result Replicate(IUnknown** copy) noexcept override;
     /// The stored image, with a reference for the caller; E_FAIL with a null mask when there is none.
     Result GetMask(ICIF** mask) noexcept override;
     Result HitTest(double x, double y, int* hit) noexcept override;
-    /// The rectangle's box, with the image's size in place of the rectangle's when there is an image.
+    /// The rectangle's box, over whose size an image writes its own: both outputs are handed to the image. The result
+    /// is the rectangle's, whatever the image answers.
     Result GetBoundingRect(int* left, int* top, unsigned int* width, unsigned int* height) noexcept override;
 
     Result GetSize(double* width, double* height) noexcept override;
     Result SetSize(double width, double height) noexcept override;
     Result get_Roll(double* radians) noexcept override;
     Result put_Roll(double radians) noexcept override;
+    /// Node 10 raises the rectangle's stored grip length, in either form.
     Result GetCornerPoint(ROICorner corner, double* x, double* y) noexcept override;
     Result GetCornerPointI(ROICorner corner, int* x, int* y) noexcept override;
     Result SetCornerPoint(int corner, double x, double y) noexcept override;

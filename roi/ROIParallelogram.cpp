@@ -65,8 +65,8 @@ Result CROIParallelogram::GetMask(ICIF** /*mask*/) noexcept {
 Result CROIParallelogram::Transform(ITransform* transform) noexcept { return TransformBox(transform); }
 
 Result CROIParallelogram::Replicate(IUnknown** copy) noexcept {
-    IROIParallelogram* parallelogram = nullptr;
-    const Result code = _CreateInstance(nullptr, &IID_IROIParallelogram, reinterpret_cast<void**>(&parallelogram));
+    SmartPtr<IROIParallelogram> parallelogram;
+    const Result code = _CreateInstance(nullptr, &IID_IROIParallelogram, parallelogram.ReceiveVoid());
     if (Failed(code)) {
         return code;
     }
@@ -74,7 +74,7 @@ Result CROIParallelogram::Replicate(IUnknown** copy) noexcept {
     parallelogram->put_Roll(m_state.roll.Radians());
     parallelogram->put_Shear(m_state.shear.Radians(), 0);
     parallelogram->SetCenter(m_state.centerX, m_state.centerY);
-    *copy = parallelogram;
+    *copy = parallelogram.Detach();
     return S_OK;
 }
 
@@ -86,7 +86,7 @@ Result CROIParallelogram::GetCornerPoint(ROICorner corner, double* x, double* y)
         return IRolledBoxImpl::GetCornerPoint(corner, x, y);
     }
     // Both grips share one length. A quarter turn back from the roll, leaning with the shear.
-    constexpr double kQuarterTurn = 1.5707963267948966;
+    constexpr double kQuarterTurn = kPi / 2.0;
     m_state.gripLength = RaisedGripLength(m_state);
     const double direction = m_state.roll.Radians() - kQuarterTurn - m_state.shear.Radians();
     *x = m_state.centerX + std::cos(direction) * m_state.gripLength;

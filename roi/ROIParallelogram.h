@@ -64,6 +64,7 @@ class CROIParallelogram final
 
     Result Transform(ITransform* transform) noexcept override;
     Result Replicate(IUnknown** copy) noexcept override;
+    /// S_OK, with nothing written.
     Result GetMask(ICIF** mask) noexcept override;
 
     Result get_A(double* a) noexcept override;
@@ -72,6 +73,7 @@ class CROIParallelogram final
     Result put_B(double b) noexcept override;
     Result get_Shear(double* radians) noexcept override;
     Result put_Shear(double radians, short keepA) noexcept override;
+    /// Nodes 10 and 11 raise the stored grip length, which both share, to a quarter of the width, and it stays.
     Result GetCornerPoint(ROICorner corner, double* x, double* y) noexcept override;
     Result SetCornerPoint(int corner, double x, double y) noexcept override;
     /// As the rectangle's; a class operation, not one of IROIParallelogram.

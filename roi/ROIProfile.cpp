@@ -33,6 +33,13 @@ void Polyline::Place(int index, Point position) noexcept {
     }
 }
 
+void Polyline::Map(ITransform& transform, int index) noexcept {
+    ProfilePoint& point = Record(index);
+    transform.TransformPoint(&point.x, &point.y, &point.z);
+    // Afterwards: a transform that asks for a hit meanwhile has the index built from the old place.
+    m_indexed = false;
+}
+
 ProfilePoint* Polyline::Allocate(int count) noexcept {
     std::unique_ptr<ProfilePoint[]> records(new (std::nothrow) ProfilePoint[Slot(count) + 1]());
     if (records == nullptr) {
@@ -135,7 +142,7 @@ bool Polyline::BandHolds(Point p) noexcept {
 Line SegmentLine(const Polyline& points, int segment) noexcept {
     const Point from = Position(points[segment]);
     const Point to = Position(points[segment + 1]);
-    return LineThrough(to, from - to);
+    return LineThrough(to, from);
 }
 
 double NormalAngle(Polyline& points, int index) noexcept {
@@ -219,11 +226,6 @@ Extent<Coordinate> OutlineExtent(int count, NodeAt nodeAt) noexcept {
     return extent;
 }
 
-// Maps a point that carries its own third coordinate.
-void MapInPlace(ITransform& transform, ProfilePoint& point) noexcept {
-    transform.TransformPoint(&point.x, &point.y, &point.z);
-}
-
 }  // namespace
 
 }  // namespace roi
@@ -274,6 +276,7 @@ Result CROIProfile::SetCenter(double x, double y) noexcept {
         roi::ProfilePoint& point = m_points.Edit(i);
         point.x += x - center.x;
         point.y += y - center.y;
+        point.z += 0.0;  // Which takes the sign off a zero.
     }
     return S_OK;
 }
@@ -296,7 +299,7 @@ Result CROIProfile::Transform(ITransform* transform) noexcept {
         roi::Point middle2;
         const bool startsSegment = NodePosition(m_points, kProfileMiddle1, i, &middle1) &&
                                    NodePosition(m_points, kProfileMiddle2, i, &middle2);
-        roi::MapInPlace(*transform, m_points.Edit(i));
+        m_points.Map(*transform, i);
         if (!startsSegment) {
             continue;
         }
@@ -307,8 +310,9 @@ Result CROIProfile::Transform(ITransform* transform) noexcept {
         const double after2 = Length(MapPoint(*transform, middle2) - mapped);
         if (before1 > FLT_MIN && before2 > FLT_MIN) {
             roi::ProfilePoint& point = m_points.Edit(i);
-            point.thickness1 *= after1 / before1;
-            point.thickness2 *= after2 / before2;
+            // Product first: the quotient of the distances would be rounded apart.
+            point.thickness1 = point.thickness1 * after1 / before1;
+            point.thickness2 = point.thickness2 * after2 / before2;
         }
     }
     return S_OK;

@@ -61,6 +61,8 @@ class Polyline {
     void KeepAngle(int index, double angle) noexcept;
     /// Writes a point's position and makes its angle and those of its neighbours unknown.
     void Place(int index, Point position) noexcept;
+    /// Maps a point in place, with its own third coordinate. What the transform returns is ignored.
+    void Map(ITransform& transform, int index) noexcept;
 
     /// Makes room for more points, in steps of 100. False, with nothing changed, without memory.
     bool MakeRoom(int more) noexcept;
@@ -129,12 +131,16 @@ class CROIProfile final : public Component<CROIProfile, IROIProfile, IDataPersis
     using Answers = InterfaceMap<IObjectInfo, IDataPersist, IParametricObject, IReplicableObject, IROI, IROIProfile,
                                  IDataPersist, ITransformableObject, IUIPropertyPageSpecify>;
 
+    // Questions about nodes and boxes compute the normal angles of points and keep them in their records, which are
+    // what is saved: they change no answer, but the bytes of the next Save.
     Result GetBoundingSize(double* width, double* height) noexcept override;
     Result GetCenter(double* x, double* y) noexcept override;
+    /// Moves every point and keeps thicknesses and angles; the third coordinates get 0.0 added.
     Result SetCenter(double x, double y) noexcept override;
     Result Transform(ITransform* transform) noexcept override;
     Result Replicate(IUnknown** copy) noexcept override;
     Result GetMask(ICIF** image) noexcept override;
+    /// The first one after a change builds an index of the segments, which later ones use; no answer depends on it.
     Result HitTest(double x, double y, int* hit) noexcept override;
     Result GetBoundingRect(int* left, int* top, unsigned int* width, unsigned int* height) noexcept override;
 
@@ -143,6 +149,7 @@ class CROIProfile final : public Component<CROIProfile, IROIProfile, IDataPersis
     Result SetUniformThickness(double thickness1, double thickness2) noexcept override;
     Result GetNumberPoints(int* count) noexcept override;
     Result RemovePoint(int index) noexcept override;
+    /// Asked for the angle, it computes it anew and keeps it in the record.
     Result GetPoint(int index, double* x, double* y, double* normalAngle, double* thickness1,
                     double* thickness2) noexcept override;
     Result SetPoint(int index, double x, double y) noexcept override;

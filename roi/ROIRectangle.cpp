@@ -24,8 +24,8 @@ Result CROIRectangle::SetAspectRatio(double ratio) noexcept {
 Result CROIRectangle::Transform(ITransform* transform) noexcept { return TransformBox(transform); }
 
 Result CROIRectangle::Replicate(IUnknown** copy) noexcept {
-    IROIRectangle* rectangle = nullptr;
-    const Result code = _CreateInstance(nullptr, &IID_IROIRectangle, reinterpret_cast<void**>(&rectangle));
+    SmartPtr<IROIRectangle> rectangle;
+    const Result code = _CreateInstance(nullptr, &IID_IROIRectangle, rectangle.ReceiveVoid());
     if (Failed(code)) {
         return code;
     }
@@ -34,7 +34,7 @@ Result CROIRectangle::Replicate(IUnknown** copy) noexcept {
     rectangle->SetCenter(m_state.centerX, m_state.centerY);
     // Last, so a stored ratio makes the copy's height from its width; the grip starts at 0.
     rectangle->SetAspectRatio(m_state.aspectRatio);
-    *copy = rectangle;
+    *copy = rectangle.Detach();
     return S_OK;
 }
 

@@ -19,9 +19,11 @@ class CROIRectangle final
     Result Transform(ITransform* transform) noexcept override;
     Result Replicate(IUnknown** copy) noexcept override;
     /// Null, with S_OK, for a roll under 0.0001: the whole box belongs to the figure. E_FAIL with a null
-    /// mask when there is no drawing component, with `*mask` untouched when there is no image component.
+    /// mask when there is no drawing component, with `*mask` untouched when there is no image component. An
+    /// image that refused the size of the box is handed out without pixels.
     Result GetMask(ICIF** mask) noexcept override;
 
+    /// Node 10 raises the stored grip length, as for GetCornerPoint.
     Result GetCornerPointI(ROICorner corner, int* x, int* y) noexcept override;
     Result GetAspectRatio(double* ratio) noexcept override;
     Result SetAspectRatio(double ratio) noexcept override;

@@ -15,24 +15,33 @@ void WriteUnlessNull(Value* out, Value value) noexcept {
     }
 }
 
-}  // namespace
-
-// False when there is no geometry, no extent in it or no such point.
-bool CROIShape::ReadPoint(int index, roi::Point* point) noexcept {
-    SmartPtr<IPoints> element;
-    if (!m_assembly || Failed(m_assembly->GetElement(kGeometricExtent, element.Receive())) || !element) {
-        return false;
-    }
+// A point of an element; what it answers is not looked at, and a coordinate that it does not write is 0.
+roi::Point PointOf(IPoints& element, int index) noexcept {
+    roi::Point point;
     double z = 0.0;
-    return Succeeded(element->GetPoint(index, &point->x, &point->y, &z));
+    element.GetPoint(index, &point.x, &point.y, &z);
+    return point;
 }
 
+}  // namespace
+
+// The element that carries the extent, or null. One that is delivered counts, whatever the code.
+SmartPtr<IPoints> CROIShape::Element() noexcept {
+    SmartPtr<IPoints> element;
+    if (m_assembly) {
+        m_assembly->GetElement(kGeometricExtent, element.Receive());
+    }
+    return element;
+}
+
+// False when there is no geometry or no extent in it.
 bool CROIShape::ReadExtent(roi::Extent<double>* extent) noexcept {
-    roi::Point first;
-    roi::Point second;
-    if (!ReadPoint(0, &first) || !ReadPoint(1, &second)) {
+    const SmartPtr<IPoints> element = Element();
+    if (!element) {
         return false;
     }
+    const roi::Point first = PointOf(*element, 0);
+    const roi::Point second = PointOf(*element, 1);
     *extent = {first.x, first.x, first.y, first.y};
     extent->Include(second.x, second.y);
     return true;
@@ -44,11 +53,11 @@ Result CROIShape::SetGeometry(IGeometry* geometry) noexcept {
 }
 
 Result CROIShape::GetCenter(double* x, double* y) noexcept {
-    roi::Point center;
-    const bool found = ReadPoint(2, &center);
-    WriteUnlessNull(x, found ? center.x : 0.0);
-    WriteUnlessNull(y, found ? center.y : 0.0);
-    return found ? S_OK : E_FAIL;
+    const SmartPtr<IPoints> element = Element();
+    const roi::Point center = element ? PointOf(*element, 2) : roi::Point{};
+    WriteUnlessNull(x, center.x);
+    WriteUnlessNull(y, center.y);
+    return element ? S_OK : E_FAIL;
 }
 
 Result CROIShape::GetBoundingSize(double* width, double* height) noexcept {
@@ -90,9 +99,7 @@ Result CROIShape::GetParameters(INamedCollection** parameters, int /*flags*/) no
     return ParameterWriter().HandOut(parameters);
 }
 
-Result CROIShape::SetParameters(INamedCollection* parameters) noexcept {
-    return parameters == nullptr ? E_INVALIDARG : S_OK;
-}
+Result CROIShape::SetParameters(INamedCollection* /*parameters*/) noexcept { return S_OK; }
 
 Result CROIShape::GetPages(int /*index*/, INamedCollection** pages, IUnknown** /*context*/) noexcept {
     // The rectangle's key, and not by mistake: the rectangle's page serves shapes too.

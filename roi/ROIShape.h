@@ -35,12 +35,13 @@ class CROIShape final : public Component<CROIShape, IROIShape, IDataPersist, IPa
     Result HitTest(double x, double y, int* hit) noexcept override;
     Result SetGeometry(IGeometry* geometry) noexcept override;
     Result GetParameters(INamedCollection** parameters, int flags) noexcept override;
+    /// S_OK, for a null list too: there is nothing to set.
     Result SetParameters(INamedCollection* parameters) noexcept override;
     Result Save(IDataStream* stream, int flags) noexcept override;
     Result Load(IDataStream* stream, int flags) noexcept override;
 
   private:
-    bool ReadPoint(int index, roi::Point* point) noexcept;
+    SmartPtr<IPoints> Element() noexcept;
     bool ReadExtent(roi::Extent<double>* extent) noexcept;
 
     SmartPtr<IGeometricAssembly> m_assembly;

@@ -132,6 +132,7 @@ class IRolledBoxImpl : public I {
         m_state.roll = Roll(radians);
         return S_OK;
     }
+    /// Node 10 raises the stored grip length to a quarter of the width, and it stays; lists show it.
     Result GetCornerPoint(ROICorner corner, double* x, double* y) noexcept override {
         Point position;
         if (!NodePosition(m_state, corner, Self().Lean(), &position)) {
@@ -148,7 +149,8 @@ class IRolledBoxImpl : public I {
   protected:
     ~IRolledBoxImpl() = default;
 
-    /// GetCornerPoint in whole pixels, half away from zero; outputs untouched when it fails.
+    /// GetCornerPoint in whole pixels, half away from zero; outputs untouched when it fails. Raises the grip length as
+    /// it does.
     Result IntegerCornerPoint(ROICorner corner, int* x, int* y) noexcept {
         Point position;
         if (Failed(Self().GetCornerPoint(corner, &position.x, &position.y))) {

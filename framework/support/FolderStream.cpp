@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <cstring>
+#include <memory>
+#include <new>
 #include <stdexcept>
 #include <utility>
 
@@ -23,13 +25,23 @@ constexpr std::size_t kSmallBlock = 4096;
 // The first date that a zip file can express, so that the same blocks give the same bytes.
 constexpr zip_uint16_t kNoTime = 0;
 constexpr zip_uint16_t kFirstDate = 1u << 5 | 1u;
+constexpr int kZlibOutOfMemory = -4;
 
 [[noreturn]] void Fail(const std::string& reason) { throw std::runtime_error(reason); }
 
+// What the library says of a failure; a lack of memory is no failure of the archive's.
+std::string ReasonOf(zip_error_t* error) {
+    const int code = zip_error_code_zip(error);
+    if (code == ZIP_ER_MEMORY || (code == ZIP_ER_ZLIB && zip_error_code_system(error) == kZlibOutOfMemory)) {
+        throw std::bad_alloc();
+    }
+    return zip_error_strerror(error);
+}
+
+// For an error record of our own.
 [[noreturn]] void Fail(zip_error_t* error) {
-    const std::string reason = zip_error_strerror(error);
-    zip_error_fini(error);
-    Fail(reason);
+    const std::unique_ptr<zip_error_t, void (*)(zip_error_t*)> record(error, zip_error_fini);
+    Fail(ReasonOf(error));
 }
 
 struct ArchiveDeleter {
@@ -89,13 +101,14 @@ bool IsSoundPath(std::string_view path) noexcept {
 FolderArchive::Block ReadEntry(zip_t* archive, zip_uint64_t index, const zip_stat_t& entry) {
     const File file(zip_fopen_index(archive, index, 0));
     if (file == nullptr) {
-        Fail(std::string(entry.name) + ": " + zip_strerror(archive));
+        Fail(std::string(entry.name) + ": " + ReasonOf(zip_get_error(archive)));
     }
     FolderArchive::Block block(entry.size);
     const zip_int64_t read = block.empty() ? 0 : zip_fread(file.get(), block.data(), block.size());
     // Only reading on to the end compares the check sum.
     char beyond = 0;
     if (read != static_cast<zip_int64_t>(block.size()) || zip_fread(file.get(), &beyond, 1) != 0) {
+        static_cast<void>(ReasonOf(zip_file_get_error(file.get())));
         Fail(std::string(entry.name) + ": damaged data");
     }
     return block;
@@ -106,7 +119,7 @@ zip_stat_t StatEntry(zip_t* archive, zip_uint64_t index) {
     zip_stat_t entry;
     zip_stat_init(&entry);
     if (zip_stat_index(archive, index, 0, &entry) != 0 || (entry.valid & kNeeded) != kNeeded) {
-        Fail(zip_strerror(archive));
+        Fail(ReasonOf(zip_get_error(archive)));
     }
     if (entry.encryption_method != ZIP_EM_NONE) {
         Fail(std::string(entry.name) + ": encrypted");
@@ -123,14 +136,14 @@ void AddEntry(zip_t* archive, const std::string& path, const FolderArchive::Bloc
     const zip_int64_t added =
         source != nullptr ? zip_file_add(archive, path.c_str(), source.get(), ZIP_FL_ENC_UTF_8) : -1;
     if (added < 0) {
-        Fail(path + ": " + zip_strerror(archive));
+        Fail(path + ": " + ReasonOf(zip_get_error(archive)));
     }
     static_cast<void>(source.release());  // The archive's now.
     const auto index = static_cast<zip_uint64_t>(added);
     const zip_int32_t method = block.size() < kSmallBlock ? ZIP_CM_STORE : ZIP_CM_DEFLATE;
     if (zip_set_file_compression(archive, index, method, 0) != 0 ||
         zip_file_set_dostime(archive, index, kNoTime, kFirstDate, 0) != 0) {
-        Fail(path + ": " + zip_strerror(archive));
+        Fail(path + ": " + ReasonOf(zip_get_error(archive)));
     }
 }
 
@@ -150,7 +163,7 @@ std::string TakeBytes(zip_source_t* source) {
     zip_stat_t written;
     zip_stat_init(&written);
     if (zip_source_stat(source, &written) != 0 || zip_source_open(source) != 0) {
-        Fail(zip_error_strerror(zip_source_error(source)));
+        Fail(ReasonOf(zip_source_error(source)));
     }
     std::string bytes(written.size, '\0');
     const zip_int64_t read = zip_source_read(source, bytes.data(), bytes.size());
@@ -212,7 +225,7 @@ std::string FolderArchive::ToBytes() const {
         AddEntry(archive.get(), path, block);
     }
     if (zip_close(archive.get()) != 0) {
-        Fail(zip_strerror(archive.get()));
+        Fail(ReasonOf(zip_get_error(archive.get())));
     }
     static_cast<void>(archive.release());  // Freed by its closing.
     return TakeBytes(source.get());

@@ -12,19 +12,11 @@ namespace {
 
 // The pixels of an image as a matrix over its memory; empty unless it is 8-bit and of a single plane.
 cv::Mat Over(ICIF& image) {
-    const auto pixels = SmartPtr<IPixels>::QueryFrom(&image);
-    int width = 0;
-    int height = 0;
-    int extra = 0;
-    unsigned char* data = nullptr;
-    int stride = 0;
-    int planes = 0;
-    int bits = 0;
-    if (!pixels || Failed(image.GetSize(&width, &height, &extra)) ||
-        Failed(pixels->GetPixels(&data, &stride, &planes, &bits)) || planes != 1 || bits != 8) {
+    const ImagePixels pixels = PixelsOf(image);
+    if (!pixels.AreBytes()) {
         return {};
     }
-    return {height, width, CV_8UC1, data, static_cast<std::size_t>(stride)};
+    return {pixels.height, pixels.width, CV_8UC1, pixels.data, static_cast<std::size_t>(pixels.stride)};
 }
 
 // The image of a mask figure; empty when it has none.

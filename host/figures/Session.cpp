@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <new>
 #include <system_error>
 
 #include "contract/Capabilities.h"
@@ -86,7 +87,7 @@ Session::Session(const fs::path& modules) : m_modules(modules) {
         throw Error("cannot use module", (modules / "CollectionsEx.so").string(), "it gives no component collection");
     }
     m_components = SmartPtr<HostCollection>::Adopt(new HostCollection(m_modules, std::move(framework)));
-    gGlobalComponentCollection = SmartPtr<IComponentCollection>::Share(m_components.Get());
+    UseComponents(m_components.Get());
     m_initializeModule = m_modules.Find<InitializeModuleEntry>("ROI", kInitializeModuleSymbol);
     m_createFunction = m_modules.Find<CreateFunctionEntry>("ROI", kCreateFunctionSymbol);
     m_initializeModule(nullptr, m_components.Get());
@@ -95,7 +96,7 @@ Session::Session(const fs::path& modules) : m_modules(modules) {
 
 Session::~Session() {
     m_initializeModule(nullptr, nullptr);
-    gGlobalComponentCollection.Reset();
+    UseComponents(nullptr);
 }
 
 std::vector<std::string> Session::Classes() const {
@@ -115,7 +116,11 @@ Figure Session::Create(const std::string& name, const std::string& className) co
         throw UnknownName("class", className, Classes());
     }
     SmartPtr<IROI> roi;
-    if (Failed(create(nullptr, &IidOf<IROI>(), roi.ReceiveVoid()))) {
+    const Result code = create(nullptr, &IidOf<IROI>(), roi.ReceiveVoid());
+    if (code == E_FAIL) {
+        throw std::bad_alloc();  // Which is all that a creation function means by it.
+    }
+    if (Failed(code)) {
         throw Error("cannot create", className, "the module refuses");
     }
     return {name, type, std::move(roi), nullptr};

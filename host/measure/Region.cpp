@@ -135,21 +135,15 @@ Pixels FromBox(cv::Rect box, cv::Rect field) {
 
 // The pixels of an image that are not 0 in some byte; nothing when the image has no pixels.
 std::optional<Pixels> FromMask(ICIF& image, cv::Point origin, const Sector& sector) {
-    const auto source = SmartPtr<IPixels>::QueryFrom(&image);
-    unsigned char* data = nullptr;
-    int stride = 0;
-    int planes = 0;
-    int bits = 0;
-    int extra = 0;
-    cv::Size size;
-    if (!source || Failed(source->GetPixels(&data, &stride, &planes, &bits)) ||
-        Failed(image.GetSize(&size.width, &size.height, &extra)) || size.empty()) {
+    const ImagePixels source = PixelsOf(image);
+    const cv::Size size(source.width, source.height);
+    if (size.empty()) {
         return std::nullopt;
     }
-    const int bytes = planes * bits / 8;
+    const int bytes = source.planes * source.bits / 8;
     Pixels pixels{{}, cv::Rect(origin, size), true};
     for (int j = 0; j < size.height; ++j) {
-        const unsigned char* row = data + static_cast<std::ptrdiff_t>(j) * stride;
+        const unsigned char* row = source.data + static_cast<std::ptrdiff_t>(j) * source.stride;
         const auto marked = [&](int i) {
             const unsigned char* pixel = row + static_cast<std::ptrdiff_t>(i) * bytes;
             return std::any_of(pixel, pixel + bytes, [](unsigned char byte) { return byte != 0; });

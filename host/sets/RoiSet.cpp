@@ -1,6 +1,7 @@
 #include "host/sets/RoiSet.h"
 
 #include <algorithm>
+#include <new>
 #include <unordered_set>
 
 #include "framework/support/Utf8.h"
@@ -50,6 +51,8 @@ RoiSet RoiSet::Load(const Session& session, const UserPath& path) {
         for (Figure& figure : IsXML(path) ? ReadXMLSet(session, bytes) : ReadFolderSet(session, bytes)) {
             set.Add(std::move(figure));
         }
+    } catch (const std::bad_alloc&) {
+        throw;  // The file has no part in it.
     } catch (const std::exception& failure) {
         throw Error("broken set", path.Typed(), failure.what());
     }
@@ -67,6 +70,8 @@ std::vector<Warning> RoiSet::Save(const UserPath& path) const {
     std::string bytes;
     try {
         bytes = IsXML(path) ? WriteXMLSet(m_figures) : WriteFolderSet(m_figures);
+    } catch (const std::bad_alloc&) {
+        throw;
     } catch (const std::exception& failure) {
         throw Error("cannot write set", path.Typed(), failure.what());
     }

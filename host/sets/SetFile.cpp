@@ -5,7 +5,8 @@
 #include <climits>
 #include <cmath>
 #include <cstring>
-#include <nlohmann/json.hpp>
+#include <memory>
+#include <new>
 #include <opencv2/imgcodecs.hpp>
 #include <optional>
 #include <pugixml.hpp>
@@ -21,12 +22,11 @@
 #include "host/figures/MaskPicture.h"
 #include "host/figures/Parameters.h"
 #include "host/images/Image.h"
+#include "host/sets/JsonLists.h"
 
 namespace host {
 
 namespace {
-
-using nlohmann::json;
 
 constexpr const char* kListing = "figures.json";
 
@@ -35,6 +35,8 @@ constexpr const char* kListing = "figures.json";
 constexpr std::uint64_t kMostMaskPixels = std::uint64_t{256} << 20;
 constexpr std::size_t kLongestJson = std::size_t{16} << 20;
 constexpr std::size_t kLongestXML = std::size_t{32} << 20;
+// What decoding an image takes beside its pixels.
+constexpr std::size_t kDecoderBytes = std::size_t{1} << 20;
 
 void CheckLength(std::size_t length, std::size_t longest) {
     if (length > longest) {
@@ -75,7 +77,11 @@ template <class MakeStream>
 void LoadState(const Figure& figure, MakeStream makeStream) {
     const SmartPtr<INamedCollection> list = BASEObject::CreateParameters();
     const auto persist = SmartPtr<IDataPersist>::QueryFrom(list.Get());
-    if (!persist || Failed(persist->Load(makeStream().Get(), 0))) {
+    const SmartPtr<IDataStream> stream = makeStream();
+    if (!persist || !stream) {
+        throw std::bad_alloc();
+    }
+    if (Failed(persist->Load(stream.Get(), 0))) {
         Unsound(figure, "its values are damaged");
     }
     for (const NamedValue& entry : Entries(*list)) {
@@ -97,36 +103,18 @@ void LoadState(const Figure& figure, MakeStream makeStream) {
 std::string FolderOf(const Figure& figure) { return "figures/" + figure.name; }
 
 // The names of figures or the points of a shape as a block, and back.
-FolderArchive::Block JsonBlock(const json& value, int indent) {
-    const std::string text = value.dump(indent);
+FolderArchive::Block JsonBlock(const std::string& text) {
     CheckLength(text.size(), kLongestJson);
     return {text.begin(), text.end()};
 }
 
-// Brackets in brackets take the most memory for their length.
-void CheckDepth(const FolderArchive::Block& text) {
-    int depth = 0;
-    bool quoted = false;
-    for (auto at = text.begin(); at != text.end(); ++at) {
-        if (*at == '"') {
-            quoted = !quoted;
-        } else if (quoted && *at == '\\' && at + 1 != text.end()) {
-            ++at;
-        } else if (!quoted && (*at == '[' || *at == '{')) {
-            ++depth;
-        } else if (!quoted && (*at == ']' || *at == '}')) {
-            --depth;
-        }
-        if (depth > 2) {
-            throw std::runtime_error("a text in it is nested too deeply");
-        }
-    }
+std::string_view BytesOf(const FolderArchive::Block& block) noexcept {
+    return {reinterpret_cast<const char*>(block.data()), block.size()};
 }
 
-json ReadJson(const FolderArchive::Block& block) {
+std::string_view JsonText(const FolderArchive::Block& block) {
     CheckLength(block.size(), kLongestJson);
-    CheckDepth(block);
-    return json::parse(block);
+    return BytesOf(block);
 }
 
 void TakePixels(const Figure& figure, std::uint64_t pixels, std::uint64_t& left) {
@@ -140,7 +128,7 @@ void TakePixels(const Figure& figure, std::uint64_t pixels, std::uint64_t& left)
 std::optional<std::uint64_t> DeclaredPixels(const FolderArchive::Block& png) {
     constexpr std::string_view kStart("\x89PNG\r\n\x1A\n\0\0\0\rIHDR", 16);
     constexpr std::string_view kGrey("\x08\0", 2);
-    const std::string_view bytes(reinterpret_cast<const char*>(png.data()), png.size());
+    const std::string_view bytes = BytesOf(png);
     if (!bytes.starts_with(kStart) || bytes.size() < 26 || bytes.substr(24, kGrey.size()) != kGrey) {
         return std::nullopt;
     }
@@ -167,7 +155,9 @@ void LoadMaskImage(const Figure& figure, const FolderArchive& archive, std::uint
             Unsound(figure, "its mask is damaged");
         }
         TakePixels(figure, *declared, pixelsLeft);
-        const cv::Mat image = DecodeImage({reinterpret_cast<const char*>(png->data()), png->size()});
+        // A decoder without memory says no more than that it failed, so what it and the copy take is asked for before.
+        static_cast<void>(std::make_unique_for_overwrite<unsigned char[]>(2 * *declared + kDecoderBytes));
+        const cv::Mat image = DecodeImage(BytesOf(*png));
         if (image.empty() || image.type() != CV_8UC1) {
             Unsound(figure, "its mask is damaged");
         }
@@ -179,20 +169,12 @@ void SaveGeometry(const Figure& figure, FolderArchive& archive) {
     if (!figure.geometry) {
         return;
     }
-    json points = json::array();
-    for (const ImagePoint& point : PointsOf(figure)) {
-        points.push_back({point.x, point.y});
-    }
-    archive.Put(FolderOf(figure) + "/geometry.json", JsonBlock(points, -1));
+    archive.Put(FolderOf(figure) + "/geometry.json", JsonBlock(PointsText(PointsOf(figure))));
 }
 
 void LoadGeometry(Figure& figure, const FolderArchive& archive) {
     if (const FolderArchive::Block* block = archive.Find(FolderOf(figure) + "/geometry.json")) {
-        std::vector<ImagePoint> points;
-        for (const json& point : ReadJson(*block)) {
-            points.emplace_back(point.at(0).get<double>(), point.at(1).get<double>());
-        }
-        SetPoints(figure, points);
+        SetPoints(figure, ParsePoints(JsonText(*block)));
     }
 }
 
@@ -229,15 +211,15 @@ void LoadFigure(Figure& figure, const std::shared_ptr<FolderArchive>& archive, s
 
 std::string WriteFolderSet(const std::vector<Figure>& figures) {
     const auto archive = std::make_shared<FolderArchive>();
-    json listing = json::array();
+    std::vector<ListedFigure> listing;
     std::uint64_t pixelsLeft = kMostMaskPixels;
     for (const Figure& figure : figures) {
-        listing.push_back({{"name", figure.name}, {"class", figure.type->name}});
+        listing.push_back({figure.name, figure.type->name});
         SaveState(figure, MakeFolderStream(archive, FolderOf(figure)).Get());
         SaveMaskImage(figure, *archive, pixelsLeft);
         SaveGeometry(figure, *archive);
     }
-    archive->Put(kListing, JsonBlock(listing, 1));
+    archive->Put(kListing, JsonBlock(ListingText(listing)));
     return archive->ToBytes();
 }
 
@@ -250,8 +232,8 @@ std::vector<Figure> ReadFolderSet(const Session& session, std::string_view bytes
     std::vector<Figure> figures;
     Names names;
     std::uint64_t pixelsLeft = kMostMaskPixels;
-    for (const json& entry : ReadJson(*listing)) {
-        figures.push_back(NewFigure(session, names, entry.at("name"), entry.at("class")));
+    for (const ListedFigure& entry : ParseListing(JsonText(*listing))) {
+        figures.push_back(NewFigure(session, names, entry.name, entry.className));
         LoadFigure(figures.back(), archive, pixelsLeft);
     }
     return figures;
@@ -279,6 +261,9 @@ std::vector<Figure> ReadXMLSet(const Session& session, std::string_view bytes) {
     const auto document = std::make_shared<pugi::xml_document>();
     CheckLength(bytes.size(), kLongestXML);
     const pugi::xml_parse_result parsed = document->load_buffer(bytes.data(), bytes.size());
+    if (parsed.status == pugi::status_out_of_memory) {
+        throw std::bad_alloc();
+    }
     if (!parsed) {
         throw std::runtime_error(fmt::format("{} at byte {}", parsed.description(), parsed.offset));
     }

@@ -1,4 +1,5 @@
-// The two forms of a set on disk. Reading throws std::exception with the reason for anything unsound.
+// The two forms of a set on disk. Reading throws std::bad_alloc without memory and
+// any other std::exception, with the reason, for anything unsound.
 #pragma once
 
 #include <string>

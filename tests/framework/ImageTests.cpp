@@ -65,7 +65,7 @@ TEST_F(ImageTest, AbsurdSizesAreRefusedAndChangeNothing) {
     }
     int width = 0;
     int height = 0;
-    EXPECT_EQ(canvas.image->GetSize(&width, &height, nullptr), S_OK);
+    EXPECT_EQ(SizeOf(*canvas.image, &width, &height), S_OK);
     EXPECT_EQ(width * 10 + height, 32);
     EXPECT_EQ(canvas.image->Fill(300), S_OK);
     EXPECT_EQ(canvas.Drawn(), 6);

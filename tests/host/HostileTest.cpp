@@ -73,4 +73,34 @@ TEST_F(Hostile, FilesOfAnySizeAreRefusedBeforeTheyFillTheMemory) {
     }
 }
 
+// Wherever there is memory enough to start, the set is listed or the lack is named, and the file is never blamed.
+TEST_F(Hostile, ALackOfMemoryIsNotBlamedOnASoundSet) {
+#if defined(__SANITIZE_ADDRESS__)
+    GTEST_SKIP() << "the sanitizer maps terabytes";
+#endif
+    std::string points;
+    for (int i = 0; i < 200000; ++i) {
+        points += (i == 0 ? "[[" : ",[") + std::to_string(i) + ".25," + std::to_string(i % 97) + ".5]";
+    }
+    Done({"add", "a.roi", "ROIShape", "--name", "s", "--points", "1,2"});
+    WriteSet("figures/s/geometry.json", points + "]");
+    const auto run = [&](int kib, std::vector<std::string> words) {
+        const std::string limit = "ulimit -c 0; ulimit -v " + std::to_string(kib) + "; exec \"$@\"";
+        words.insert(words.begin(), {"/bin/bash", "-c", limit, "-", BIN_DIR "/roi"});
+        return RunProgram(std::move(words), Folder());
+    };
+    int lacks = 0;
+    RunResult result;
+    for (int kib = 160 << 10; result.exitCode != 0 && kib < 600 << 10; kib += 2 << 10) {
+        if (run(kib, {"classes"}).exitCode != 0) {
+            continue;
+        }
+        result = run(kib, {"list", "hostile.roi"});
+        lacks += result.exitCode != 0;
+        EXPECT_TRUE(result.exitCode == 0 || Starts(result.err, "roi: error: out of memory: ")) << kib << result.err;
+    }
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_GT(lacks, 0);
+}
+
 }  // namespace

@@ -191,7 +191,7 @@ Seen TakeGiven(Stage& s) {
     if (const auto pixels = As<IPixels>(given.Get())) {
         unsigned char* data = nullptr;
         int width = 0, height = 0, stride = 0, planes = 0, bits = 0;
-        As<ICIF>(given.Get())->GetSize(&width, &height, nullptr);
+        SizeOf(*As<ICIF>(given.Get()), &width, &height);
         pixels->GetPixels(&data, &stride, &planes, &bits);
         Note(&seen, L"pixels", std::count(data, data + height * stride, 255));
     }

@@ -223,8 +223,8 @@ void CompareMaskWithHitTest(IROI* figure, double margin, int enough) {
     const Box box = BoundingRect(figure);
     Pixels pixels;
     ASSERT_EQ(As<IPixels>(mask.Get())->GetPixels(&pixels.data, &pixels.stride, &pixels.planes, &pixels.bits), S_OK);
-    int width = 0, height = 0, extra = 0;
-    mask->GetSize(&width, &height, &extra);
+    int width = 0, height = 0;
+    SizeOf(*mask, &width, &height);
     EXPECT_EQ(std::pair(unsigned(width), unsigned(height)), std::pair(box.width, box.height));
     EXPECT_EQ(std::pair(pixels.planes, pixels.bits), std::pair(1, 8));
     int compared[2] = {};
