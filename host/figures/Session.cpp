@@ -45,7 +45,7 @@ void EnterModuleFolder() {
     namespace fs = std::filesystem;
     std::error_code failure;
     const fs::path bin = fs::read_symlink("/proc/self/exe", failure).parent_path();
-    const fs::path lib = bin / "../lib/roi";
+    const fs::path lib = bin / ROI_BIN_TO_MODULES;
     fs::current_path(!fs::exists(bin / "ROI.so", failure) && fs::exists(lib / "ROI.so", failure) ? lib : bin, failure);
     if (failure) {
         throw Error("cannot enter the folder of the modules", bin.string(), failure.message());
