@@ -9,13 +9,6 @@ set(CPACK_STRIP_FILES ON)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
     OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 set(CPACK_COMPONENTS_ALL Runtime Devel)
-set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "regions of interest for image inspection
- Places ellipses, rings, rectangles, parallelograms, polylines, polygons and masks
- on images, edits them by their nodes, measures what they hold and draws them. The
- figures are a module that other programs load too.")
-set(CPACK_COMPONENT_DEVEL_DESCRIPTION "contract between hosts and the module ROI.so
- Headers, a static library and examples for programs that load the module of
- figures and drive it through its interfaces.")
 set(CPACK_COMPONENT_DEVEL_DEPENDS Runtime)
 
 set(CPACK_DEB_COMPONENT_INSTALL ON)
@@ -25,10 +18,15 @@ set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME roi)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION graphics)
+set(CPACK_DEBIAN_RUNTIME_DESCRIPTION "Places ellipses, rings, rectangles, parallelograms, polylines, polygons and
+masks on images, edits them by their nodes, measures what they hold and draws
+them. The figures are a module that other programs load too.")
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SUGGESTS gnuplot-nox)
 set(CPACK_DEBIAN_DEVEL_PACKAGE_NAME libroi-dev)
 set(CPACK_DEBIAN_DEVEL_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEVEL_PACKAGE_DEPENDS libc6-dev)
+set(CPACK_DEBIAN_DEVEL_DESCRIPTION "Headers, a static library and examples for hosts of the module of figures:
+programs that load it and drive it through its interfaces.")
 
 # What Debian asks of a package beyond what an installation has.
 set(CPACK_PRE_BUILD_SCRIPTS ${CMAKE_CURRENT_LIST_DIR}/DebianFiles.cmake)
