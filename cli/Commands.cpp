@@ -27,9 +27,9 @@ void AddFormatOption(CLI::App& command, TableFormat& format) {
     command
         .add_option_function<std::string>(
             "--format", [&format](const std::string& name) { format = kFormats.at(name); },
-            "table (for people), csv or json")
+            "Rows as a table for people, as csv or as json")
         ->check(CLI::IsMember({"table", "csv", "json"}).description(""))
-        ->type_name("FORMAT");
+        ->type_name("table|csv|json");
 }
 
 }  // namespace host::cli

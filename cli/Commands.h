@@ -32,6 +32,8 @@ void AddDrawCommand(CLI::App& roi);
 void AddMaskCommand(CLI::App& roi);
 void AddProfileCommand(CLI::App& roi);
 void AddCheckCommand(CLI::App& roi);
+void AddManualCommand(CLI::App& roi);
+void AddCompletionCommand(CLI::App& roi);
 
 /// A subcommand with its one-line description and, at the end of its help, an example.
 CLI::App& AddCommand(CLI::App& roi, const std::string& name, const std::string& description,

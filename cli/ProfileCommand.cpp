@@ -33,9 +33,12 @@ struct ProfileOptions {
 std::string TableOf(const std::vector<CurvePoint>& curve, TableFormat format) {
     Table table({"distance", "x", "y", "mean", "std", "samples"});
     for (const CurvePoint& point : curve) {
-        const bool any = point.samples > 0;
-        table.Add({point.distance, point.at.x, point.at.y, any ? Cell(point.mean) : Cell(),
-                   any ? Cell(point.deviation) : Cell(), std::int64_t{point.samples}});
+        std::vector<Cell> row = {point.distance, point.at.x, point.at.y, {}, {}, std::int64_t{point.samples}};
+        if (point.samples > 0) {
+            row[3] = point.mean;
+            row[4] = point.deviation;
+        }
+        table.Add(std::move(row));
     }
     return table.Format(format);
 }

@@ -34,6 +34,8 @@ void AddCommands(CLI::App& roi) {
     AddMaskCommand(roi);
     AddProfileCommand(roi);
     AddCheckCommand(roi);
+    AddManualCommand(roi);
+    AddCompletionCommand(roi);
     roi.require_subcommand(1);
 }
 
