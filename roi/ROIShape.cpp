@@ -15,12 +15,10 @@ void WriteUnlessNull(Value* out, Value value) noexcept {
     }
 }
 
-// A point of an element; what it answers is not looked at, and a coordinate that it does not write is 0.
-roi::Point PointOf(IPoints& element, int index) noexcept {
-    roi::Point point;
+// False, for no element too, when there is no such point.
+bool ReadPoint(const SmartPtr<IPoints>& element, int index, roi::Point* point) noexcept {
     double z = 0.0;
-    element.GetPoint(index, &point.x, &point.y, &z);
-    return point;
+    return element && Succeeded(element->GetPoint(index, &point->x, &point->y, &z));
 }
 
 }  // namespace
@@ -34,14 +32,14 @@ SmartPtr<IPoints> CROIShape::Element() noexcept {
     return element;
 }
 
-// False when there is no geometry or no extent in it.
+// False when there is no geometry, no extent in it or no such point.
 bool CROIShape::ReadExtent(roi::Extent<double>* extent) noexcept {
     const SmartPtr<IPoints> element = Element();
-    if (!element) {
+    roi::Point first;
+    roi::Point second;
+    if (!ReadPoint(element, 0, &first) || !ReadPoint(element, 1, &second)) {
         return false;
     }
-    const roi::Point first = PointOf(*element, 0);
-    const roi::Point second = PointOf(*element, 1);
     *extent = {first.x, first.x, first.y, first.y};
     extent->Include(second.x, second.y);
     return true;
@@ -53,11 +51,11 @@ Result CROIShape::SetGeometry(IGeometry* geometry) noexcept {
 }
 
 Result CROIShape::GetCenter(double* x, double* y) noexcept {
-    const SmartPtr<IPoints> element = Element();
-    const roi::Point center = element ? PointOf(*element, 2) : roi::Point{};
-    WriteUnlessNull(x, center.x);
-    WriteUnlessNull(y, center.y);
-    return element ? S_OK : E_FAIL;
+    roi::Point center;
+    const bool found = ReadPoint(Element(), 2, &center);
+    WriteUnlessNull(x, found ? center.x : 0.0);
+    WriteUnlessNull(y, found ? center.y : 0.0);
+    return found ? S_OK : E_FAIL;
 }
 
 Result CROIShape::GetBoundingSize(double* width, double* height) noexcept {
