@@ -2,12 +2,15 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <fstream>
 #include <memory>
 #include <vector>
 
+#include "check/ElfSymbols.h"
 #include "check/Runner.h"
 #include "cli/Commands.h"
-#include "host/base/SafeFile.h"
 #include "host/base/Text.h"
 #include "host/figures/Session.h"
 
@@ -54,6 +57,18 @@ std::vector<CheckGroup> ChosenGroups(const std::vector<std::string>& names) {
     return chosen;
 }
 
+// Refuses what no loader would take, of whatever size.
+void RequireModule(const UserPath& module) {
+    std::ifstream stream(module.Absolute(), std::ios::binary);
+    char start[256];
+    if (!stream.read(start, sizeof start) && stream.gcount() == 0) {
+        throw Error("cannot read module", module.Typed(), stream.is_open() ? "nothing to read" : std::strerror(errno));
+    }
+    if (!BeginsAsSharedObject({start, static_cast<std::size_t>(stream.gcount())})) {
+        throw Error("cannot check", module.Typed(), "no shared object for this processor");
+    }
+}
+
 CheckCounts Counted(const CheckGroup& group, const std::string& module, const CheckOptions& options) {
     try {
         return RunGroup(group, module, options);
@@ -67,7 +82,7 @@ void Run(const CheckCommand& command) {
     EnterModuleFolder();
     const bool own = command.module.Typed().empty();
     const UserPath module = own ? UserPath("./ROI.so") : command.module;
-    ReadWholeFile("module", module);  // says why a file cannot be had
+    RequireModule(module);
     CheckCounts all;
     for (const CheckGroup& group : groups) {
         const CheckCounts counts = Counted(group, module.Absolute().string(), command.options);
