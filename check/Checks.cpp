@@ -24,9 +24,31 @@ std::string CodeText(Result code) {
     }
 }
 
+namespace {
+
+// At most `room` bytes of a text, of which no character is cut.
+std::string Cut(std::string text, std::size_t room) {
+    if (text.size() <= room) {
+        return text;
+    }
+    std::size_t length = room - 3;
+    while (length > 0 && (static_cast<unsigned char>(text[length]) & 0xC0) == 0x80) {
+        --length;
+    }
+    return text.substr(0, length) + "...";
+}
+
+}  // namespace
+
 void TellFailure(std::string_view group, std::string_view sentence, std::string_view expected, std::string_view got) {
-    fmt::print(stderr, "roi: check failed: {}: {}: expected {}, got {}\n", group, Harmless(sentence),
-               Harmless(expected), Harmless(got));
+    constexpr std::size_t kLongestLine = 300;
+    const std::string told = Cut(Harmless(got), 80);
+    const std::size_t frame = fmt::formatted_size("roi: check failed: {}: : expected , got \n", group) + told.size();
+    const std::size_t room = kLongestLine - frame;
+    const std::string wanted = Harmless(expected);
+    const std::string what = Cut(Harmless(sentence), std::max(room / 2, room - std::min(room, wanted.size())));
+    fmt::print(stderr, "roi: check failed: {}: {}: expected {}, got {}\n", group, what, Cut(wanted, room - what.size()),
+               told);
 }
 
 void CheckReport::Begin(std::string_view sentence) {

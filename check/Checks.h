@@ -21,7 +21,7 @@ struct CheckProgress {
 /// What the user may choose.
 struct CheckOptions {
     unsigned seed = 1;
-    int repeat = 20;
+    int repeat = 5;
     int secondsPerGroup = 60;
 };
 
@@ -83,5 +83,5 @@ class Checks : public CheckReport {
     TestedModule& module;
 };
 
-/// Tells of a failed check on standard error.
+/// Tells of a failed check on standard error, in one line of at most 300 bytes: what is too long is cut.
 void TellFailure(std::string_view group, std::string_view sentence, std::string_view expected, std::string_view got);

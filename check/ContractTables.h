@@ -24,13 +24,16 @@ struct Operation {
 
 /// What an output holds that the operation did not write.
 inline constexpr double kUntouched = -98765.0;
+/// What matches any output.
+inline constexpr double kAnything = -98766.0;
 
 /// One call of a scenario and what must come of it. Arguments are numbers in the order of the
 /// signature; interfaces take as many as they need, and are null without any. An object that is handed
 /// out reads 1, a null one 0.
 ///
 /// Besides the operations there are steps on the figure's parameter list: `set NAME` with a number,
-/// `press NAME` with a whole one, `type NAME=TEXT`, and `read NAME`.
+/// `press NAME` with a whole one, `type NAME=TEXT`, and `read NAME`. Several names and values at once are parted by
+/// semicolons.
 struct Step {
     const char* operation;
     std::vector<double> arguments = {};

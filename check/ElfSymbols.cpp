@@ -37,7 +37,7 @@ bool IsExported(const Elf64_Sym& symbol) noexcept {
 std::vector<Elf64_Shdr> Sections(std::string_view file) {
     std::vector<Elf64_Shdr> sections;
     const auto header = RecordAt<Elf64_Ehdr>(file, 0);
-    if (!header || std::memcmp(header->e_ident, ELFMAG, SELFMAG) != 0 || header->e_ident[EI_CLASS] != ELFCLASS64) {
+    if (!header || !BeginsAsSharedObject(file)) {
         return sections;
     }
     for (std::uint64_t i = 0; i < header->e_shnum; ++i) {
@@ -49,6 +49,12 @@ std::vector<Elf64_Shdr> Sections(std::string_view file) {
 }
 
 }  // namespace
+
+bool BeginsAsSharedObject(std::string_view start) noexcept {
+    const auto header = RecordAt<Elf64_Ehdr>(start, 0);
+    return header && std::memcmp(header->e_ident, ELFMAG, SELFMAG) == 0 && header->e_ident[EI_CLASS] == ELFCLASS64 &&
+           header->e_type == ET_DYN && header->e_machine == EM_X86_64;
+}
 
 std::set<std::string> ExportedSymbols(std::string_view file) {
     std::set<std::string> exported;

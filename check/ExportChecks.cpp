@@ -1,9 +1,11 @@
 // The exported symbols and the two entry points.
+#include <fcntl.h>
 #include <fmt/format.h>
 #include <fmt/ranges.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
-#include <fstream>
-#include <iterator>
 #include <set>
 
 #include "check/ElfSymbols.h"
@@ -13,15 +15,36 @@
 
 namespace {
 
-std::string BytesOf(const std::string& file) {
-    std::ifstream stream(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), {}};
-}
+// The bytes of a file, of which only those that are looked at are read.
+class MappedFile {
+  public:
+    explicit MappedFile(const std::string& file) {
+        const int descriptor = open(file.c_str(), O_RDONLY | O_CLOEXEC);
+        struct stat status {};
+        if (descriptor >= 0 && fstat(descriptor, &status) == 0) {
+            m_size = static_cast<std::size_t>(status.st_size);
+            m_data = mmap(nullptr, m_size, PROT_READ, MAP_PRIVATE, descriptor, 0);
+        }
+        close(descriptor);
+        if (m_data == MAP_FAILED) {
+            throw CheckFailed{"a file that can be read", "none"};
+        }
+    }
+    ~MappedFile() { munmap(m_data, m_size); }
+    MappedFile(const MappedFile&) = delete;
+    MappedFile& operator=(const MappedFile&) = delete;
+
+    std::string_view Bytes() const noexcept { return {static_cast<const char*>(m_data), m_size}; }
+
+  private:
+    void* m_data = MAP_FAILED;
+    std::size_t m_size = 0;
+};
 
 void CheckSymbols(Checks& checks) {
     checks.Begin("the module exports its two entry points and nothing else");
     const std::set<std::string> wanted = {kCreateFunctionSymbol, kInitializeModuleSymbol};
-    const std::set<std::string> exported = ExportedSymbols(BytesOf(checks.module.File()));
+    const std::set<std::string> exported = ExportedSymbols(MappedFile(checks.module.File()).Bytes());
     checks.Equal(fmt::format("{}", fmt::join(exported, " ")), fmt::format("{}", fmt::join(wanted, " ")));
 }
 

@@ -15,13 +15,21 @@ void CheckParameters(Checks& checks);
 void CheckPersistence(Checks& checks);
 void CheckTransforms(Checks& checks);
 void CheckMasks(Checks& checks);
-void CheckNodes(Checks& checks);
+void CheckBoxes(Checks& checks);
+void CheckRounds(Checks& checks);
+void CheckProfiles(Checks& checks);
+void CheckSiblings(Checks& checks);
+void CheckAlone(Checks& checks);
 void CheckSequences(Checks& checks);
+
+/// Whether the framework's modules are within reach of the module under test.
+enum class Siblings { kPresent, kAbsent };
 
 struct CheckGroup {
     const char* name;
     const char* what;
     void (*run)(Checks& checks);
+    Siblings siblings = Siblings::kPresent;
 };
 
 /// All groups, in the order in which they run.

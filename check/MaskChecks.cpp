@@ -32,7 +32,29 @@ const std::vector<Scenario>& Scenarios() {
         {"a profile has no mask", "ROIProfile", {{"GetMask", {}, {kUntouched}, E_NOTIMPL}}},
         {"a ring of no width has no mask",
          "ROIDonut",
-         {{"SetRadius", {0, 0.25, 9}}, {"SetRadius", {1, 0.25, 9}}, {"GetMask", {}, {0}, E_FAIL}}}};
+         {{"SetRadius", {0, 0.25, 9}},
+          {"SetRadius", {1, 0.7, 9}},
+          {"GetMask", {}, {0}, E_FAIL},
+          {"SetRadius", {1, 0.75, 9}},
+          {"GetMask", {}, {1}}}},
+        {"a ring of no height has no mask",
+         "ROIArcDonut",
+         {{"SetRadius", {0, 9, 0.25}},
+          {"SetRadius", {1, 9, 0.7}},
+          {"GetMask", {}, {0}, E_FAIL},
+          {"SetRadius", {1, 9, 0.75}},
+          {"GetMask", {}, {1}}}},
+        {"negative radii do no harm",
+         "ROIArcDonut",
+         {{"SetRadius", {0, -9, -9}}, {"SetRadius", {1, -9, -9}}, {"HitTest", {50, 50}, {0}, E_FAIL}}},
+        {"a mask's image does not follow its rectangle",
+         "ROIMask",
+         {{"SetMask", {20, 30, 7}},
+          {"SetCornerPoint", {4, 100, 80}},
+          {"GetSize", {}, {75, 55}},
+          {"GetBoundingRect", {}, {25, 25, 20, 30}},
+          {"put_Roll", {1}},
+          {"GetMask", {}, {1}}}}};
     return kScenarios;
 }
 
@@ -42,10 +64,15 @@ struct CacheStep {
     bool drawsAnew;
 };
 const std::vector<CacheStep>& CacheSteps() {
-    static const std::vector<CacheStep> kSteps = {
-        {{"GetCenter"}, false},           {{"SetCenter", {60, 61}}, false},
-        {{"SetLimits", {1, 2}}, false},   {{"SetRadius", {0, 21, 22}}, true},
-        {{"SetNode", {2, 85, 61}}, true}, {{"Transform", {1, 0, 0, 1, 0, 0}}, true}};
+    static const std::vector<CacheStep> kSteps = {{{"GetCenter"}, false},
+                                                  {{"SetCenter", {60, 61}}, false},
+                                                  {{"SetLimits", {1, 2}}, false},
+                                                  {{"set CenterX;StartAngle", {45, 30}}, false},
+                                                  {{"SetRadius", {0, 21, 22}}, true},
+                                                  {{"SetNode", {2, 85, 61}}, true},
+                                                  {{"SetNode", {8, 85, 61}}, true},
+                                                  {{"Transform", {1, 0, 0, 1, 0, 0}}, true},
+                                                  {{"HitTest", {70, 61}}, false}};
     return kSteps;
 }
 
@@ -56,7 +83,7 @@ void CheckCache(Checks& checks, const char* className) {
     for (const CacheStep& entry : CacheSteps()) {
         checks.Begin(
             fmt::format("{} of {} {} the mask", entry.step.operation, className, entry.drawsAnew ? "renews" : "keeps"));
-        Call(*roi, figure.At(entry.step.operation), entry.step.arguments);
+        Take(figure, roi, entry.step);
         SmartPtr<IUnknown> now = Call(*roi, figure.At("GetMask"), {}).object;
         checks.Expect((now.Get() != mask.Get()) == entry.drawsAnew, entry.drawsAnew ? "a new image" : "the same image",
                       entry.drawsAnew ? "the same image" : "a new image");
@@ -67,19 +94,27 @@ void CheckCache(Checks& checks, const char* className) {
 // The pixels of an image, with no more asked of it than where they lie.
 class MaskPixels {
   public:
-    explicit MaskPixels(const SmartPtr<IUnknown>& mask) : m_image(Require<ICIF>(mask)), m_pixels(PixelsOf(*m_image)) {
-        if (!m_pixels.AreBytes()) {
-            throw CheckFailed{"a mask of one plane of 8 bits", fmt::format("{} of {}", m_pixels.planes, m_pixels.bits)};
+    explicit MaskPixels(const SmartPtr<IUnknown>& mask) : m_pixels(Require<IPixels>(mask)) {
+        int planes = 0;
+        int bits = 0;
+        int extra = 0;
+        const auto image = Require<ICIF>(mask);
+        if (m_pixels->GetPixels(&m_data, &m_stride, &planes, &bits) != S_OK || planes != 1 || bits != 8 ||
+            image->GetSize(&m_width, &m_height, &extra) != S_OK) {
+            throw CheckFailed{"a mask of one plane of 8 bits", fmt::format("{} of {}", planes, bits)};
         }
     }
 
-    int Width() const noexcept { return m_pixels.width; }
-    int Height() const noexcept { return m_pixels.height; }
-    int At(int x, int y) const noexcept { return m_pixels.data[static_cast<std::ptrdiff_t>(y) * m_pixels.stride + x]; }
+    int Width() const noexcept { return m_width; }
+    int Height() const noexcept { return m_height; }
+    int At(int x, int y) const noexcept { return m_data[static_cast<std::ptrdiff_t>(y) * m_stride + x]; }
 
   private:
-    SmartPtr<ICIF> m_image;
-    ImagePixels m_pixels;
+    SmartPtr<IPixels> m_pixels;
+    unsigned char* m_data = nullptr;
+    int m_stride = 0;
+    int m_width = 0;
+    int m_height = 0;
 };
 
 // Whether the hit test gives one answer at a point and all around it.
@@ -131,12 +166,12 @@ void CompareWithHitTest(Checks& checks, const ClassContract& figure, const Smart
                   fmt::format("{} wrong pixels, the first {}", comparison.wrong, comparison.first));
 }
 
-void CheckRectangleMask(Checks& checks, double roll) {
-    checks.Begin(fmt::format("the mask of a rectangle rolled by {} agrees with the hit test", roll));
+void CheckRectangleMask(Checks& checks, double width, double height, double roll) {
+    checks.Begin(
+        fmt::format("the mask of a rectangle of {} by {} rolled by {} agrees with the hit test", width, height, roll));
     const ClassContract& figure = ClassNamed("ROIRectangle");
     const auto roi = checks.module.New<IROI>(figure);
-    const Step steps[] = {
-        {"SetCenter", {40.3, -12.6}}, {"SetSize", {61.5, roll < 0 ? -33.0 : 33.0}}, {"put_Roll", {roll}}};
+    const Step steps[] = {{"SetCenter", {40.3, -12.6}}, {"SetSize", {width, height}}, {"put_Roll", {roll}}};
     TakeSteps(checks, figure, roi, steps);
     CompareWithHitTest(checks, figure, roi, 1.5);
 }
@@ -153,16 +188,43 @@ void CheckRingMask(Checks& checks, const char* className, double radius0, double
     CompareWithHitTest(checks, figure, roi, 2.5);
 }
 
+// A pixel, relative to the middle of the image, and its value. Rings are drawn as ellipses, though they are hit as
+// circles.
+struct Pixel {
+    int x, y, value;
+};
+constexpr Pixel kEllipses[] = {{25, 0, 255},   {-25, 0, 255}, {0, 25, 255},    {0, -25, 255}, {20, 18, 255},
+                               {-20, 18, 255}, {6, 0, 0},     {0, 15, 0},      {5, 10, 0},    {37, 15, 0},
+                               {-37, -15, 0},  {0, 0, 0},     {-25, -15, 255}, {30, -25, 0}};
+
+void CheckEllipses(Checks& checks, const char* className) {
+    checks.Begin(fmt::format("the mask of {} of ellipses has them about its middle", className));
+    const ClassContract& figure = ClassNamed(className);
+    const auto roi = checks.module.New<IROI>(figure);
+    const Step steps[] = {{"SetCenter", {70.25, 33.5}}, {"SetRadius", {0, 10, 20}}, {"SetRadius", {1, 40.2, 30.1}}};
+    TakeSteps(checks, figure, roi, steps);
+    const MaskPixels mask(Call(*roi, figure.At("GetMask"), {}).object);
+    checks.Equal(mask.Width(), 80);
+    checks.Equal(mask.Height(), 60);
+    for (const Pixel& pixel : kEllipses) {
+        const int value = mask.At(mask.Width() / 2 + pixel.x, mask.Height() / 2 + pixel.y);
+        checks.Expect(value == pixel.value, fmt::format("{} at ({}, {})", pixel.value, pixel.x, pixel.y),
+                      std::to_string(value));
+    }
+}
+
 }  // namespace
 
 void CheckMasks(Checks& checks) {
     Play(checks, Scenarios());
-    for (const double roll : {0.3, -0.7, 1.2, 2.5, 3.0}) {
-        checks.Try([&] { CheckRectangleMask(checks, roll); });
-    }
+    checks.Try([&] { CheckRectangleMask(checks, 61.5, 33, 0.3); });
+    checks.Try([&] { CheckRectangleMask(checks, 61.5, -33, -0.7); });
+    checks.Try([&] { CheckRectangleMask(checks, 20.5, 80, 2.5); });
+    checks.Try([&] { CheckRectangleMask(checks, 200, 6, 3.0); });
     for (const char* className : {"ROIDonut", "ROIArcDonut"}) {
         checks.Begin(fmt::format("{} keeps its mask", className));
         checks.Try([&] { CheckCache(checks, className); });
+        checks.Try([&] { CheckEllipses(checks, className); });
         for (const auto& radii : {std::pair(20.0, 30.0), {44.6, 31.2}, {12.0, 50.5}}) {
             checks.Try([&] { CheckRingMask(checks, className, radii.first, radii.second); });
         }

@@ -7,33 +7,26 @@
 #include "check/FigureLists.h"
 #include "check/Groups.h"
 #include "check/Scenario.h"
+#include "check/StandIns.h"
 #include "check/Streams.h"
+#include "framework/support/Utf8.h"
 
 namespace {
 
 bool IsProfile(const ClassContract& figure) { return std::string_view(figure.name) == "ROIProfile"; }
 bool IsEllipse(const ClassContract& figure) { return std::string_view(figure.name) == "ROIEllipse"; }
 
-std::vector<double> Seen(const SmartPtr<IROI>& roi, const ClassContract& figure) {
-    std::vector<double> seen = Observe(*roi, figure);
-    for (const NamedValue& value : ParametersOf(roi)) {
-        const auto* number = std::get_if<double>(&value.value);
-        seen.push_back(number != nullptr ? *number : std::get<int>(value.value));
-    }
-    return seen;
-}
-
 // A loaded figure says what the saved one says. The grip is asked for, and so raised, before it is saved.
 void CheckRoundTrip(Checks& checks, const ClassContract& figure, const char* stream, IDataStream* to,
                     IDataStream* from) {
     checks.Begin(fmt::format("{} comes back from a {} as it was saved", figure.name, stream));
     const auto saved = NewTypical(checks, figure);
-    const std::vector<double> expected = Seen(saved, figure);
+    const Observations expected = Observe(saved, figure);
     const auto loaded = checks.module.New<IROI>(figure);
     checks.Code(Require<IDataPersist>(saved)->Save(to, 0), S_OK);
     checks.Code(Require<IDataPersist>(loaded)->Load(from, 0), S_OK);
-    const std::vector<double> actual = Seen(loaded, figure);
-    checks.Expect(SameNumbers(actual, expected), NumbersText(expected), NumbersText(actual));
+    const Observations actual = Observe(loaded, figure);
+    ExpectSame(checks, figure, actual, expected);
 }
 
 void CheckFolder(Checks& checks, const ClassContract& figure) {
@@ -59,6 +52,198 @@ void CheckEllipseText(Checks& checks) {
     checks.Code(Require<IDataPersist>(loaded)->Load(storage.Parent().Get(), 0), S_OK);
     const Step steps[] = {{"GetCenter", {}, {40, -12}}, {"GetRadius", {}, {21, 9}}};
     TakeSteps(checks, figure, loaded, steps);
+}
+
+// The decimals that a value needs, at most nine.
+struct Decimals {
+    double value;
+    const char* text;
+};
+constexpr Decimals kDecimals[] = {{50, "50"},
+                                  {12.5, "12.5"},
+                                  {0.1, "0.1"},
+                                  {-3.25, "-3.25"},
+                                  {1.0 / 3, "0.333333333"},
+                                  {2.0 / 3, "0.666666667"},
+                                  {2e-9, "0"},
+                                  {123456.789, "123456.789"},
+                                  {-0.000000123, "-0.000000123"},
+                                  {1e22, "10000000000000000000000"}};
+
+void CheckDecimals(Checks& checks) {
+    const ClassContract& figure = ClassNamed("ROIEllipse");
+    for (const Decimals& row : kDecimals) {
+        checks.Begin(fmt::format("an ellipse writes {} with the decimals it needs", row.value));
+        const Storage storage;
+        const auto roi = checks.module.New<IROI>(figure);
+        const Step steps[] = {{"SetCenter", {row.value, 7}}, {"SetRadius", {3, 4.5}}};
+        TakeSteps(checks, figure, roi, steps);
+        checks.Code(Require<IDataPersist>(roi)->Save(storage.Element().Get(), 0), S_OK);
+        std::string written;
+        for (const pugi::xml_node element : storage.ElementNode().children()) {
+            written += fmt::format("{}={} ", element.name(), element.text().get());
+        }
+        checks.Equal(written, fmt::format("CenterX={} CenterY=7 RadiusX=3 RadiusY=4.5 ", row.text));
+    }
+}
+
+// A structured stream whose elements give their texts in either way, or in both.
+enum class Given { kDirectly, kByChild, kBoth };
+
+class Element final : public Lent<IString, IXMLStream> {
+  public:
+    std::wstring name, text;
+    std::vector<Element*> children;
+    Given given = Given::kDirectly;
+
+    Result GetText(const wchar_t** out, int* length) noexcept override {
+        const bool empty = given == Given::kDirectly;
+        *out = empty ? nullptr : text.data();
+        *length = empty ? 0 : static_cast<int>(text.size());
+        return S_OK;
+    }
+    Result SetText(int, const wchar_t*) noexcept override { return E_FAIL; }
+    Result Append(int, const wchar_t*) noexcept override { return E_FAIL; }
+    Result WriteValue(IString*, int, IString*, int) noexcept override { return E_FAIL; }
+    Result NextChild(tagREFString* out) noexcept override {
+        if (m_next == children.size()) {
+            return E_FAIL;
+        }
+        *out = Text(children[m_next++]->name);
+        return S_OK;
+    }
+    Result OpenChild(tagREFString, tagREFString* out, IUnknown** child, int mode) noexcept override {
+        Element& opened = *children[m_next - 1];
+        if (opened.given != Given::kByChild) {
+            *out = Text(opened.text);
+        }
+        opened.AddRef();
+        *child = static_cast<IString*>(&opened);
+        return mode == 1 ? S_OK : E_FAIL;
+    }
+
+  private:
+    std::size_t m_next = 0;
+};
+
+class Structured final : public Lent<IDataStream> {
+  public:
+    Element root;
+
+    Result QueryInterface(const IID& iid, void** out) noexcept override {
+        return iid == IID_IXMLStream ? root.QueryInterface(iid, out) : Lent::QueryInterface(iid, out);
+    }
+};
+
+struct WholeNumber {
+    const wchar_t* text;
+    double value;
+};
+constexpr WholeNumber kWholeNumbers[] = {
+    {L"#1A", 26},      {L"-7.9", -7}, {L"abc", 0}, {L"+12", 12}, {L"50.5", 50},      {L"+#F", 15},
+    {L"-#1a", -26},    {L"#1G", 1},   {L" 5", 0},  {L"12a", 12}, {L"4294967303", 7}, {L"2147483648", -2147483648.0},
+    {L"#FFFFFFFF", -1}};
+
+void CheckWholeNumbers(Checks& checks) {
+    const ClassContract& figure = ClassNamed("ROIEllipse");
+    for (const WholeNumber& row : kWholeNumbers) {
+        for (const Given given : {Given::kDirectly, Given::kByChild, Given::kBoth}) {
+            checks.Begin(fmt::format("an ellipse reads '{}' as a whole number, given {}",
+                                     ToUtf8(Text(std::wstring(row.text))),
+                                     given == Given::kDirectly ? "directly"
+                                     : given == Given::kBoth   ? "both ways"
+                                                               : "by its child"));
+            Structured stream;
+            Element entry, other, center, radius, nested;
+            nested.name = L"CenterY";
+            other.name = L"Other";
+            center.name = L"centerx";
+            radius.name = L"RADIUSY";
+            entry.name = L"anything";
+            nested.text = other.text = L"77";
+            center.text = radius.text = row.text;
+            center.given = radius.given = given;
+            other.children = {&nested};
+            entry.children = {&other, &center, &radius};
+            stream.root.children = {&entry};
+            const auto roi = checks.module.New<IROI>(figure);
+            checks.Code(Require<IDataPersist>(roi)->Load(&stream, 0), S_OK);
+            const Step steps[] = {{"GetCenter", {}, {row.value, 50}}, {"GetRadius", {}, {30, row.value}}};
+            TakeSteps(checks, figure, roi, steps);
+            checks.Equal(stream.references + stream.root.references + entry.references + center.references, 4);
+        }
+    }
+}
+
+// The lock goes before the stream is asked.
+void CheckLock(Checks& checks) {
+    checks.Begin("a parallelogram's lock is lost to a stream that it cannot read, and comes back from another");
+    const ClassContract& figure = ClassNamed("ROIParallelogram");
+    const auto roi = checks.module.New<IROI>(figure);
+    const Storage storage;
+    PlainStream plain;
+    const auto persist = Require<IDataPersist>(roi);
+    const Step lock[] = {{"press LockA", {1}}};
+    const Step locked[] = {{"read LockA", {}, {1}}};
+    const Step open[] = {{"read LockA", {}, {0}}};
+    TakeSteps(checks, figure, roi, lock);
+    checks.Code(persist->Save(storage.Folder().Get(), 0), S_OK);
+    checks.Code(persist->Load(&plain, 0), E_FAIL);
+    TakeSteps(checks, figure, roi, open);
+    checks.Code(persist->Load(storage.Folder().Get(), 0), S_OK);
+    TakeSteps(checks, figure, roi, locked);
+}
+
+// What the records of a profile hold after an edit: x, y, z, the normal's angle and the thicknesses. Those loaded have
+// a z of 9 and an angle of 7 each.
+struct Edit {
+    Step step;
+    std::vector<std::vector<double>> heights;  // z and angle of each point
+};
+const std::vector<Edit>& Edits() {
+    static const std::vector<double> kKept = {9, 7}, kReset = {9, -1000}, kNew = {0, -1000};
+    static const std::vector<Edit> kEdits = {
+        {{"SetPoint", {1, 5, 6}}, {kReset, kNew, kReset, kKept}},
+        {{"SetPoint", {3, 5, 6}}, {kKept, kKept, kReset, kNew}},
+        {{"SetPoint", {0, 5, 6}}, {kNew, kReset, kKept, kKept}},
+        {{"SetNodePoint", {1, 2, 5, 6}}, {kKept, kReset, kNew, kReset}},
+        {{"SetNodePoint", {6, 0, 5, 6}}, {kNew, kNew, kReset, kKept}},
+        {{"SetNodePoint", {6, 2, 5, 6}}, {kKept, kReset, kNew, kNew}},
+        {{"InsertPoint", {1, 5, 6}}, {kReset, kNew, kReset, kKept, kKept}},
+        {{"AddPoint", {5, 6}}, {kKept, kKept, kKept, kReset, kNew}},
+        {{"SetUniformThickness", {5, 6}}, {kKept, kKept, kKept, kKept}},
+        // The transform of the checks writes a z of 7.
+        {{"Transform", {1, 0, 0, 1, 0, 0}}, std::vector(4, std::vector<double>{7, kAnything})}};
+    return kEdits;
+}
+
+void CheckRecords(Checks& checks) {
+    const ClassContract& figure = ClassNamed("ROIProfile");
+    const double records[4][6] = {{1, 2, 9, 7, 3, 4}, {5, 1, 9, 7, 3, 4}, {8, 4, 9, 7, 3, 4}, {9, 9, 9, 7, 3, 4}};
+    FolderArchive::Block bytes(sizeof records);
+    std::memcpy(bytes.data(), records, sizeof records);
+    for (const Edit& edit : Edits()) {
+        checks.Begin(fmt::format("{} of a profile resets what it moves, and the angles beside it",
+                                 CallText(edit.step.operation, edit.step.arguments)));
+        const Storage storage;
+        storage.Archive().Put("figure/NumberPoints", {4, 0, 0, 0});
+        storage.Archive().Put("figure/Points", bytes);
+        const auto roi = checks.module.New<IROI>(figure);
+        const auto persist = Require<IDataPersist>(roi);
+        checks.Code(persist->Load(storage.Folder().Get(), 0), S_OK);
+        TakeSteps(checks, figure, roi, std::span(&edit.step, 1));
+        checks.Code(persist->Save(storage.Folder().Get(), 0), S_OK);
+        const auto* block = storage.Archive().Find("figure/Points");
+        checks.Equal(static_cast<long>(block->size()), static_cast<long>(48 * edit.heights.size()));
+        for (std::size_t i = 0; i < std::min(edit.heights.size(), block->size() / 48); ++i) {
+            double record[6];
+            std::memcpy(record, block->data() + 48 * i, sizeof record);
+            const std::span<const double> heights(record + 2, 2);
+            checks.Expect(AreAsWanted(heights, edit.heights[i]),
+                          fmt::format("z and angle {} of point {}", NumbersText(edit.heights[i]), i),
+                          NumbersText(heights));
+        }
+    }
 }
 
 // The count and the records, byte for byte.
@@ -88,13 +273,13 @@ void CheckRefusals(Checks& checks, const ClassContract& figure) {
     PlainStream plain;
     const auto roi = NewTypical(checks, figure);
     const auto persist = Require<IDataPersist>(roi);
-    const std::vector<double> before = Seen(roi, figure);
+    const Observations before = Observe(roi, figure);
     for (IDataStream* stream : {static_cast<IDataStream*>(&plain), static_cast<IDataStream*>(nullptr)}) {
         checks.Begin(fmt::format("{} takes no {} stream", figure.name, stream != nullptr ? "plain" : "null"));
         checks.Code(persist->Save(stream, 0), IsProfile(figure) ? E_FAIL : S_OK);
         checks.Code(persist->Load(stream, 0), IsEllipse(figure) ? S_OK : E_FAIL);
-        const std::vector<double> after = Seen(roi, figure);
-        checks.Expect(SameNumbers(after, before), NumbersText(before), NumbersText(after));
+        const Observations after = Observe(roi, figure);
+        ExpectSame(checks, figure, after, before);
     }
 }
 
@@ -103,19 +288,24 @@ void CheckHostileBlocks(Checks& checks) {
     const ClassContract& figure = ClassNamed("ROIProfile");
     const Storage storage;
     const auto roi = NewTypical(checks, figure);
-    const std::vector<double> before = Seen(roi, figure);
+    const Observations before = Observe(roi, figure);
     for (const FolderArchive::Block& count : {FolderArchive::Block{255, 255, 255, 255}, {1, 0, 0, 1}}) {
         checks.Begin("a profile refuses an absurd count and stays as it was");
         storage.Archive().Put("figure/NumberPoints", count);
         checks.Code(Require<IDataPersist>(roi)->Load(storage.Folder().Get(), 0), E_FAIL);
-        const std::vector<double> after = Seen(roi, figure);
-        checks.Expect(SameNumbers(after, before), NumbersText(before), NumbersText(after));
+        const Observations after = Observe(roi, figure);
+        ExpectSame(checks, figure, after, before);
     }
     checks.Begin("a profile reads a short block as zeros");
     storage.Archive().Put("figure/NumberPoints", {2, 0, 0, 0});
     checks.Code(Require<IDataPersist>(roi)->Load(storage.Folder().Get(), 0), S_OK);
     const Step steps[] = {{"GetNumberPoints", {}, {2}}, {"GetThickness", {1}, {0, 0}}};
     TakeSteps(checks, figure, roi, steps);
+    checks.Begin("a profile loads no points from a folder without its blocks");
+    const Storage empty;
+    checks.Code(Require<IDataPersist>(roi)->Load(empty.Folder().Get(), 0), S_OK);
+    const Step none[] = {{"GetNumberPoints", {}, {0}}};
+    TakeSteps(checks, figure, roi, none);
 }
 
 }  // namespace
@@ -129,6 +319,10 @@ void CheckPersistence(Checks& checks) {
         }
     });
     checks.Try([&] { CheckEllipseText(checks); });
+    checks.Try([&] { CheckDecimals(checks); });
+    checks.Try([&] { CheckWholeNumbers(checks); });
+    checks.Try([&] { CheckLock(checks); });
     checks.Try([&] { CheckProfileBlocks(checks); });
+    checks.Try([&] { CheckRecords(checks); });
     checks.Try([&] { CheckHostileBlocks(checks); });
 }

@@ -2,6 +2,8 @@
 #include <fmt/format.h>
 #include <malloc.h>
 
+#include <thread>
+
 #include "check/FigureLists.h"
 #include "check/Groups.h"
 #include "check/Scenario.h"
@@ -22,6 +24,10 @@ void CheckHeldMask(Checks& checks) {
     SmartPtr<IUnknown> copy;
     checks.Code(mask->Replicate(copy.Receive()), S_OK);
     checks.Equal(second.references, 3);
+    SmartPtr<ICIF> shared;
+    checks.Code(Require<IROIMask>(copy)->GetMask(shared.Receive()), S_OK);
+    checks.Expect(shared.Get() == &second, "the same image", "another");
+    shared.Reset();
     copy.Reset();
     checks.Code(mask->SetMask(nullptr, 0), S_OK);
     checks.Equal(second.references, 1);
@@ -37,6 +43,8 @@ void CheckHeldGeometry(Checks& checks) {
         double x = 0;
         double y = 0;
         checks.Code(shape->GetCenter(&x, &y), S_OK);
+        checks.Code(shape->GetBoundingSize(&x, &y), S_OK);
+        checks.Equal(geometry.references, 2);
         checks.Code(shape->SetGeometry(&geometry), S_OK);
         checks.Equal(geometry.references, 2);
     }
@@ -63,13 +71,15 @@ void CheckBorrowedStream(Checks& checks, const ClassContract& figure) {
 // Everything that hands objects out or takes some in.
 void Use(Checks& checks, const ClassContract& figure) {
     const auto roi = NewTypical(checks, figure);
-    Observe(*roi, figure);
+    Observe(roi, figure);
     for (const char* operation : {"Replicate", "GetMask"}) {
         Call(*roi, figure.At(operation), {});
     }
     if (figure.Answers("IParametricObject")) {
         SetParametersOf(roi, ParametersOf(roi));
     }
+    void* refused = nullptr;
+    checks.module.Create(figure, __IIDOfc("INoSuchInterface"), &refused);
     if (figure.Answers("IUIPropertyPageSpecify")) {
         SmartPtr<INamedCollection> pages;
         Require<IUIPropertyPageSpecify>(roi)->GetPages(0, pages.Receive(), nullptr);
@@ -77,11 +87,42 @@ void Use(Checks& checks, const ClassContract& figure) {
     if (figure.Answers("IDataPersist")) {
         const Storage storage;
         const auto persist = Require<IDataPersist>(roi);
-        for (const auto& stream : {storage.Folder(), storage.Element()}) {
+        for (const auto& stream : {storage.Folder(), storage.Element(), storage.Parent()}) {
             persist->Save(stream.Get(), 0);
             persist->Load(stream.Get(), 0);
         }
     }
+}
+
+// Counts that are not atomic lose some of what two threads do at once.
+void CheckAtomicCount(Checks& checks, const ClassContract& figure) {
+    constexpr int kThreads = 4;
+    constexpr int kTimes = 100000;
+    checks.Begin(fmt::format("references to {} are counted from several threads at once", figure.name));
+    const auto object = checks.module.New<IUnknown>(figure);
+    const auto fromAll = [&](auto count) {
+        std::vector<std::thread> threads;
+        for (int i = 0; i < kThreads; ++i) {
+            threads.emplace_back([&] {
+                for (int n = 0; n < kTimes; ++n) {
+                    count();
+                }
+            });
+        }
+        for (std::thread& thread : threads) {
+            thread.join();
+        }
+    };
+    fromAll([&] { object->AddRef(); });
+    checks.Equal(object->AddRef(), kThreads * kTimes + 2);
+    fromAll([&] { object->Release(); });
+    checks.Equal(object->Release(), 1);
+}
+
+void CheckLastRelease(Checks& checks, const ClassContract& figure) {
+    checks.Begin(fmt::format("the last Release of {} answers 0", figure.name));
+    IUnknown* const object = checks.module.New<IUnknown>(figure).Detach();
+    checks.Equal(object->Release(), 0);
 }
 
 std::size_t BytesInUse() { return mallinfo2().uordblks; }
@@ -111,4 +152,9 @@ void CheckReferences(Checks& checks) {
     checks.Try([&] { CheckHeldGeometry(checks); });
     ForEachClass(checks, [&](const ClassContract& figure) { CheckBorrowedStream(checks, figure); });
     ForEachClass(checks, [&](const ClassContract& figure) { CheckNothingStays(checks, figure); });
+    // Threads leave memory of their own behind.
+    ForEachClass(checks, [&](const ClassContract& figure) {
+        CheckLastRelease(checks, figure);
+        CheckAtomicCount(checks, figure);
+    });
 }

@@ -6,7 +6,6 @@
 #include <array>
 #include <cmath>
 #include <cstdint>
-#include <cstring>
 #include <string_view>
 #include <utility>
 
@@ -181,43 +180,38 @@ class Frame {
     SmartPtr<IGeometry> m_geometry;
 };
 
-// The value that a step on the parameter list sets.
-NamedValue ValueOfStep(std::string_view verb, const std::string& rest, const Step& step) {
-    if (verb == "type") {
-        const std::size_t sign = rest.find('=');
-        return {rest.substr(0, sign), rest.substr(sign + 1)};
+// The values that a step on the parameter list sets.
+std::vector<NamedValue> ValuesOfStep(std::string_view verb, const std::string& rest, const Step& step) {
+    std::vector<NamedValue> values;
+    for (std::size_t at = 0; at <= rest.size();) {
+        const std::size_t end = std::min(rest.find(';', at), rest.size());
+        const std::string part = rest.substr(at, end - at);
+        at = end + 1;
+        if (verb == "type") {
+            const std::size_t sign = part.find('=');
+            values.push_back({part.substr(0, sign), part.substr(sign + 1)});
+        } else if (verb == "press") {
+            values.push_back({part, static_cast<int>(step.arguments.at(values.size()))});
+        } else {
+            values.push_back({part, step.arguments.at(values.size())});
+        }
     }
-    if (verb == "press") {
-        return {rest, static_cast<int>(step.arguments.at(0))};
-    }
-    return {rest, step.arguments.at(0)};
+    return values;
+}
+
+double NumberOf(const NamedValue& value) {
+    const auto* number = std::get_if<double>(&value.value);
+    const auto* whole = std::get_if<int>(&value.value);
+    return number != nullptr ? *number : whole != nullptr ? *whole : kUntouched;
 }
 
 double ReadParameter(const SmartPtr<IROI>& roi, const std::string& name) {
     for (const NamedValue& value : ParametersOf(roi)) {
         if (value.name == name) {
-            const auto* number = std::get_if<double>(&value.value);
-            return number != nullptr ? *number : std::get<int>(value.value);
+            return NumberOf(value);
         }
     }
     throw CheckFailed{"a parameter " + name, "none"};
-}
-
-Answer TakeStep(const ClassContract& figure, const SmartPtr<IROI>& roi, const Step& step) {
-    const std::string_view operation = step.operation;
-    const std::size_t blank = operation.find(' ');
-    if (blank == std::string_view::npos) {
-        return Call(*roi, figure.At(operation), step.arguments);
-    }
-    const std::string_view verb = operation.substr(0, blank);
-    const std::string rest(operation.substr(blank + 1));
-    Answer answer;
-    if (verb == "read") {
-        answer.outputs = {ReadParameter(roi, rest)};
-    } else {
-        answer.code = SetParametersOf(roi, {ValueOfStep(verb, rest, step)});
-    }
-    return answer;
 }
 
 bool IsQuery(const Operation& operation) noexcept {
@@ -260,12 +254,34 @@ bool SameNumbers(std::span<const double> a, std::span<const double> b) noexcept 
     return std::equal(a.begin(), a.end(), b.begin(), b.end(), SameNumber);
 }
 
+Answer Take(const ClassContract& figure, const SmartPtr<IROI>& roi, const Step& step) {
+    const std::string_view operation = step.operation;
+    const std::size_t blank = operation.find(' ');
+    if (blank == std::string_view::npos) {
+        return Call(*roi, figure.At(operation), step.arguments);
+    }
+    const std::string_view verb = operation.substr(0, blank);
+    const std::string rest(operation.substr(blank + 1));
+    Answer answer;
+    if (verb == "read") {
+        answer.outputs = {ReadParameter(roi, rest)};
+    } else {
+        answer.code = SetParametersOf(roi, ValuesOfStep(verb, rest, step));
+    }
+    return answer;
+}
+
+bool AreAsWanted(std::span<const double> actual, std::span<const double> wanted) noexcept {
+    return std::equal(actual.begin(), actual.end(), wanted.begin(), wanted.end(),
+                      [](double a, double b) { return b == kAnything || SameNumber(a, b); });
+}
+
 void TakeSteps(Checks& checks, const ClassContract& figure, const SmartPtr<IROI>& roi, std::span<const Step> steps) {
     for (const Step& step : steps) {
-        const Answer answer = TakeStep(figure, roi, step);
+        const Answer answer = Take(figure, roi, step);
         const Answer wanted = {step.code, step.outputs, nullptr};
         const std::string call = CallText(step.operation, step.arguments);
-        checks.Expect(answer.code == wanted.code && SameNumbers(answer.outputs, wanted.outputs),
+        checks.Expect(answer.code == wanted.code && AreAsWanted(answer.outputs, wanted.outputs),
                       fmt::format("{} of {} to give {}", call, figure.name, wanted.Text()), answer.Text());
     }
 }
@@ -283,34 +299,52 @@ void Play(Checks& checks, std::span<const Scenario> scenarios) {
 SmartPtr<IROI> NewTypical(Checks& checks, const ClassContract& figure) {
     SmartPtr<IROI> roi = checks.module.New<IROI>(figure);
     for (const Step& step : figure.typical) {
-        if (const Answer answer = TakeStep(figure, roi, step); Failed(answer.code)) {
+        if (const Answer answer = Take(figure, roi, step); Failed(answer.code)) {
             throw CheckFailed{CallText(step.operation, step.arguments) + " to succeed", CodeText(answer.code)};
         }
     }
     return roi;
 }
 
-std::vector<double> Observe(IROI& roi, const ClassContract& figure) {
-    std::vector<double> seen;
+Observations Observe(const SmartPtr<IROI>& roi, const ClassContract& figure) {
+    Observations seen;
     const auto ask = [&](const Operation& operation, std::initializer_list<double> arguments) {
-        const Answer answer = Call(roi, operation, arguments);
-        seen.push_back(answer.code);
-        seen.insert(seen.end(), answer.outputs.begin(), answer.outputs.end());
+        seen.push_back({CallText(operation.name, arguments), Call(*roi, operation, arguments)});
     };
     for (const Operation& operation : figure.operations) {
         if (!IsQuery(operation)) {
             continue;
         }
-        const auto indices =
-            std::count(operation.signature, operation.signature + std::strlen(operation.signature), 'i');
+        const std::string_view signature = operation.signature;
+        const auto indices = std::count(signature.begin(), signature.end(), 'i');
         for (int i = 0; i < (indices > 0 ? 12 : 1); ++i) {
             for (int j = 0; j < (indices > 1 ? 5 : 1); ++j) {
-                ask(operation, {static_cast<double>(i), static_cast<double>(j)});
+                const double numbers[] = {static_cast<double>(i), static_cast<double>(j)};
+                const std::span<const double> given(numbers, static_cast<std::size_t>(indices));
+                seen.push_back({CallText(operation.name, given), Call(*roi, operation, given)});
             }
         }
     }
     for (const double x : {-20.0, 12.0, 40.0, 75.0}) {
         ask(figure.At("HitTest"), {x, 0.5 * x});
     }
+    if (figure.Answers("IParametricObject")) {
+        for (const NamedValue& value : ParametersOf(roi)) {
+            seen.push_back({"read " + value.name, {S_OK, {NumberOf(value)}, nullptr}});
+        }
+    }
     return seen;
+}
+
+void ExpectSame(Checks& checks, const ClassContract& figure, const Observations& actual, const Observations& expected) {
+    const auto same = [](const Observation& a, const Observation& b) {
+        return a.question == b.question && a.answer.code == b.answer.code &&
+               SameNumbers(a.answer.outputs, b.answer.outputs);
+    };
+    const auto [a, b] = std::mismatch(actual.begin(), actual.end(), expected.begin(), expected.end(), same);
+    const auto text = [&](const Observation& seen) {
+        return fmt::format("{} of {} to give {}", seen.question, figure.name, seen.answer.Text());
+    };
+    checks.Expect(a == actual.end() && b == expected.end(), b == expected.end() ? "no more" : text(*b),
+                  a == actual.end() ? "nothing" : a->answer.Text());
 }

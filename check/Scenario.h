@@ -27,13 +27,17 @@ Answer Call(IROI& figure, const Operation& operation, std::span<const double> ar
 /// Equal within 1e-9, relative above 1; two NaNs are equal.
 bool SameNumber(double a, double b) noexcept;
 bool SameNumbers(std::span<const double> a, std::span<const double> b) noexcept;
+/// The same, where what is wanted may be kAnything.
+bool AreAsWanted(std::span<const double> actual, std::span<const double> wanted) noexcept;
 std::string NumbersText(std::span<const double> numbers);
 
 /// `SetCornerPoint(4, 100, 100)`.
 std::string CallText(const char* operation, std::span<const double> arguments);
 
-/// Takes steps on a figure; each that does not come out as told is a failed check. Throws CheckFailed
-/// where a step cannot be taken.
+/// Takes one step, on the figure's operations or its parameter list. Throws CheckFailed where it cannot be taken.
+Answer Take(const ClassContract& figure, const SmartPtr<IROI>& roi, const Step& step);
+
+/// Takes steps on a figure; each that does not come out as told is a failed check.
 void TakeSteps(Checks& checks, const ClassContract& figure, const SmartPtr<IROI>& roi, std::span<const Step> steps);
 
 /// What happens to a new figure of a class.
@@ -47,9 +51,19 @@ void Play(Checks& checks, std::span<const Scenario> scenarios);
 /// A new figure away from its defaults.
 SmartPtr<IROI> NewTypical(Checks& checks, const ClassContract& figure);
 
-/// Everything that a figure says when asked with small arguments. Asking for a grip is a question too,
-/// though it raises the grip's length.
-std::vector<double> Observe(IROI& roi, const ClassContract& figure);
+/// A question that a figure was asked, and its answer.
+struct Observation {
+    std::string question;
+    Answer answer;
+};
+using Observations = std::vector<Observation>;
+
+/// Everything that a figure says when asked with small arguments, its parameters included. Asking for a grip is a
+/// question too, though it raises the grip's length.
+Observations Observe(const SmartPtr<IROI>& roi, const ClassContract& figure);
+
+/// Checks that a figure says what was said before, and tells the first answer that differs.
+void ExpectSame(Checks& checks, const ClassContract& figure, const Observations& actual, const Observations& expected);
 
 /// Runs checks for every class; what one cannot go on from leaves the others alone.
 template <class Body>

@@ -29,6 +29,15 @@ TestedModule::TestedModule(const std::string& file) : m_file(file) {
     }
     m_initialize = EntryOf<InitializeModuleEntry>(module, kInitializeModuleSymbol);
     m_find = EntryOf<CreateFunctionEntry>(module, kCreateFunctionSymbol);
+}
+
+TestedModule::~TestedModule() {
+    if (m_components) {
+        Initialize(nullptr);
+    }
+}
+
+void TestedModule::GiveFramework() {
     for (const char* sibling : kSiblings) {
         if (dlopen(sibling, RTLD_NOW) == nullptr) {
             throw std::runtime_error(dlerror());

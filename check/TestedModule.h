@@ -13,17 +13,23 @@
 
 class TestedModule {
   public:
-    /// Loads a module and gives it a collection that makes its own classes. The current directory holds
-    /// the framework's modules. Throws CheckFailed when it does not load, or lacks an entry point, and
-    /// std::runtime_error when the framework is missing.
+    /// Loads a module, by itself. Throws CheckFailed when it does not load, or lacks an entry point.
     explicit TestedModule(const std::string& file);
+    /// Takes the collection back, which does not outlive this.
+    ~TestedModule();
+    TestedModule(const TestedModule&) = delete;
+    TestedModule& operator=(const TestedModule&) = delete;
+
+    /// Loads the framework's modules from the current directory, and gives the module a collection that makes its own
+    /// classes. Throws std::runtime_error when the framework is missing.
+    void GiveFramework();
 
     const std::string& File() const noexcept { return m_file; }
     /// Calls the entry points.
     Result Initialize(IComponentCollection* collection) const { return m_initialize(nullptr, collection); }
     Result Find(tagREFString className, ComponentCreator* out) const { return m_find(className, out); }
 
-    /// The collection that the module was given.
+    /// The collection that GiveFramework gave the module.
     TestedComponents& Components() noexcept { return *m_components; }
 
     /// Calls a class's creation function. `*object` takes what it writes.

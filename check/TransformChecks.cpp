@@ -66,6 +66,12 @@ const std::vector<Scenario>& Scenarios() {
           {"Transform", {3, 0, 0, 3, 0, 0}},
           {"GetNodePoint", {1, 1}, {30, 0}},
           {"GetThickness", {1}, {2, 4}}}},
+        {"a rectangle's mapped grip is a quarter of its width again",
+         "ROIRectangle",
+         {{"SetCornerPoint", {10, 90, 50}},
+          {"Transform", kStretch},
+          {"read RollGripLength", {}, {0}},
+          {"GetCornerPoint", {10}, {125, 150}}}},
         {"an empty profile is mapped to nothing", "ROIProfile", {{"Transform", kMove}, {"GetNumberPoints", {}, {0}}}},
         {"a shape ignores transforms, null ones too",
          "ROIShape",
@@ -79,13 +85,13 @@ void CheckNullTransform(Checks& checks, const ClassContract& figure) {
     }
     checks.Begin(fmt::format("{} refuses a null transform and stays as it was", figure.name));
     const auto roi = NewTypical(checks, figure);
-    const std::vector<double> before = Observe(*roi, figure);
+    const Observations before = Observe(roi, figure);
     checks.Code(roi->Transform(nullptr), E_INVALIDARG);
     if (figure.Answers("ITransformableObject")) {
         checks.Code(Require<ITransformableObject>(roi)->Transform(nullptr), E_INVALIDARG);
     }
-    const std::vector<double> after = Observe(*roi, figure);
-    checks.Expect(SameNumbers(after, before), NumbersText(before), NumbersText(after));
+    const Observations after = Observe(roi, figure);
+    ExpectSame(checks, figure, after, before);
 }
 
 void CheckTransformable(Checks& checks, const ClassContract& figure) {
@@ -102,9 +108,9 @@ void CheckTransformable(Checks& checks, const ClassContract& figure) {
     checks.Code(Require<ITransformableObject>(roi)->Transform(&map), S_OK);
     checks.Code(other->Transform(&map), S_OK);
     checks.Expect(map.zWasZero, "a z of 0 for every point", "another");
-    const std::vector<double> one = Observe(*roi, figure);
-    const std::vector<double> two = Observe(*other, figure);
-    checks.Expect(SameNumbers(one, two), NumbersText(two), NumbersText(one));
+    const Observations one = Observe(roi, figure);
+    const Observations two = Observe(other, figure);
+    ExpectSame(checks, figure, one, two);
 }
 
 // A copy says what its original says, stands on its own, and outlives it.
@@ -121,11 +127,12 @@ void CheckCopy(Checks& checks, const ClassContract& figure) {
     object.Reset();
     checks.Equal(copy->AddRef(), 2);
     checks.Equal(copy->Release(), 1);
-    const std::vector<double> original = Observe(*roi, figure);
+    const Observations original = Observe(roi, figure);
     checks.Code(roi->SetCenter(7, 8), S_OK);
-    roi.Reset();
-    const std::vector<double> copied = Observe(*copy, figure);
-    checks.Expect(SameNumbers(copied, original), NumbersText(original), NumbersText(copied));
+    checks.Equal(roi->Release(), 0);
+    static_cast<void>(roi.Detach());
+    const Observations copied = Observe(copy, figure);
+    ExpectSame(checks, figure, copied, original);
 }
 
 void CheckReplicable(Checks& checks, const ClassContract& figure) {
@@ -137,15 +144,68 @@ void CheckReplicable(Checks& checks, const ClassContract& figure) {
     SmartPtr<IUnknown> object;
     checks.Code(Require<IReplicableObject>(roi)->Replicate(object.Receive()), S_OK);
     const auto copy = Require<IROI>(object);
-    const std::vector<double> original = Observe(*roi, figure);
-    const std::vector<double> copied = Observe(*copy, figure);
-    checks.Expect(SameNumbers(copied, original), NumbersText(original), NumbersText(copied));
+    const Observations original = Observe(roi, figure);
+    const Observations copied = Observe(copy, figure);
+    ExpectSame(checks, figure, copied, original);
+}
+
+// What a copy keeps of a figure that was edited by all its operations, and what it leaves behind.
+struct CopyRow {
+    const char* className;
+    std::vector<Step> setup;
+    std::vector<Step> copied;
+};
+const std::vector<CopyRow>& CopyRows() {
+    static const std::vector<CopyRow> kRows = {
+        {"ROIRectangle",
+         {{"set Width;Height;FixedAspect;RollGripLength", {60, 30, 2.5, 33}}},
+         {{"GetSize", {}, {60, 24}}, {"GetAspectRatio", {}, {2.5}}, {"GetCornerPoint", {10}, {65, 50}}}},
+        {"ROIMask",
+         {{"SetAspectRatio", {2.5}}, {"SetSize", {60, 30}}, {"put_Roll", {0.5}}, {"SetMask", {7, 9, 0}}},
+         {{"GetSize", {}, {60, 24}}, {"GetAspectRatio", {}, {2.5}}, {"get_Roll", {}, {0.5}}, {"GetMask", {}, {1}}}},
+        {"ROIParallelogram",
+         {{"press LockA", {1}},
+          {"SetSize", {60, 40}},
+          {"SetCornerPoint", {11, 20, 40}},
+          {"put_Roll", {0.25}},
+          {"SetCenter", {5, 6}}},
+         {{"GetSize", {}, {60, 40}},
+          {"get_Shear", {}, {1.2490457723982544}},
+          {"get_Roll", {}, {0.25}},
+          {"GetCenter", {}, {5, 6}},
+          {"read LockA", {}, {0}},
+          {"read RollGripLength", {}, {0}}}},
+        {"ROIParallelogram", {{"SetCornerPoint", {11, 40, 51}}}, {{"get_Shear", {}, {1.5}}, {"GetSize", {}, {50, 50}}}},
+        {"ROIArcDonut",
+         {{"SetCenter", {5, 6}}, {"SetRadius", {0, 1, 2}}, {"SetRadius", {1, 3, 4}}, {"SetLimits", {7, -8}}},
+         {{"GetCenter", {}, {5, 6}},
+          {"GetRadius", {0}, {1, 2}},
+          {"GetRadius", {1}, {3, 4}},
+          {"GetLimits", {}, {7, -8}}}},
+        {"ROIProfile",
+         {{"AddPoint", {1, 2}}, {"AddPoint", {3, 5}}, {"SetThickness", {0, 4, 6}}, {"SetThickness", {1, 8, 9}}},
+         {{"GetNumberPoints", {}, {2}},
+          {"GetPoint", {0}, {1, 2, -0.5880026035475675, 4, 6}},
+          {"GetThickness", {1}, {8, 9}}}}};
+    return kRows;
+}
+
+void CheckCopyRow(Checks& checks, const CopyRow& row) {
+    checks.Begin(fmt::format("a copy of {} takes what it is to take", row.className));
+    const ClassContract& figure = ClassNamed(row.className);
+    const auto roi = checks.module.New<IROI>(figure);
+    TakeSteps(checks, figure, roi, row.setup);
+    const auto copy = Require<IROI>(Call(*roi, figure.At("Replicate"), {}).object);
+    TakeSteps(checks, figure, copy, row.copied);
 }
 
 }  // namespace
 
 void CheckTransforms(Checks& checks) {
     Play(checks, Scenarios());
+    for (const CopyRow& row : CopyRows()) {
+        checks.Try([&] { CheckCopyRow(checks, row); });
+    }
     ForEachClass(checks, [&](const ClassContract& figure) {
         CheckNullTransform(checks, figure);
         CheckTransformable(checks, figure);

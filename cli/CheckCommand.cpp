@@ -2,15 +2,18 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
 #include <filesystem>
+#include <fstream>
 #include <memory>
 #include <span>
 #include <vector>
 
+#include "check/ElfSymbols.h"
 #include "check/Runner.h"
 #include "check/SiblingChecks.h"
 #include "cli/Commands.h"
-#include "host/base/SafeFile.h"
 #include "host/base/Text.h"
 #include "host/figures/Session.h"
 
@@ -92,8 +95,16 @@ void RunAll(const std::vector<Group>& groups, RunOne run) {
 // The validator finds the framework's own siblings in the current directory.
 void EnterModuleFolder() { std::filesystem::current_path(DefaultModuleFolder()); }
 
+// Refuses what no loader would take, of whatever size.
 std::string ModuleFile(const UserPath& module) {
-    ReadWholeFile("module", module);  // says why a file cannot be had
+    std::ifstream stream(module.Absolute(), std::ios::binary);
+    char start[256];
+    if (!stream.read(start, sizeof start) && stream.gcount() == 0) {
+        throw Error("cannot read module", module.Typed(), stream.is_open() ? "nothing to read" : std::strerror(errno));
+    }
+    if (!BeginsAsSharedObject({start, static_cast<std::size_t>(stream.gcount())})) {
+        throw Error("cannot check", module.Typed(), "no shared object for this processor");
+    }
     return module.Absolute().string();
 }
 

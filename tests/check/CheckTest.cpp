@@ -1,4 +1,6 @@
 // `roi check` finds out modules that are wrong in one way each, and says so.
+#include <sstream>
+
 #include "tests/host/RunRoi.h"
 
 namespace {
@@ -17,13 +19,13 @@ const Faulty kFaulty[] = {
     {"swappedSlots", "slots", "slot 3 of ROIEllipse is GetBoundingSize: expected ", "pages"},
     {"wrongIdentity", "identities",
      "ROIEllipse answers alike for IROIDonut through IObjectInfo: expected E_NOINTERFACE, got S_OK", "pages"},
-    {"lostCopy", "references", "using ROIRectangle leaves no object and no memory behind: expected ", "nodes"},
+    {"lostCopy", "references", "using ROIRectangle leaves no object and no memory behind: expected ", "boxes"},
     {"extraReference", "identities", "ROIParallelogram is created: expected 2, got 3", "pages"},
-    {"wrongCode", "nodes", "a ring is hit between its radii, ends included: expected HitTest(69, 50) of ROIDonut",
+    {"wrongCode", "rounds", "a ring is hit between its radii, ends included: expected HitTest(69, 50) of ROIDonut",
      "pages"},
     {"extraSymbol", "exports", "the module exports its two entry points and nothing else: expected ", "slots"},
-    {"crash", "pages", "ROIRectangle names its property page: expected a return, got signal 11", "nodes"},
-    {"hang", "masks", "expected a return, got none within 4 s", "nodes"}};
+    {"crash", "pages", "ROIRectangle names its property page: expected a return, got signal 11", "boxes"},
+    {"hang", "masks", "expected a return, got none within 4 s", "boxes"}};
 
 std::string LineOf(const std::string& start, const std::string& text) {
     const std::size_t at = text.find(start + ' ');
@@ -44,6 +46,10 @@ TEST_P(FaultyModule, FailsTheGroupThatCoversItAndNoOther) {
     EXPECT_EQ(run.exitCode, 1) << run.err;
     EXPECT_TRUE(Has(run.err, std::string("roi: check failed: ") + faulty.group + ": "));
     EXPECT_TRUE(Has(run.err, faulty.says));
+    std::istringstream lines(run.err);
+    for (std::string line; std::getline(lines, line);) {
+        EXPECT_LE(line.size(), 300u) << line;
+    }
     EXPECT_FALSE(Has(LineOf(faulty.group, run.out), ", 0 failed")) << run.out;
     EXPECT_TRUE(Has(LineOf(faulty.untouched, run.out), ", 0 failed")) << "the rest goes on";
 }
@@ -61,12 +67,12 @@ TEST_F(Check, PrintsTheSeedsItUses) {
     EXPECT_TRUE(Has(run.err, "seeds 7 to 9"));
 }
 
-TEST_F(Check, FailsOnWhatIsNoModule) {
+TEST_F(Check, RefusesWhatIsNoModule) {
     WriteBytes("text.so", "not a module");
     const RunResult run = Roi({"check", "text.so"});
     EXPECT_EQ(run.exitCode, 1);
-    EXPECT_TRUE(Has(run.err, "roi: check failed: exports: the module loads: expected a module that loads, got "));
-    EXPECT_TRUE(Has(run.out, "\n0 passed, 11 failed\n"));
+    EXPECT_EQ(run.err, "roi: error: cannot check: text.so: no shared object for this processor\n");
+    EXPECT_EQ(Roi({"check", "/dev/zero"}).exitCode, 1) << "of whatever size";
     EXPECT_EQ(Roi({"check", "nowhere.so"}).err,
               "roi: error: cannot read module: nowhere.so: No such file or directory\n");
     EXPECT_EQ(Roi({"check", "--group", "slot"}).err, "roi: error: unknown group: slot: the nearest is slots\n");

@@ -29,39 +29,6 @@ TEST(Module, ExportsItsTwoEntryPointsAndNeedsOnlyTheStandardLibraries) {
         "0\n");
 }
 
-TEST(Module, FindsItsEightClassesByTheirExactNames) {
-    for (const wchar_t* name : {L"ROIDonut", L"ROIArcDonut", L"ROIEllipse", L"ROIMask", L"ROIParallelogram",
-                                L"ROIProfile", L"ROIRectangle", L"ROIShape"}) {
-        ComponentCreator create = nullptr;
-        EXPECT_EQ(FindRoiClass(Ref(name), &create), S_OK) << testing::PrintToString(name);
-        EXPECT_NE(create, nullptr);
-    }
-    const tagREFString refused[] = {
-        Ref(L"roirectangle"), Ref(L"ROIRectangle "), Ref(L" ROIRectangle"), Ref(L"CROIRectangle"), {3, L"ROIEllipse"},
-        {0, L"ROIEllipse"},   {0, nullptr},          {-1, L"ROIEllipse"},   {-10, nullptr},        Ref(L"ROIEllipsf")};
-    for (tagREFString name : refused) {
-        constexpr ComponentCreator untouched = [](void*, IID*, void**) -> Result { return E_FAIL; };
-        ComponentCreator create = untouched;
-        EXPECT_EQ(FindRoiClass(name, &create), E_FAIL) << name.length;
-        EXPECT_EQ(create, untouched);
-    }
-}
-
-TEST(Module, HoldsOneReferenceToTheLatestCollection) {
-    struct Collection final : Lent<IComponentCollection> {
-        Result GetItem(int, IUnknown**) noexcept override { return E_FAIL; }
-        Result FindByName(IString*, int*) noexcept override { return E_FAIL; }
-        Result CreateComponent(tagREFString, const IID&, void**) noexcept override { return E_FAIL; }
-    } first, second;
-    IComponentCollection* const usual = GlobalCollection();
-    for (Collection* given : {&first, &first, &second, &first, static_cast<Collection*>(nullptr)}) {
-        EXPECT_EQ(InitializeRoi(given), S_OK);
-        EXPECT_EQ(first.references, given == &first ? 2 : 1);
-        EXPECT_EQ(second.references, given == &second ? 2 : 1);
-    }
-    EXPECT_EQ(InitializeRoi(usual), S_OK);
-}
-
 // ---------------------------------------------------------------------------------------------------
 
 /// The identifier as one 128-bit number.

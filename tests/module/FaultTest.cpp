@@ -286,7 +286,6 @@ class FaultyFramework : public testing::TestWithParam<const wchar_t*> {
                 s.Call(&IROIProfile::RemovePoint, 0);
             }
         }));
-        states.push_back(m_before);
         std::ranges::transform(lists, std::back_inserter(states),
                                [this](const Seen& list) { return After(list, Named("edit").act); });
         return states;

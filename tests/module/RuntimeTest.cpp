@@ -47,32 +47,6 @@ TEST(Siblings, FailAloudWhenCalledOutsideTheContract) {
     ExpectUnused(static_cast<IFolderStream*>(&folder), "IFolderStream", {{3, 10}, {12, 15}});
 }
 
-/// The class's own table: IUnknown, the two hooks, Lock and Unlock, then its operations.
-TEST(ClassTable, HasTheOperationsOfTheClassBehindTheObjectBase) {
-    const auto arc = Create<IUnknown>(L"ROIArcDonut");
-    const std::int32_t count = arc->AddRef();
-    for (const int slot : {3, 4, 5, 6}) {
-        CallSlot(arc.Get(), slot);
-        EXPECT_EQ(arc->AddRef(), count + 1) << slot;
-        EXPECT_EQ(arc->Release(), count) << slot;
-    }
-    arc->Release();
-    // An edge to the right and one upward, 20 to 10 from where they meet.
-    EXPECT_EQ(CallSlot(arc.Get(), 10, 30.0, 50.0, 40.0, 50.0, 50.0, 30.0, 50.0, 20.0), S_OK);
-    double start = 0, delta = 0;
-    EXPECT_EQ(CallSlot(arc.Get(), 8, &start, &delta), S_OK);
-    EXPECT_CLOSE(Point(start, delta), Point(0, -M_PI / 2));
-
-    // A shape has a page, but does not say so.
-    SmartPtr<INamedCollection> pages;
-    EXPECT_EQ(CallSlot(Create<IUnknown>(L"ROIShape").Get(), 7, 0, pages.Receive(), static_cast<IUnknown**>(nullptr)),
-              S_OK);
-    tagREFString key{}, page{}, name{};
-    ASSERT_EQ(As<IPageListing>(pages.Get())->GetPage(0, &key, &page, &name), S_OK);
-    EXPECT_EQ(Wide(key) + L' ' + Wide(page) + L' ' + Wide(name),
-              L"Rectangle UIPropPages.UIParametricObjectPropPage ROIShape");
-}
-
 using Reading = IParametricImpl<void>;
 
 TEST(NamedValues, ComeFromVariantsAndTexts) {
@@ -119,22 +93,6 @@ TEST(TextOfAVariant, DependsOnWhatItHolds) {
     EXPECT_EQ(ISCreate(variant.Get()).Get(), string.Get()) << "the very string";
     store->PutObject(Create<IUnknown>(L"ROIEllipse").Get());
     EXPECT_EQ(both(3), L"null ROIEllipse");
-}
-
-TEST(ReferenceString, KeepsItsTextWhenItCannotGrow) {
-    CREFString text;
-    ASSERT_TRUE(text.Assign(L"kept", 4));
-    const std::wstring longer(100, L'x');
-    FailAllocation(1);
-    EXPECT_FALSE(text.Append(longer.data(), 100));
-    EXPECT_TRUE(AllocationHasFailed());
-    FailAllocation(0);
-    EXPECT_FALSE(text.Append(longer.data(), INT_MAX));
-    EXPECT_TRUE(text.Append(nullptr, -5));
-    EXPECT_EQ(Wide(text), L"kept");
-    EXPECT_TRUE(text.Append(longer.data(), 100));
-    EXPECT_TRUE(text.Append(text.text, 50)) << "a part of itself";
-    EXPECT_EQ(Wide(text), L"kept" + longer + L"kept" + longer.substr(0, 46));
 }
 
 TEST(ModuleByName, NeedsAFileWithItsEntryPointAndTheClass) {

@@ -1,0 +1,416 @@
+// What figures ask of the framework, call by call, and that they stand what it does not give.
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include "check/FigureLists.h"
+#include "check/Groups.h"
+#include "check/Scenario.h"
+#include "framework/support/Utf8.h"
+
+namespace {
+
+// What was called, in order: `Create(60, 60, 1, 8, MONO)`.
+using Log = std::vector<std::string>;
+
+std::string TextOf(const Log& log) { return fmt::format("{}", fmt::join(log, " ")); }
+
+// An image that notes what is done to it.
+class NotedImage final : public Lent<ICIFImageCANVAS> {
+  public:
+    explicit NotedImage(Log& log) noexcept : m_log(log) {}
+
+    Result QueryInterface(const IID& iid, void** out) noexcept override {
+        return Lent::QueryInterface(iid == IidOf<ICIF>() ? IidOf<ICIFImageCANVAS>() : iid, out);
+    }
+    // Fails, which is not to matter, and gives an extra of the size that others give.
+    Result GetSize(int* width, int* height, int* extra) noexcept override {
+        *width = 20;
+        *height = 30;
+        if (extra != nullptr) {
+            *extra = 1;
+        }
+        return S_OK;
+    }
+    Result Create(int width, int height, int planes, int bits, std::uint32_t format) noexcept override {
+        m_log.push_back(fmt::format("Create({}, {}, {}, {}{})", width, height, planes, bits,
+                                    format == kFormatMono ? ", MONO" : ""));
+        return E_FAIL;
+    }
+    Result Fill(int value) noexcept override {
+        m_log.push_back(fmt::format("Fill({})", value));
+        return E_FAIL;
+    }
+
+  private:
+    Log& m_log;
+};
+
+class NotedGraphics final : public Lent<ICIFGraphics> {
+  public:
+    explicit NotedGraphics(Log& log) noexcept : m_log(log) {}
+
+    Result Attach(ICIF* image) noexcept override {
+        m_log.push_back(image != nullptr ? "Attach" : "Attach(null)");
+        return E_FAIL;
+    }
+    Result SetColor(int value) noexcept override { return Note("SetColor({})", value); }
+    Result Line(float x1, float y1, float x2, float y2) noexcept override {
+        return Note("Line({}, {}, {}, {})", x1, y1, x2, y2);
+    }
+    Result FloodFill(int x, int y, int mode) noexcept override { return Note("FloodFill({}, {}, {})", x, y, mode); }
+    Result Arc(float cx, float cy, float rx, float ry, float start, float end, int mode) noexcept override {
+        return Note("Arc({}, {}, {}, {}, {}, {}, {})", cx, cy, rx, ry, start, end, mode);
+    }
+
+  private:
+    template <class... Arguments>
+    Result Note(fmt::format_string<Arguments&...> format, Arguments... arguments) {
+        m_log.push_back(fmt::format(format, arguments...));
+        return E_FAIL;
+    }
+
+    Log& m_log;
+};
+
+// A parameter list without entries that notes the flags it is saved and loaded with.
+class NotedList final : public Lent<IParametersCreatable, IDataPersist> {
+  public:
+    Log log;
+
+    Result GetItem(int, IUnknown** item) noexcept override {
+        *item = nullptr;
+        return E_FAIL;
+    }
+    Result FindByName(IString*, int*) noexcept override { return E_FAIL; }
+    Result Add(IString*, IUnknown*, int reserved, int) noexcept override { return reserved == 0 ? S_OK : E_FAIL; }
+    Result Save(IDataStream*, int flags) noexcept override {
+        log.push_back(fmt::format("Save({})", flags));
+        return E_FAIL;
+    }
+    Result Load(IDataStream*, int flags) noexcept override {
+        log.push_back(fmt::format("Load({})", flags));
+        return E_FAIL;
+    }
+};
+
+// The descriptor of the parameter lists, which makes the one noted list. The module keeps it for good, so it is never
+// destroyed.
+class NotedDescriptor final : public Lent<IComponentString> {
+  public:
+    NotedList list;
+    bool makes = false;
+
+    static NotedDescriptor& Get() {
+        static auto* const descriptor = new NotedDescriptor;
+        return *descriptor;
+    }
+    Result CreateInstance(const IID& iid, void** out) noexcept override {
+        *out = nullptr;
+        return makes && iid == IID_IParametersCreatable ? list.QueryInterface(iid, out) : E_FAIL;
+    }
+    Result SetString(int, tagREFString) noexcept override { return S_OK; }
+};
+
+// The host's collection: gives what it is told to give, and notes what it is asked for.
+class NotedComponents final : public Lent<IComponentCollection> {
+  public:
+    Log asked;
+    Log drawn;
+    bool givesList = false, givesImage = false, givesGraphics = false;
+    IComponentCollection* figures = nullptr;
+    NotedImage image{drawn};
+    NotedGraphics graphics{drawn};
+
+    Result GetItem(int index, IUnknown** item) noexcept override {
+        *item = nullptr;
+        return givesList && index == 3
+                   ? NotedDescriptor::Get().QueryInterface(IID_IUnknown, reinterpret_cast<void**>(item))
+                   : E_FAIL;
+    }
+    Result FindByName(IString* name, int* index) noexcept override {
+        tagREFString text{0, nullptr};
+        name->GetText(&text.text, &text.length);
+        asked.push_back("find " + ToUtf8(text));
+        *index = 3;
+        return givesList ? S_OK : E_FAIL;
+    }
+    Result CreateComponent(tagREFString className, const IID& iid, void** out) noexcept override {
+        const std::string name = ToUtf8(className);
+        asked.push_back(name);
+        *out = nullptr;
+        if (name == "CIFImageCANVAS" && givesImage) {
+            return image.QueryInterface(iid, out);
+        }
+        if (name == "CIFGraphics" && givesGraphics) {
+            return graphics.QueryInterface(iid, out);
+        }
+        return name == "ROIRectangle" && figures != nullptr ? figures->CreateComponent(className, iid, out) : E_FAIL;
+    }
+};
+
+// Puts a collection in place of the framework's while it lives.
+class Hosted {
+  public:
+    Hosted(Checks& checks, IComponentCollection* components) : m_checks(checks) {
+        m_checks.module.Initialize(components);
+    }
+    ~Hosted() { m_checks.module.Initialize(&m_checks.module.Components()); }
+    Hosted(const Hosted&) = delete;
+    Hosted& operator=(const Hosted&) = delete;
+
+  private:
+    Checks& m_checks;
+};
+
+// ---------------------------------------------------------------------------------------------------
+// Lists
+
+void CheckWithoutLists(Checks& checks, const ClassContract& figure) {
+    if (!figure.Answers("IParametricObject")) {
+        return;
+    }
+    checks.Begin(fmt::format("GetParameters and Load of {} fail where the host has no lists", figure.name));
+    const auto roi = checks.module.New<IROI>(figure);
+    NotedComponents components;
+    const Hosted hosted(checks, &components);
+    SmartPtr<INamedCollection> list;
+    const Result code = Require<IParametricObject>(roi)->GetParameters(list.Receive(), 0);
+    checks.Expect(Failed(code) && !list, "a failure and no list", CodeText(code));
+    checks.Equal(TextOf(components.asked), "find ParametersCreatable");
+    checks.Equal(components.references, 2);
+}
+
+// Saving passes the flags on, loading passes 0.
+void CheckFlags(Checks& checks, const ClassContract& figure) {
+    const std::string_view name = figure.name;
+    if (!figure.Answers("IDataPersist") || name == "ROIProfile") {
+        return;
+    }
+    checks.Begin(fmt::format("Save of {} passes its flags on to the list, Load does not", figure.name));
+    NotedDescriptor& descriptor = NotedDescriptor::Get();
+    descriptor.makes = true;
+    descriptor.list.log.clear();
+    NotedComponents components;
+    components.givesList = true;
+    const auto roi = checks.module.New<IROI>(figure);
+    const auto persist = Require<IDataPersist>(roi);
+    class Folder final : public Lent<IDataStream, IFolderStream> {
+      public:
+        Result WriteBinary(IString*, const void*, int, int) noexcept override { return E_FAIL; }
+        Result ReadBinary(IString*, void*, int, int) noexcept override { return E_FAIL; }
+    } folder;
+    {
+        const Hosted hosted(checks, &components);
+        checks.Code(persist->Save(&folder, 5), S_OK);
+    }
+    // The parallelogram has its list made by class name.
+    if (name != "ROIParallelogram") {
+        checks.Code(persist->Load(&folder, 6), S_OK);
+        checks.Equal(TextOf(descriptor.list.log), "Save(5) Load(0)");
+    } else {
+        checks.Equal(TextOf(descriptor.list.log), "Save(5)");
+    }
+    checks.Equal(folder.references, 1);
+    checks.Equal(descriptor.list.references, 1);
+    descriptor.makes = false;
+}
+
+// ---------------------------------------------------------------------------------------------------
+// Masks
+
+struct Drawing {
+    const char* className;
+    std::vector<Step> setup;
+    const char* drawn;
+};
+
+const std::vector<Drawing>& Drawings() {
+    static const std::vector<Step> kRing = {
+        {"SetRadius", {0, 12.3, 20.7}}, {"SetRadius", {1, 35.4, 25.2}}, {"SetCenter", {40, 70}}, {"SetLimits", {1, 2}}};
+    static const char* const kRingDrawn =
+        "Create(71, 50, 1, 8, MONO) Fill(0) Attach SetColor(255) Arc(35, 25, 12.3, 20.7, 0, 6.2831855, -1) "
+        "Arc(35, 25, 35.4, 25.2, 0, 6.2831855, -1) FloodFill(58, 25, 0)";
+    static const std::vector<Drawing> kDrawings = {
+        {"ROIDonut", kRing, kRingDrawn},
+        {"ROIArcDonut", kRing, kRingDrawn},
+        {"ROIRectangle",
+         {{"SetSize", {60, 30}}, {"SetCenter", {40, 70}}, {"put_Roll", {0.6435011087932844}}},
+         "Create(67, 61, 1, 8, MONO) Attach SetColor(255) Line(0, 24, 18, 0) Line(18, 0, 66, 36) Line(66, 36, 48, 60) "
+         "Line(48, 60, 0, 24) FloodFill(33, 30, 0)"}};
+    return kDrawings;
+}
+
+SmartPtr<IROI> NewFor(Checks& checks, const Drawing& drawing) {
+    const ClassContract& figure = ClassNamed(drawing.className);
+    auto roi = checks.module.New<IROI>(figure);
+    TakeSteps(checks, figure, roi, drawing.setup);
+    return roi;
+}
+
+void CheckDrawing(Checks& checks, const Drawing& drawing) {
+    checks.Begin(fmt::format("{} has its mask drawn by the host's components", drawing.className));
+    NotedComponents components;
+    components.givesImage = components.givesGraphics = true;
+    auto roi = NewFor(checks, drawing);
+    const Hosted hosted(checks, &components);
+    SmartPtr<ICIF> mask;
+    checks.Code(roi->GetMask(mask.Receive()), S_OK);
+    checks.Equal(TextOf(components.drawn), drawing.drawn);
+    checks.Equal(TextOf(components.asked), "CIFImageCANVAS CIFGraphics");
+    checks.Equal(components.graphics.references, 1);
+    mask.Reset();
+    roi.Reset();
+    checks.Equal(components.image.references, 1);
+}
+
+// A ring that could not draw tries again the next time.
+void CheckWithoutDrawing(Checks& checks, const Drawing& drawing, bool givesImage) {
+    checks.Begin(fmt::format("GetMask of {} fails without {}, and succeeds the next time", drawing.className,
+                             givesImage ? "a drawing object" : "an image"));
+    NotedComponents components;
+    components.givesImage = givesImage;
+    auto roi = NewFor(checks, drawing);
+    {
+        const Hosted hosted(checks, &components);
+        SmartPtr<ICIF> mask;
+        checks.Code(roi->GetMask(mask.Receive()), E_FAIL);
+        checks.Expect(!mask, "no image", "an image");
+        checks.Equal(components.image.references, 1);
+        components.givesImage = components.givesGraphics = true;
+        checks.Code(roi->GetMask(mask.Receive()), S_OK);
+    }
+    roi.Reset();
+    checks.Equal(components.image.references, 1);
+}
+
+// ---------------------------------------------------------------------------------------------------
+// The mask's rectangle and image
+
+void CheckInnerRectangle(Checks& checks) {
+    checks.Begin("a mask has its rectangle made by the host's collection");
+    NotedComponents components;
+    components.figures = &checks.module.Components();
+    const Hosted hosted(checks, &components);
+    const ClassContract& figure = ClassNamed("ROIMask");
+    const auto roi = checks.module.New<IROI>(figure);
+    checks.Equal(TextOf(components.asked), "ROIRectangle");
+    SmartPtr<IUnknown> copy;
+    checks.Code(roi->Replicate(copy.Receive()), S_OK);
+    checks.Equal(TextOf(components.asked), "ROIRectangle ROIRectangle");
+}
+
+// It may refuse to be created at all.
+void CheckWithoutRectangle(Checks& checks) {
+    checks.Begin("a mask without its rectangle fails and writes nothing");
+    NotedComponents components;
+    const Hosted hosted(checks, &components);
+    const ClassContract& figure = ClassNamed("ROIMask");
+    void* object = nullptr;
+    if (Failed(checks.module.Create(figure, IID_IROI, &object))) {
+        checks.Expect(object == nullptr, "no object", "an object");
+        return;
+    }
+    const auto roi = SmartPtr<IROI>::Adopt(static_cast<IROI*>(object));
+    const Step steps[] = {{"GetBoundingSize", {}, {kUntouched, kUntouched}, E_FAIL},
+                          {"GetCenter", {}, {kUntouched, kUntouched}, E_FAIL},
+                          {"SetCenter", {1, 2}, {}, E_FAIL},
+                          {"Transform", {2, 0, 0, 3, 0, 0}, {}, E_FAIL},
+                          {"HitTest", {50, 50}, {kAnything}, E_FAIL},
+                          {"GetBoundingRect", {}, {kUntouched, kUntouched, kUntouched, kUntouched}, E_FAIL},
+                          {"GetSize", {}, {kUntouched, kUntouched}, E_FAIL},
+                          {"SetSize", {1, 2}, {}, E_FAIL},
+                          {"get_Roll", {}, {kUntouched}, E_FAIL},
+                          {"put_Roll", {1}, {}, E_FAIL},
+                          {"GetCornerPoint", {1}, {kUntouched, kUntouched}, E_FAIL},
+                          {"GetCornerPointI", {1}, {kUntouched, kUntouched}, E_FAIL},
+                          {"SetCornerPoint", {1, 2, 3}, {}, E_FAIL},
+                          {"GetAspectRatio", {}, {kUntouched}, E_FAIL},
+                          {"SetAspectRatio", {1}, {}, E_FAIL}};
+    TakeSteps(checks, figure, roi, steps);
+    Call(*roi, figure.At("Replicate"), {});
+}
+
+// ---------------------------------------------------------------------------------------------------
+// A shape's geometry
+
+class Corners final : public Lent<IGeometry, IGeometricAssembly, IPoints> {
+  public:
+    bool given = true;
+    int asked = 0;
+
+    Result GetElement(int kind, IPoints** element) noexcept override {
+        ++asked;
+        *element = given && kind == kGeometricExtent ? this : nullptr;
+        references += *element != nullptr ? 1 : 0;
+        return *element != nullptr ? S_OK : E_FAIL;
+    }
+    Result GetPoint(int index, double* x, double* y, double* z) noexcept override {
+        static constexpr double kPoints[3][2] = {{10.75, -20.25}, {-3.25, 5.875}, {6.5, -7.5}};
+        *x = kPoints[index][0];
+        *y = kPoints[index][1];
+        *z = 5;
+        return S_OK;
+    }
+};
+
+void CheckGeometry(Checks& checks) {
+    checks.Begin("a shape reads the extent of its geometry, whichever way its corners lie");
+    const ClassContract& figure = ClassNamed("ROIShape");
+    const auto roi = checks.module.New<IROI>(figure);
+    Corners corners;
+    checks.Code(Require<IROIShape>(roi)->SetGeometry(&corners), S_OK);
+    const Step steps[] = {{"GetCenter", {}, {6.5, -7.5}},
+                          {"GetBoundingSize", {}, {14, 26.125}},
+                          {"GetBoundingRect", {}, {-3, -20, 14, 26}},
+                          {"HitTest", {6.5, -7.5}, {kUntouched}, E_FAIL}};
+    TakeSteps(checks, figure, roi, steps);
+    for (const char* query : {"GetCenter", "GetBoundingSize", "GetBoundingRect"}) {
+        checks.Begin(fmt::format("{} of a shape gives its element back", query));
+        Call(*roi, figure.At(query), {});
+        checks.Equal(corners.references, 2);
+    }
+    checks.Begin("null outputs of a shape's queries are allowed");
+    checks.Code(roi->GetBoundingRect(nullptr, nullptr, nullptr, nullptr), S_OK);
+    checks.Code(roi->GetBoundingSize(nullptr, nullptr), S_OK);
+    corners.given = false;
+    checks.Begin("a shape whose geometry has no extent fails");
+    const Step without[] = {{"GetCenter", {}, {0, 0}, E_FAIL},
+                            {"GetBoundingSize", {}, {0, 0}, E_FAIL},
+                            {"GetBoundingRect", {}, {0, 0, 0, 0}, E_FAIL}};
+    TakeSteps(checks, figure, roi, without);
+    checks.Begin("a shape forgets its geometry for one that is no assembly");
+    class Mute final : public Lent<IGeometry> {
+    } mute;
+    checks.Code(Require<IROIShape>(roi)->SetGeometry(&mute), S_OK);
+    checks.Equal(corners.references, 1);
+    checks.Equal(mute.references, 1);
+    TakeSteps(checks, figure, roi, without);
+    checks.Code(roi->GetCenter(nullptr, nullptr), E_FAIL);
+    checks.Code(roi->GetBoundingSize(nullptr, nullptr), E_FAIL);
+    checks.Code(roi->GetBoundingRect(nullptr, nullptr, nullptr, nullptr), E_FAIL);
+}
+
+// Without one from the host, the module takes the framework's own.
+void CheckOwnCollection(Checks& checks) {
+    checks.Begin("the module finds a collection by itself when the host gives none");
+    const auto roi = NewFor(checks, Drawings().front());
+    const Hosted hosted(checks, nullptr);
+    SmartPtr<ICIF> mask;
+    checks.Code(roi->GetMask(mask.Receive()), S_OK);
+}
+
+}  // namespace
+
+void CheckSiblings(Checks& checks) {
+    ForEachClass(checks, [&](const ClassContract& figure) { CheckWithoutLists(checks, figure); });
+    ForEachClass(checks, [&](const ClassContract& figure) { CheckFlags(checks, figure); });
+    for (const Drawing& drawing : Drawings()) {
+        checks.Try([&] { CheckDrawing(checks, drawing); });
+        checks.Try([&] { CheckWithoutDrawing(checks, drawing, false); });
+        checks.Try([&] { CheckWithoutDrawing(checks, drawing, true); });
+    }
+    checks.Try([&] { CheckInnerRectangle(checks); });
+    checks.Try([&] { CheckWithoutRectangle(checks); });
+    checks.Try([&] { CheckGeometry(checks); });
+    checks.Try([&] { CheckOwnCollection(checks); });
+}
