@@ -6,7 +6,7 @@ set(ROI_MODULE_DIR lib/roi)
 set(ROI_PACKAGE_DIR lib/cmake/ROI)
 
 install(TARGETS roi RUNTIME DESTINATION bin)
-install(TARGETS ROI Collections CollectionsEx CIF Geometry LIBRARY DESTINATION ${ROI_MODULE_DIR})
+install(TARGETS ROI Collections CollectionsEx CIF Geometry ImageCodecs VipsCodecs LIBRARY DESTINATION ${ROI_MODULE_DIR})
 
 install(DIRECTORY contract/ DESTINATION ${ROI_INCLUDE_DIR}/contract FILES_MATCHING PATTERN "*.h")
 

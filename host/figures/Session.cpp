@@ -6,6 +6,7 @@
 
 #include "contract/Components.h"
 #include "host/base/Error.h"
+#include "host/base/ModuleFolder.h"
 #include "host/base/Text.h"
 #include "host/figures/FigureClass.h"
 
@@ -42,13 +43,11 @@ ComponentCreator CreatorOf(CreateFunctionEntry createFunction, const std::string
 }  // namespace
 
 void EnterModuleFolder() {
-    namespace fs = std::filesystem;
     std::error_code failure;
-    const fs::path bin = fs::read_symlink("/proc/self/exe", failure).parent_path();
-    const fs::path lib = bin / "../lib/roi";
-    fs::current_path(!fs::exists(bin / "ROI.so", failure) && fs::exists(lib / "ROI.so", failure) ? lib : bin, failure);
+    const std::filesystem::path folder = ModuleFolder();
+    std::filesystem::current_path(folder, failure);
     if (failure) {
-        throw Error("cannot enter the folder of the modules", bin.string(), failure.message());
+        throw Error("cannot enter the folder of the modules", folder.string(), failure.message());
     }
 }
 

@@ -6,7 +6,6 @@
 #include <cmath>
 #include <cstring>
 #include <nlohmann/json.hpp>
-#include <opencv2/imgcodecs.hpp>
 #include <optional>
 #include <pugixml.hpp>
 #include <sstream>
@@ -16,6 +15,7 @@
 #include "contract/Components.h"
 #include "framework/support/FolderStream.h"
 #include "framework/support/XMLStream.h"
+#include "host/base/Error.h"
 #include "host/base/Text.h"
 #include "host/figures/FigureClass.h"
 #include "host/figures/MaskPicture.h"
@@ -152,12 +152,14 @@ std::optional<std::uint64_t> DeclaredPixels(const FolderArchive::Block& png) {
 }
 
 void SaveMaskImage(const Figure& figure, FolderArchive& archive, std::uint64_t& pixelsLeft) {
-    const cv::Mat image = MaskImageOf(figure);
-    TakePixels(figure, image.total(), pixelsLeft);
-    FolderArchive::Block png;
-    if (!image.empty() && cv::imencode(".png", image, png)) {
-        archive.Put(FolderOf(figure) + "/mask.png", std::move(png));
+    const Raster image = MaskImageOf(figure);
+    if (image.IsEmpty()) {
+        return;
     }
+    const PixelSize size = image.Size();
+    TakePixels(figure, static_cast<std::uint64_t>(size.width) * static_cast<std::uint64_t>(size.height), pixelsLeft);
+    const std::string png = EncodeImage(Format::png, image.View());
+    archive.Put(FolderOf(figure) + "/mask.png", {png.begin(), png.end()});
 }
 
 void LoadMaskImage(const Figure& figure, const FolderArchive& archive, std::uint64_t& pixelsLeft) {
@@ -167,11 +169,12 @@ void LoadMaskImage(const Figure& figure, const FolderArchive& archive, std::uint
             Unsound(figure, "its mask is damaged");
         }
         TakePixels(figure, *declared, pixelsLeft);
-        const cv::Mat image = DecodeImage({reinterpret_cast<const char*>(png->data()), png->size()});
-        if (image.empty() || image.type() != CV_8UC1) {
+        try {
+            const std::string_view bytes(reinterpret_cast<const char*>(png->data()), png->size());
+            SetMaskImage(figure, DecodeImage(bytes).pixels.View());
+        } catch (const Error&) {
             Unsound(figure, "its mask is damaged");
         }
-        SetMaskImage(figure, image);
     }
 }
 
