@@ -54,8 +54,6 @@ constexpr Signature kSignatures[] = {
     {Format::pnm, "PNM", kRareCodecs, "P4"sv},
     {Format::pnm, "PNM", kRareCodecs, "P5"sv},
     {Format::pnm, "PNM", kRareCodecs, "P6"sv},
-    {Format::pnm, "PNM", kRareCodecs, "PF"sv},
-    {Format::pnm, "PNM", kRareCodecs, "Pf"sv},
     {Format::bmp, "BMP", kRareCodecs, "BM"sv},
 };
 

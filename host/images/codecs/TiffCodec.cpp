@@ -446,7 +446,7 @@ void TiffReader::PlaceColours(const std::byte* values, std::size_t count, std::b
 std::unique_ptr<FileReader> OpenTiff(std::FILE* file) { return std::make_unique<TiffReader>(file); }
 
 void WriteTiff(std::FILE* file, const RasterView& image) {
-    constexpr std::uint16_t kRowsPerStrip = 64;
+    constexpr std::uint16_t kRowsPerStrip = 16;
     constexpr std::uint16_t kAlpha[] = {EXTRASAMPLE_UNASSALPHA};
     const std::uint16_t format = InType(image.depth, [](auto* type) -> std::uint16_t {
         using Value = std::remove_pointer_t<decltype(type)>;
