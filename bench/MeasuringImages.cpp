@@ -14,6 +14,7 @@
 #include "bench/Questions.h"
 #include "bench/RatioTable.h"
 #include "host/figures/Parameters.h"
+#include "host/images/Image.h"
 #include "host/measure/Region.h"
 #include "host/measure/Statistics.h"
 #include "host/sets/RoiSet.h"
@@ -102,6 +103,25 @@ void AddStatistics(const host::Session& session) {
         .Peer("OpenCV meanStdDev and minMaxLoc, mask", 5.0, Repeat([image, mask] { return WithMask(image, mask); }))
         .Peer("the same, cut to the figure's box", 0.0,
               Repeat([part = image(pixels.box), mask = mask(pixels.box)] { return WithMask(part, mask); }));
+}
+
+// ---------------------------------------------------------------------------------------------------
+// Files
+
+void AddDecoding(const SharedFolder& folder) {
+    cv::Mat picture;
+    cv::cvtColor(NewImage(1000), picture, cv::COLOR_GRAY2BGR);
+    for (const char* kind : {"png", "jpg", "tif"}) {
+        const std::string file = folder->File(fmt::format("decoded.{}", kind));
+        cv::imwrite(file, picture);
+        if (host::LoadImage(host::UserPath(file)).pixels.Size() != host::PixelSize{1000, 1000}) {
+            throw std::runtime_error("the image is not read");
+        }
+        // The folder lives as long as the files are read.
+        Row(fmt::format("decode a {} file, 1000 x 1000, colour", kind))
+            .Ours(Repeat([folder, file] { return host::LoadImage(host::UserPath(file)); }))
+            .Peer("OpenCV imread", 1.0, Repeat([folder, file] { return cv::imread(file, cv::IMREAD_UNCHANGED); }));
+    }
 }
 
 // ---------------------------------------------------------------------------------------------------
@@ -255,6 +275,7 @@ void AddLargeSets(const host::Session& session, const SharedFolder& folder) {
 void AddImages(const host::Session& session) {
     AddStatistics(session);
     const auto folder = std::make_shared<const Folder>();
+    AddDecoding(folder);
     AddCommands(session, folder);
     AddLargeSets(session, folder);
 }

@@ -1,9 +1,11 @@
 #include <memory>
+#include <opencv2/imgproc.hpp>
 
 #include "cli/Commands.h"
 #include "host/draw/Overlay.h"
 #include "host/figures/Session.h"
 #include "host/images/Image.h"
+#include "host/images/Matrices.h"
 #include "host/sets/RoiSet.h"
 
 namespace host::cli {
@@ -39,7 +41,11 @@ void Run(const DrawOptions& options) {
     CheckImageEnding(options.output);
     const Session session;
     const RoiSet set = RoiSet::Load(session, options.set);
-    SaveImage("overlay", options.output, Drawn(options, set, ForDisplay(LoadImage(options.image))));
+    cv::Mat picture;
+    cv::cvtColor(MatrixOf(ForDisplay(LoadImage(options.image)).View()), picture, cv::COLOR_RGB2BGR);
+    picture = Drawn(options, set, picture);
+    cv::cvtColor(picture, picture, cv::COLOR_BGR2RGB);
+    SaveImage("overlay", options.output, ViewOf(picture));
 }
 
 }  // namespace

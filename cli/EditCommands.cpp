@@ -1,8 +1,8 @@
 // roi add, set, list and remove: a set edited through named parameters.
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <memory>
-#include <opencv2/core.hpp>
 
 #include "cli/Commands.h"
 #include "host/base/Error.h"
@@ -26,15 +26,29 @@ struct AddOptions {
     UserPath mask;
 };
 
+// 255 where an image of one channel is above 0, and 0 elsewhere.
+Raster AboveZero(const RasterView& image) {
+    Raster mask(image.size, 1, Depth::u8);
+    InType(image.depth, [&](auto* type) {
+        using Value = std::remove_pointer_t<decltype(type)>;
+        for (int y = 0; y < image.size.height; ++y) {
+            const auto* const row = image.Row<Value>(y);
+            std::transform(row, row + image.size.width, mask.Row<std::uint8_t>(y),
+                           [](Value value) -> std::uint8_t { return value > 0 ? 255 : 0; });
+        }
+    });
+    return mask;
+}
+
 // The rectangle is given the size at which its box covers the image's pixels one for one.
 void GiveMask(const Figure& figure, const UserPath& path) {
     const auto mask = figure.As<IROIMask>();
     if (!mask) {
         throw UsageError("cannot take --mask", figure.type->name, "only ROIMask has an image");
     }
-    const cv::Mat image = Luma(LoadImage(path));
-    SetMaskImage(figure, image.depth() == CV_8U ? image : cv::Mat(image > 0));
-    mask->SetSize(image.cols - 1.0, image.rows - 1.0);
+    const Raster image = Luma(LoadImage(path));
+    SetMaskImage(figure, image.Depth() == Depth::u8 ? image.View() : AboveZero(image.View()).View());
+    mask->SetSize(image.Size().width - 1.0, image.Size().height - 1.0);
 }
 
 void AddFigure(const AddOptions& options) {
@@ -82,8 +96,8 @@ Cell ContentsOf(const Figure& figure) {
     if (!points.empty() || figure.type->contents == Contents::points) {
         return fmt::format("{} points", points.size());
     }
-    const cv::Mat mask = MaskImageOf(figure);
-    return mask.empty() ? Cell() : fmt::format("mask of {} x {}", mask.cols, mask.rows);
+    const PixelSize mask = MaskImageOf(figure).Size();
+    return mask.IsEmpty() ? Cell() : fmt::format("mask of {} x {}", mask.width, mask.height);
 }
 
 void ListFigures(const ListOptions& options) {

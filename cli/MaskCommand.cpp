@@ -7,6 +7,7 @@
 #include "host/base/SafeFile.h"
 #include "host/figures/Session.h"
 #include "host/images/Image.h"
+#include "host/images/Matrices.h"
 #include "host/measure/Region.h"
 #include "host/sets/RoiSet.h"
 
@@ -42,7 +43,7 @@ void Run(const MaskOptions& options) {
         throw fail("the figure has no pixels");
     }
     const cv::Rect box = pixels->box;
-    SaveImage("mask", options.output, Painted(pixels->spans, box));
+    SaveImage("mask", options.output, ViewOf(Painted(pixels->spans, box)));
     Table table({"left", "top", "width", "height"});
     table.Add({std::int64_t{box.x}, std::int64_t{box.y}, std::int64_t{box.width}, std::int64_t{box.height}});
     WriteStdout(table.Format(options.format));

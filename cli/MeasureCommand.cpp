@@ -21,8 +21,8 @@ const std::string kDetails =
 mask marks or, without a mask, those whose coordinates its hit test accepts; a shape has no test, so the host
 takes its bounding box. An arc donut counts as its full ring.
 
-Colour images are measured on their luma (0.299 R + 0.587 G + 0.114 B; alpha is dropped), images of 16 bits and
-of floating-point values in their own depth.
+Colour images are measured on their luma (0.299 R + 0.587 G + 0.114 B, not rounded; alpha is dropped), all others
+in their own depth.
 
 Rows come in the order of the images, whatever the number of jobs. CSV and JSON are written as the images are
 measured, in memory that does not grow; the table for people is written at the end, with its numbers rounded.
@@ -124,7 +124,8 @@ void Run(const MeasureOptions& options) {
 void AddMeasureCommand(CLI::App& roi) {
     const auto options = std::make_shared<MeasureOptions>();
     CLI::App& command = AddCommand(roi, "measure", "Measures every figure of a set on any number of images", "");
-    command.footer(kDetails + ColumnsHelp() + kExamples);
+    command.footer(kDetails + ColumnsHelp() + "\nImage files: " + ImageFormats() +
+                   ". IMAGE.tif:3 is page 3 of a file.\n" + kExamples);
     AddSetArgument(command, options->set);
     command.add_option("IMAGE", options->images, "Images to measure")->type_name("");
     command

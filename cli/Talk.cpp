@@ -12,7 +12,6 @@
 
 #include "framework/support/Utf8.h"
 #include "host/base/Error.h"
-#include "host/base/Silence.h"
 
 namespace host::cli {
 
@@ -26,7 +25,7 @@ void Say(std::string_view text) noexcept {
     static std::mutex mutex;
     const std::lock_guard lock(mutex);
     while (!text.empty()) {
-        const ssize_t written = write(StandardError(), text.data(), text.size());
+        const ssize_t written = write(STDERR_FILENO, text.data(), text.size());
         if (written < 0 && errno != EINTR) {
             return;  // There is nobody left to tell.
         }
@@ -43,7 +42,7 @@ void Warn(std::string_view subject, std::string_view text) {
                     Harmless(text)));
 }
 
-bool IsTerminal(int file) noexcept { return isatty(file == STDERR_FILENO ? StandardError() : file) == 1; }
+bool IsTerminal(int file) noexcept { return isatty(file) == 1; }
 
 std::string Styled(std::string_view text, Style style, int file) {
     const char* const noColor = std::getenv("NO_COLOR");

@@ -9,14 +9,14 @@ namespace host::cli {
 /// Writes data to standard output. Throws Error when not all of it arrives.
 void WriteStdout(std::string_view text);
 
-/// Writes a text to standard error in one piece, from any thread; a Silence does not keep it back.
+/// Writes a text to standard error in one piece, from any thread.
 void Say(std::string_view text) noexcept;
 /// Prints `roi: error: LINE` on standard error; the line is that of an Error.
 void Complain(std::string_view line);
 /// Prints `roi: warning: SUBJECT: TEXT` on standard error, in one line.
 void Warn(std::string_view subject, std::string_view text);
 
-/// Whether a person reads STDOUT_FILENO, or STDERR_FILENO as Say writes to it.
+/// Whether a person reads STDOUT_FILENO, or STDERR_FILENO.
 bool IsTerminal(int file) noexcept;
 
 enum class Style { bold, red, yellow };

@@ -7,6 +7,10 @@ find_package(CLI11 REQUIRED)
 find_package(nlohmann_json REQUIRED)
 find_package(fmt REQUIRED)
 pkg_check_modules(libzip REQUIRED IMPORTED_TARGET GLOBAL libzip)
+pkg_check_modules(libpng REQUIRED IMPORTED_TARGET GLOBAL libpng)
+pkg_check_modules(libjpeg REQUIRED IMPORTED_TARGET GLOBAL libjpeg)
+pkg_check_modules(libtiff REQUIRED IMPORTED_TARGET GLOBAL libtiff-4)
+pkg_check_modules(vips REQUIRED IMPORTED_TARGET GLOBAL vips)
 
 # Debian packs OpenCV's parts one by one, without the package file that would need them all.
 add_library(opencv INTERFACE)

@@ -106,6 +106,13 @@ class Raster {
     enum Depth Depth() const noexcept { return m_depth; }
     bool IsEmpty() const noexcept { return m_size.IsEmpty(); }
 
+    /// The topmost rows, sharing the pixels; there must be as many.
+    Raster Top(int rows) const noexcept {
+        Raster top = *this;
+        top.m_size.height = rows;
+        return top;
+    }
+
     /// The pixels, to be written.
     std::byte* Data() noexcept { return m_data.get(); }
     std::size_t RowBytes() const noexcept;

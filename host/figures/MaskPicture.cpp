@@ -1,5 +1,7 @@
 #include "host/figures/MaskPicture.h"
 
+#include <cstring>
+
 #include "contract/Components.h"
 #include "contract/Extensions.h"
 #include "host/base/Error.h"
@@ -10,13 +12,8 @@ namespace host {
 
 namespace {
 
-// The pixels of an image as a matrix over its memory; empty unless it is 8-bit and of a single plane.
-cv::Mat Over(ICIF& image) {
-    const ImagePixels pixels = PixelsOf(image);
-    if (!pixels.AreBytes()) {
-        return {};
-    }
-    return {pixels.height, pixels.width, CV_8UC1, pixels.data, static_cast<std::size_t>(pixels.stride)};
+unsigned char* RowOf(const ImagePixels& pixels, int y) noexcept {
+    return pixels.data + static_cast<std::ptrdiff_t>(y) * pixels.stride;
 }
 
 // The image of a mask figure; empty when it has none.
@@ -30,22 +27,33 @@ SmartPtr<ICIF> ImageOf(const Figure& figure) noexcept {
 
 }  // namespace
 
-void SetMaskImage(const Figure& figure, const cv::Mat& image) {
+void SetMaskImage(const Figure& figure, const RasterView& image) {
     const SmartPtr<ICIF> mask = CreateComponent<ICIFImageCANVAS>(Text(L"CIFImageCANVAS"));
     const auto figureMask = figure.As<IROIMask>();
-    if (!mask || !figureMask || Failed(mask->Create(image.cols, image.rows, 1, 8, kFormatMono))) {
+    if (!mask || !figureMask || Failed(mask->Create(image.size.width, image.size.height, 1, 8, kFormatMono))) {
         throw Error("cannot set mask", figure.name,
                     HostCollection::WhyNot("the framework gives no image of that size"));
     }
-    image.copyTo(Over(*mask));
+    const ImagePixels pixels = PixelsOf(*mask);
+    for (int y = 0; y < pixels.height; ++y) {
+        std::memcpy(RowOf(pixels, y), image.Row<unsigned char>(y), static_cast<std::size_t>(image.size.width));
+    }
     figureMask->SetMask(mask.Get(), 0);
 }
 
 bool HasMaskImage(const Figure& figure) noexcept { return static_cast<bool>(ImageOf(figure)); }
 
-cv::Mat MaskImageOf(const Figure& figure) {
+Raster MaskImageOf(const Figure& figure) {
     const SmartPtr<ICIF> image = ImageOf(figure);
-    return image ? Over(*image).clone() : cv::Mat();
+    const ImagePixels pixels = image ? PixelsOf(*image) : ImagePixels();
+    if (!pixels.AreBytes()) {
+        return {};
+    }
+    Raster copy({pixels.width, pixels.height}, 1, Depth::u8);
+    for (int y = 0; y < pixels.height; ++y) {
+        std::memcpy(copy.Row<unsigned char>(y), RowOf(pixels, y), copy.RowBytes());
+    }
+    return copy;
 }
 
 }  // namespace host

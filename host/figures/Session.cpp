@@ -67,13 +67,6 @@ void FillCaches(const Figure& figure) {
 
 }  // namespace
 
-fs::path DefaultModuleFolder() {
-    std::error_code failure;
-    const fs::path bin = fs::read_symlink("/proc/self/exe", failure).parent_path();
-    const fs::path lib = bin / ROI_BIN_TO_MODULES;
-    return !fs::exists(bin / "ROI.so", failure) && fs::exists(lib / "ROI.so", failure) ? lib : bin;
-}
-
 Session::Session(const fs::path& modules) : m_modules(modules) {
     const CurrentDirectory inFolder(modules);
     // A sibling that is missing would show only later, one figure at a time and on standard output.

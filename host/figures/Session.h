@@ -8,13 +8,11 @@
 
 #include "contract/Module.h"
 #include "contract/SmartPtr.h"
+#include "host/base/ModuleFolder.h"
 #include "host/figures/Figure.h"
 #include "host/figures/HostCollection.h"
 
 namespace host {
-
-/// Where the modules lie: beside the program, or where an installation puts them.
-std::filesystem::path DefaultModuleFolder();
 
 /// One at a time in a process: the module has one collection. For the thread that made it.
 class Session {

@@ -2,145 +2,164 @@
 
 #include <fmt/format.h>
 
-#include <limits>
-#include <opencv2/imgcodecs.hpp>
-#include <opencv2/imgproc.hpp>
-#include <string_view>
-#include <vector>
+#include <algorithm>
+#include <cmath>
+#include <optional>
+#include <stdexcept>
 
 #include "host/base/Error.h"
 #include "host/base/SafeFile.h"
-#include "host/base/Silence.h"
 
 namespace host {
 
 namespace {
 
-// The decoder fills the rest of a truncated JPEG with grey and says nothing. Markers do not occur inside
-// the coded pixels: a whole file has an end of image after its last start of scan.
-bool IsTruncatedJpeg(std::string_view bytes) noexcept {
-    if (!bytes.starts_with("\xFF\xD8")) {
-        return false;
+// Calls `body` for every row with its number and its first value, in the type of the depth.
+template <class Body>
+void ForEachRow(const RasterView& image, Body body) {
+    InType(image.depth, [&](auto* type) {
+        using Value = std::remove_pointer_t<decltype(type)>;
+        for (int y = 0; y < image.size.height; ++y) {
+            body(y, image.Row<Value>(y));
+        }
+    });
+}
+
+// The channels that are no alpha and are shown: red, green and blue, or the grey alone.
+int Colours(const PageInfo& page) noexcept { return page.isColour ? 3 : 1; }
+
+// A raster as it is made: in rows without gaps.
+Raster FirstChannel(const Image& image) {
+    const RasterView from = image.pixels.View();
+    Raster plane(from.size, 1, from.depth);
+    ForEachRow(from, [&](int y, const auto* values) {
+        auto* const to = plane.Row<std::remove_cvref_t<decltype(*values)>>(y);
+        for (int x = 0; x < from.size.width; ++x) {
+            to[x] = values[x * from.channels];
+        }
+    });
+    return plane;
+}
+
+// What is shown black and what is shown white.
+struct Shades {
+    double black = 0.0;
+    double white = 255.0;
+};
+
+Shades ShadesOf(const Image& image) {
+    constexpr double kCut = 0.001;
+    if (image.page.depth == Depth::u8) {
+        return {0.0, static_cast<double>((1 << std::min(image.page.bits, 8)) - 1)};
     }
-    const std::size_t end = bytes.rfind("\xFF\xD9");
-    const std::size_t scan = bytes.rfind("\xFF\xDA");
-    return end == std::string_view::npos || scan == std::string_view::npos || end < scan;
+    const int colours = Colours(image.page);
+    std::vector<double> values;
+    ForEachRow(image.pixels.View(), [&](int, const auto* row) {
+        for (int x = 0; x < image.pixels.Size().width; ++x) {
+            for (int c = 0; c < colours; ++c) {
+                const auto value = static_cast<double>(row[x * image.page.channels + c]);
+                if (std::isfinite(value)) {
+                    values.push_back(value);
+                }
+            }
+        }
+    });
+    if (values.empty()) {
+        return {};
+    }
+    const auto rank = [&values](double part) {
+        const auto at =
+            values.begin() + static_cast<std::ptrdiff_t>(part * static_cast<double>(values.size() - 1) + 0.5);
+        std::nth_element(values.begin(), at, values.end());
+        return *at;
+    };
+    return {rank(kCut), rank(1.0 - kCut)};
+}
+
+std::optional<Format> FormatFor(const UserPath& path) {
+    constexpr std::pair<std::string_view, Format> kEndings[] = {{".png", Format::png},
+                                                                {".jpg", Format::jpeg},
+                                                                {".jpeg", Format::jpeg},
+                                                                {".tif", Format::tiff},
+                                                                {".tiff", Format::tiff}};
+    for (const auto& [ending, format] : kEndings) {
+        if (path.Extension() == ending) {
+            return format;
+        }
+    }
+    return std::nullopt;
 }
 
 }  // namespace
 
-cv::Mat DecodeImage(std::string_view bytes) {
-    try {
-        const Silence quiet;
-        // The decoder takes a matrix and only reads it.
-        const cv::Mat file(1, static_cast<int>(bytes.size()), CV_8U, const_cast<char*>(bytes.data()));
-        return file.empty() ? cv::Mat() : cv::imdecode(file, cv::IMREAD_UNCHANGED);
-    } catch (const cv::Exception&) {
-        return {};
-    }
-}
+Image LoadImage(const ImageName& name) { return ImageFile(name).Read(); }
 
-cv::Mat LoadImage(const UserPath& path) {
-    const std::string bytes = ReadWholeFile("image", path);
-    const auto broken = [&](std::string_view why) { return Error("cannot read image", path.Typed(), why); };
-    if (bytes.empty()) {
-        throw broken("the file is empty");
+Raster Luma(const Image& image) {
+    if (image.page.channels == 1) {
+        return image.pixels;
     }
-    if (bytes.size() > static_cast<std::size_t>(std::numeric_limits<int>::max())) {
-        throw broken("the file is too large");
+    if (!image.page.isColour) {
+        return FirstChannel(image);
     }
-    if (IsTruncatedJpeg(bytes)) {
-        throw broken("the file is truncated");
-    }
-    cv::Mat image = DecodeImage(bytes);
-    if (image.empty()) {
-        throw broken("not an image, or a broken one");
-    }
-    return image;
-}
-
-cv::Mat Luma(const cv::Mat& image) {
-    if (image.channels() == 1) {
-        return image;
-    }
-    cv::Mat luma;
-    if (image.channels() == 2) {
-        cv::extractChannel(image, luma, 0);
-    } else if (image.depth() == CV_8U || image.depth() == CV_16U || image.depth() == CV_32F) {
-        cv::cvtColor(image, luma, image.channels() == 3 ? cv::COLOR_BGR2GRAY : cv::COLOR_BGRA2GRAY);
-    } else {
-        cv::Mat real;
-        image.convertTo(real, CV_64F);
-        const cv::Matx14d weights(0.114, 0.587, 0.299, 0.0);
-        cv::transform(real, luma, cv::Mat(weights).colRange(0, image.channels()));
-    }
+    Raster luma(image.pixels.Size(), 1, Depth::f64);
+    ForEachRow(image.pixels.View(), [&](int y, const auto* rgb) {
+        double* const to = luma.Row<double>(y);
+        for (int x = 0; x < image.pixels.Size().width; ++x, rgb += image.page.channels) {
+            to[x] = 0.299 * static_cast<double>(rgb[0]) + 0.587 * static_cast<double>(rgb[1]) +
+                    0.114 * static_cast<double>(rgb[2]);
+        }
+    });
     return luma;
 }
 
-std::vector<Channel> Channels(const cv::Mat& image) {
-    if (image.channels() < 3) {
-        return {{"L", Luma(image)}};
+std::vector<Channel> Channels(const Image& image) {
+    const RasterView view = image.pixels.View();
+    const int colours = Colours(image.page);
+    if (view.channels == 1 + (image.page.hasAlpha ? 1 : 0)) {
+        return {{"L", view.Channel(0)}};
     }
-    // Stored as blue, green, red and alpha.
-    constexpr std::pair<const char*, int> kStored[] = {{"R", 2}, {"G", 1}, {"B", 0}, {"A", 3}};
     std::vector<Channel> channels;
-    for (const auto& [name, plane] : kStored) {
-        if (plane < image.channels()) {
-            cv::extractChannel(image, channels.emplace_back(Channel{name, {}}).values, plane);
-        }
+    for (int i = 0; i < view.channels; ++i) {
+        const bool isAlpha = image.page.hasAlpha && i == colours;
+        const std::string name = image.page.isColour && i < colours ? std::string(1, "RGB"[i])
+                                 : isAlpha                          ? "A"
+                                                                    : std::to_string(i + 1);
+        channels.push_back({name, view.Channel(i)});
     }
     return channels;
 }
 
-cv::Mat ForDisplay(const cv::Mat& image) {
-    cv::Mat shown = image;
-    if (image.depth() != CV_8U) {
-        cv::Mat real;
-        image.convertTo(real, CV_64F);
-        real = real.reshape(1);
-        const cv::Mat finite = cv::abs(real) <= std::numeric_limits<double>::max();
-        double darkest = 0.0;
-        double brightest = 0.0;
-        cv::minMaxLoc(real, &darkest, &brightest, nullptr, nullptr, finite);
-        real.setTo(darkest, ~finite);
-        const double scale = brightest > darkest ? 255.0 / (brightest - darkest) : 0.0;
-        real.convertTo(shown, CV_8U, scale, -darkest * scale);
-        shown = shown.reshape(image.channels());
-    }
-    cv::Mat bgr;
-    switch (shown.channels()) {
-        case 3:
-            return shown.clone();
-        case 4:
-            cv::cvtColor(shown, bgr, cv::COLOR_BGRA2BGR);
-            return bgr;
-        default:
-            cv::cvtColor(Luma(shown), bgr, cv::COLOR_GRAY2BGR);
-            return bgr;
-    }
+Raster ForDisplay(const Image& image) {
+    const Shades shades = ShadesOf(image);
+    const double scale = shades.white > shades.black ? 255.0 / (shades.white - shades.black) : 0.0;
+    Raster shown(image.pixels.Size(), 3, Depth::u8);
+    ForEachRow(image.pixels.View(), [&](int y, const auto* values) {
+        auto* to = shown.Row<std::uint8_t>(y);
+        for (int x = 0; x < shown.Size().width; ++x, values += image.page.channels) {
+            for (int c = 0; c < 3; ++c) {
+                const double shade = (static_cast<double>(values[image.page.isColour ? c : 0]) - shades.black) * scale;
+                *to++ = static_cast<std::uint8_t>(shade > 0.0 ? std::min(shade + 0.5, 255.0) : 0.0);
+            }
+        }
+    });
+    return shown;
 }
 
 void CheckImageEnding(const UserPath& path) {
-    if (path.Extension().empty() || !cv::haveImageWriter("image" + path.Extension())) {
-        throw UsageError("unknown image format", path.Typed(), "end the name in .png, .jpg, .tif or .bmp");
+    if (!FormatFor(path)) {
+        throw UsageError("unknown image format", path.Typed(), "end the name in .png, .jpg or .tif");
     }
 }
 
-void SaveImage(std::string_view kind, const UserPath& path, const cv::Mat& image) {
-    // The encoder's own choice is made for speed: close-ups would be four times as large.
-    const std::vector<int> options = {cv::IMWRITE_PNG_COMPRESSION, 6};
-    std::vector<unsigned char> bytes;
-    bool written = false;
+void SaveImage(std::string_view kind, const UserPath& path, const RasterView& image) {
+    CheckImageEnding(path);
+    std::string bytes;
     try {
-        const Silence quiet;
-        written = cv::imencode(path.Extension(), image, bytes, options);
-    } catch (const cv::Exception&) {
-        written = false;
+        bytes = EncodeImage(*FormatFor(path), image);
+    } catch (const std::runtime_error& failure) {
+        throw Error(fmt::format("cannot write {}", kind), path.Typed(), failure.what());
     }
-    if (!written) {
-        throw Error(fmt::format("cannot write {}", kind), path.Typed(), "the image does not fit the format");
-    }
-    WriteWholeFile(kind, path, {reinterpret_cast<const char*>(bytes.data()), bytes.size()});
+    WriteWholeFile(kind, path, bytes);
 }
 
 }  // namespace host

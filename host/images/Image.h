@@ -1,44 +1,44 @@
-// Image files: read in their own depth, measured on their luma, shown in 8 bits, written whole.
+// Images in memory: measured on their luma, shown in 8 bits, written whole.
 #pragma once
 
-#include <opencv2/core.hpp>
+#include <string>
 #include <string_view>
 #include <vector>
 
+#include "host/base/Raster.h"
 #include "host/base/UserPath.h"
+#include "host/images/ImageFile.h"
 
 namespace host {
 
-/// The image that a file's bytes are, up to 2 GiB of them, in its own depth and planes; empty for
-/// anything else. Silent about what is wrong.
-cv::Mat DecodeImage(std::string_view bytes);
+/// The page that a name means, the first when it means none, as a whole. Throws Error for a file that is missing or
+/// is not a sound image.
+Image LoadImage(const ImageName& name);
 
-/// The image of a file in its own depth and planes, as stored: orientation tags are not followed. Throws
-/// Error for a file that is missing or is not a sound image.
-cv::Mat LoadImage(const UserPath& path);
+/// The one plane that is measured: of a colour image the luma 0.299 R + 0.587 G + 0.114 B in double precision, of any
+/// other its first channel in its own depth. Alpha is dropped and touches nothing.
+Raster Luma(const Image& image);
 
-/// The one plane that is measured: a grey image itself, the luma 0.114 B + 0.587 G + 0.299 R of a
-/// colour image, in the image's own depth where luma is a number of that depth. Alpha is dropped.
-cv::Mat Luma(const cv::Mat& image);
-
-/// One plane of an image and its name.
+/// One plane of an image and its name; a view of the image, whose pixels must live as long.
 struct Channel {
-    const char* name;
-    cv::Mat values;
+    std::string name;
+    RasterView values;
 };
 
-/// The planes of a colour image as R, G, B and, where it has one, A; a grey image, without its alpha, as L.
-std::vector<Channel> Channels(const cv::Mat& image);
+/// The planes of a colour image as R, G, B and, where it has one, A; a grey image, without its alpha, as L. Channels
+/// that are neither are called by their numbers, from 1.
+std::vector<Channel> Channels(const Image& image);
 
-/// A copy to look at and draw on: 8 bits, blue, green and red. Deeper images are stretched from their
-/// darkest to their brightest value.
-cv::Mat ForDisplay(const cv::Mat& image);
+/// A copy to look at and draw on: red, green and blue in 8 bits. Deeper values are stretched so that all but the
+/// darkest and the brightest thousandth keep their differences; what is not a number is black.
+Raster ForDisplay(const Image& image);
 
-/// Throws a usage error unless the ending of the path names a format that SaveImage writes.
+/// Throws a usage error unless the ending of the path names a format that SaveImage writes: PNG, JPEG or TIFF.
 void CheckImageEnding(const UserPath& path);
 
-/// Writes an image in the format that the ending of the path names, whole or not at all. `kind` names
-/// the file in the Error that is thrown when that fails.
-void SaveImage(std::string_view kind, const UserPath& path, const cv::Mat& image);
+/// Writes an image of 1 to 4 channels (grey, grey and alpha, red, green and blue, these and alpha) in the format that
+/// the ending of the path names, whole or not at all. `kind` names the file in the Error that is thrown when that
+/// fails: PNG holds u8 and u16, JPEG u8 without alpha, TIFF every depth.
+void SaveImage(std::string_view kind, const UserPath& path, const RasterView& image);
 
 }  // namespace host

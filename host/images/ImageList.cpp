@@ -56,16 +56,16 @@ ImageList::ImageList(std::vector<UserPath> images, UserPath list, Shard shard)
     }
 }
 
-std::optional<UserPath> ImageList::Next() {
+std::optional<ImageName> ImageList::Next() {
     for (;;) {
-        std::optional<UserPath> image = NextOfAll();
+        std::optional<ImageName> image = NextOfAll();
         if (!image || (m_taken - 1) % m_shard.count == m_shard.index - 1) {
             return image;
         }
     }
 }
 
-std::optional<UserPath> ImageList::NextOfAll() {
+std::optional<ImageName> ImageList::NextOfAll() {
     if (m_taken < m_images.size()) {
         return m_images[m_taken++];
     }

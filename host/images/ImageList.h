@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "host/base/UserPath.h"
+#include "host/images/ImageFile.h"
 
 namespace host {
 
@@ -31,13 +32,13 @@ class ImageList {
     ImageList(std::vector<UserPath> images, UserPath list, Shard shard);
 
     /// The shard's next image; nothing at the end. Throws Error when the list cannot be read.
-    std::optional<UserPath> Next();
+    std::optional<ImageName> Next();
 
     /// How many images the shard has; nothing when that takes reading a list that can be read only once.
     std::optional<std::size_t> Count() const;
 
   private:
-    std::optional<UserPath> NextOfAll();
+    std::optional<ImageName> NextOfAll();
 
     std::vector<UserPath> m_images;
     UserPath m_list;

@@ -3,20 +3,29 @@
 #include <chrono>
 #include <utility>
 
+#include "host/images/Matrices.h"
+
 namespace host {
 
 namespace {
 
-std::vector<Channel> Planes(const cv::Mat& image, bool channels) {
-    return channels ? Channels(image) : std::vector<Channel>{{"L", Luma(image)}};
+std::vector<Plane> Planes(const Image& image, bool channels) {
+    if (!channels) {
+        return {{"L", MatrixOf(Luma(image).View())}};
+    }
+    std::vector<Plane> planes;
+    for (const Channel& channel : Channels(image)) {
+        planes.push_back({channel.name, MatrixOf(channel.values)});
+    }
+    return planes;
 }
 
 std::vector<std::vector<Cell>> MeasureFigures(const UserPath& image, const std::vector<Figure>& figures,
-                                              const std::vector<View>& views, const std::vector<Channel>& planes,
+                                              const std::vector<View>& views, const std::vector<Plane>& planes,
                                               const Columns& columns) {
     std::vector<std::vector<Cell>> rows;
     for (std::size_t i = 0; i < figures.size(); ++i) {
-        for (const Channel& channel : planes) {
+        for (const Plane& channel : planes) {
             const Measured measured{image, figures[i], views[i], channel, Measure(channel.values, views[i].spans)};
             std::vector<Cell> row;
             for (const Column* column : columns) {
@@ -82,26 +91,26 @@ std::optional<Batch::Outcome> Batch::Next() {
 // Starts to read images while there is room.
 void Batch::Read() {
     while (m_reading.size() + m_measuring.size() < std::size_t{2} * m_options.jobs) {
-        std::optional<UserPath> image = m_images.Next();
+        std::optional<ImageName> image = m_images.Next();
         if (!image) {
             return;
         }
-        std::future<cv::Mat> read = m_workers.Run([path = *image] { return LoadImage(path); });
-        m_reading.push_back({*std::move(image), std::move(read)});
+        std::future<Image> read = m_workers.Run([name = *image] { return LoadImage(name); });
+        m_reading.push_back({std::move(image->path), std::move(read)});
     }
 }
 
 // Starts to measure the first of the images that are read, once it is.
 void Batch::MeasureFront() {
-    Pending<cv::Mat> front = std::move(m_reading.front());
+    Pending<Image> front = std::move(m_reading.front());
     m_reading.pop_front();
     std::future<Rows> rows;
     try {
-        cv::Mat image = front.result.get();
-        Views views = m_regions.In(image.size());
+        Image image = front.result.get();
+        Views views = m_regions.In({image.page.size.width, image.page.size.height});
         rows = m_workers.Run([this, path = front.image, image = std::move(image), views = std::move(views)]() mutable {
-            const std::vector<Channel> planes = Planes(image, m_options.channels);
-            image.release();
+            const std::vector<Plane> planes = Planes(image, m_options.channels);
+            image = {};
             return MeasureFigures(path, m_set.Figures(), *views, planes, m_options.columns);
         });
     } catch (...) {

@@ -74,7 +74,7 @@ class Batch {
     ImageList& m_images;
     BatchOptions m_options;
     Regions m_regions;
-    std::deque<Pending<cv::Mat>> m_reading;
+    std::deque<Pending<Image>> m_reading;
     std::deque<Pending<Rows>> m_measuring;
     Workers m_workers;  // Last: its threads use what stands above.
 };

@@ -14,12 +14,18 @@
 
 namespace host {
 
+/// One channel of an image and its name.
+struct Plane {
+    std::string name;
+    cv::Mat values;
+};
+
 /// One figure on one channel of one image: what a row is made of.
 struct Measured {
     const UserPath& image;
     const Figure& figure;
     const View& view;
-    const Channel& channel;
+    const Plane& channel;
     std::optional<Statistics> statistics;
 };
 

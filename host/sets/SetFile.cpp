@@ -7,7 +7,6 @@
 #include <cstring>
 #include <memory>
 #include <new>
-#include <opencv2/imgcodecs.hpp>
 #include <optional>
 #include <pugixml.hpp>
 #include <sstream>
@@ -17,6 +16,7 @@
 #include "contract/Components.h"
 #include "framework/support/FolderStream.h"
 #include "framework/support/XMLStream.h"
+#include "host/base/Error.h"
 #include "host/base/Text.h"
 #include "host/figures/FigureClass.h"
 #include "host/figures/MaskPicture.h"
@@ -140,12 +140,14 @@ std::optional<std::uint64_t> DeclaredPixels(const FolderArchive::Block& png) {
 }
 
 void SaveMaskImage(const Figure& figure, FolderArchive& archive, std::uint64_t& pixelsLeft) {
-    const cv::Mat image = MaskImageOf(figure);
-    TakePixels(figure, image.total(), pixelsLeft);
-    FolderArchive::Block png;
-    if (!image.empty() && cv::imencode(".png", image, png)) {
-        archive.Put(FolderOf(figure) + "/mask.png", std::move(png));
+    const Raster image = MaskImageOf(figure);
+    if (image.IsEmpty()) {
+        return;
     }
+    const PixelSize size = image.Size();
+    TakePixels(figure, static_cast<std::uint64_t>(size.width) * static_cast<std::uint64_t>(size.height), pixelsLeft);
+    const std::string png = EncodeImage(Format::png, image.View());
+    archive.Put(FolderOf(figure) + "/mask.png", {png.begin(), png.end()});
 }
 
 void LoadMaskImage(const Figure& figure, const FolderArchive& archive, std::uint64_t& pixelsLeft) {
@@ -157,11 +159,11 @@ void LoadMaskImage(const Figure& figure, const FolderArchive& archive, std::uint
         TakePixels(figure, *declared, pixelsLeft);
         // A decoder without memory says no more than that it failed, so what it and the copy take is asked for before.
         static_cast<void>(std::make_unique_for_overwrite<unsigned char[]>(2 * *declared + kDecoderBytes));
-        const cv::Mat image = DecodeImage(BytesOf(*png));
-        if (image.empty() || image.type() != CV_8UC1) {
+        try {
+            SetMaskImage(figure, DecodeImage(BytesOf(*png)).pixels.View());
+        } catch (const Error&) {
             Unsound(figure, "its mask is damaged");
         }
-        SetMaskImage(figure, image);
     }
 }
 

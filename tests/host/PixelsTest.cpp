@@ -171,7 +171,8 @@ TEST_F(PixelsTest, OneRegionServesImagesOfAllSizesAndDepths) {
     }
     cv::Mat level(60, 60, CV_16U, cv::Scalar(60001));
     cv::Mat luma;
-    cv::cvtColor(colour, luma, cv::COLOR_BGR2GRAY);
+    colour.convertTo(luma, CV_64F);
+    cv::transform(luma, luma, cv::Matx13d(0.114, 0.587, 0.299));
     cv::cvtColor(colour, colour, cv::COLOR_BGR2BGRA);
     const json rows = Measure(Save("small.png", small), {Save("deep.png", deep), Save("real.tiff", real),
                                                          Save("colour.png", colour), Save("level.png", level)});

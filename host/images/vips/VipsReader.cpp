@@ -1,0 +1,206 @@
+// The formats that are rare here, by libvips. Its loaders are called by name, so that none but these ever opens a file.
+#include <vips/vips.h>
+
+#include <algorithm>
+#include <memory>
+#include <stdexcept>
+#include <string>
+
+#include "host/images/FileReader.h"
+
+namespace host {
+
+namespace {
+
+// The loader of a format; of all of them only those for animations and for stacks know pages.
+struct Loader {
+    const char* name;
+    bool hasPages;
+};
+
+Loader LoaderOf(Format format) {
+    switch (format) {
+        case Format::gif:
+            return {"gifload", true};
+        case Format::webp:
+            return {"webpload", true};
+        case Format::jpeg2000:
+            return {"jp2kload", false};
+        case Format::fits:
+            return {"fitsload", false};
+        case Format::openExr:
+            return {"openexrload", false};
+        case Format::pnm:
+            return {"ppmload", false};
+        default:
+            return {"magickload", false};
+    }
+}
+
+void StartOnce() {
+    static const bool started = [] {
+        if (VIPS_INIT("roi") != 0) {
+            return false;
+        }
+        // Whoever calls has threads enough, and files change under the names by which results would be kept.
+        vips_concurrency_set(1);
+        vips_cache_set_max(0);
+        // Warnings come as errors where they matter.
+        g_log_set_handler(
+            "VIPS", G_LOG_LEVEL_MASK, [](const char*, GLogLevelFlags, const char*, void*) {}, nullptr);
+        return true;
+    }();
+    if (!started) {
+        throw std::runtime_error("libvips does not start");
+    }
+}
+
+// What the library says of its last error, in one line, and a clean slate.
+std::string LastFault() {
+    const std::unique_ptr<char, decltype(&g_free)> text(vips_error_buffer_copy(), g_free);
+    std::string fault = text ? text.get() : "";
+    fault.erase(fault.find_last_not_of(" \n") + 1);
+    std::replace(fault.begin(), fault.end(), '\n', ';');
+    return fault.empty() ? "it cannot be decoded" : fault;
+}
+
+Depth DepthOf(VipsBandFormat format) {
+    switch (format) {
+        case VIPS_FORMAT_UCHAR:
+            return Depth::u8;
+        case VIPS_FORMAT_CHAR:
+            return Depth::i8;
+        case VIPS_FORMAT_USHORT:
+            return Depth::u16;
+        case VIPS_FORMAT_SHORT:
+            return Depth::i16;
+        case VIPS_FORMAT_UINT:
+            return Depth::u32;
+        case VIPS_FORMAT_INT:
+            return Depth::i32;
+        case VIPS_FORMAT_FLOAT:
+            return Depth::f32;
+        case VIPS_FORMAT_DOUBLE:
+            return Depth::f64;
+        default:
+            throw std::runtime_error("its values are of an unknown kind");
+    }
+}
+
+struct Unreferenced {
+    void operator()(void* object) const noexcept { g_object_unref(object); }
+};
+using Picture = std::unique_ptr<VipsImage, Unreferenced>;
+
+class VipsReader : public FileReader {
+  public:
+    VipsReader(Format format, std::FILE* file)
+        : m_loader(LoaderOf(format)), m_path("/proc/self/fd/" + std::to_string(fileno(file))) {
+        m_image = Load(0, VIPS_FAIL_ON_NONE);
+    }
+
+    int Pages() const override { return m_loader.hasPages ? vips_image_get_n_pages(m_image.get()) : 1; }
+    PageInfo Turn(int page) override;
+    bool ReadRow(std::byte* row) override;
+    std::string Fault() const override { return m_fault; }
+
+  private:
+    Picture Load(int page, VipsFailOn failOn) const;
+    bool PrepareBand();
+    void Begin(VipsFailOn failOn);
+
+    Loader m_loader;
+    std::string m_path;
+    Picture m_image;
+    std::unique_ptr<VipsRegion, Unreferenced> m_region;
+    std::string m_fault;
+    int m_page = 0;
+    int m_next = 0;
+    int m_prepared = 0;  // The row below those that are decoded.
+    std::size_t m_rowBytes = 0;
+};
+
+Picture VipsReader::Load(int page, VipsFailOn failOn) const {
+    VipsImage* image = nullptr;
+    const int failure = m_loader.hasPages ? vips_call(m_loader.name, m_path.c_str(), &image, "access",
+                                                      VIPS_ACCESS_SEQUENTIAL, "fail_on", failOn, "page", page, nullptr)
+                                          : vips_call(m_loader.name, m_path.c_str(), &image, "access",
+                                                      VIPS_ACCESS_SEQUENTIAL, "fail_on", failOn, nullptr);
+    Picture picture(image);
+    if (failure != 0) {
+        throw std::runtime_error(LastFault());
+    }
+    return picture;
+}
+
+PageInfo VipsReader::Turn(int page) {
+    m_page = page;
+    m_next = 0;
+    m_prepared = 0;
+    try {
+        Begin(VIPS_FAIL_ON_WARNING);
+    } catch (const std::runtime_error& fault) {
+        m_fault = fault.what();
+        Begin(VIPS_FAIL_ON_NONE);
+    }
+    VipsImage* const image = m_image.get();
+    PageInfo info;
+    info.size = {vips_image_get_width(image), vips_image_get_height(image)};
+    info.channels = vips_image_get_bands(image);
+    info.depth = DepthOf(vips_image_get_format(image));
+    info.bits = 8 * static_cast<int>(BytesOf(info.depth));
+    const VipsInterpretation kind = vips_image_get_interpretation(image);
+    if (kind == VIPS_INTERPRETATION_CMYK) {
+        throw std::runtime_error("its colours are those of inks (CMYK), which are not measured");
+    }
+    info.isColour = info.channels >= 3 && (kind == VIPS_INTERPRETATION_sRGB || kind == VIPS_INTERPRETATION_RGB16 ||
+                                           kind == VIPS_INTERPRETATION_scRGB || kind == VIPS_INTERPRETATION_RGB);
+    info.hasAlpha = vips_image_hasalpha(image) != 0;
+    if (vips_image_get_orientation(image) > 1) {
+        info.warnings.emplace_back("its orientation tag is not followed: pixels are taken as stored");
+    }
+    m_rowBytes = info.RowBytes();
+    return info;
+}
+
+// Opens the page. The library gives nothing more once it has failed; what is to make the best of a damaged file
+// begins anew.
+void VipsReader::Begin(VipsFailOn failOn) {
+    m_region.reset();
+    m_image = Load(m_page, failOn);
+    m_region.reset(vips_region_new(m_image.get()));
+}
+
+// Has the next rows decoded.
+bool VipsReader::PrepareBand() {
+    constexpr int kBand = 64;
+    m_prepared = std::min(m_next + kBand, vips_image_get_height(m_image.get()));
+    const VipsRect band{0, m_next, vips_image_get_width(m_image.get()), m_prepared - m_next};
+    return vips_region_prepare(m_region.get(), &band) == 0;
+}
+
+bool VipsReader::ReadRow(std::byte* row) {
+    if (m_next >= m_prepared && !PrepareBand()) {
+        const bool isFirst = m_fault.empty();
+        m_fault = isFirst ? LastFault() : m_fault;
+        if (!isFirst) {
+            return false;
+        }
+        Begin(VIPS_FAIL_ON_NONE);
+        if (!PrepareBand()) {
+            return false;
+        }
+    }
+    std::copy_n(reinterpret_cast<const std::byte*>(VIPS_REGION_ADDR(m_region.get(), 0, m_next)), m_rowBytes, row);
+    ++m_next;
+    return true;
+}
+
+}  // namespace
+
+}  // namespace host
+
+extern "C" [[gnu::visibility("default")]] host::FileReader* OpenImageFile(host::Format format, std::FILE* file) {
+    host::StartOnce();
+    return std::make_unique<host::VipsReader>(format, file).release();
+}
