@@ -54,12 +54,8 @@ Path PathOf(const Contour& contour) {
 }
 
 // Along the outermost pixels of what an image shows of a mask, holes included.
-std::vector<Path> Contours(const std::vector<Span>& spans) {
-    const cv::Rect box = BoxAround(spans);
+std::vector<Path> Contours(const std::vector<Span>& /*spans*/) {
     std::vector<std::vector<cv::Point>> contours;
-    if (!box.empty()) {
-        cv::findContours(Painted(spans, box), contours, cv::RETR_CCOMP, cv::CHAIN_APPROX_SIMPLE, box.tl());
-    }
     std::vector<Path> paths;
     paths.reserve(contours.size());
     for (const auto& contour : contours) {
@@ -88,7 +84,7 @@ std::vector<Path> OutlinesOf(const Figure& figure, const View& view) {
     const Outline outline = figure.type->outline(figure);
     std::vector<Path> paths;
     if (outline.isImage) {
-        paths = Contours(view.spans);
+        paths = Contours(view.pixels.spans);
         paths.push_back(BoundsPath(*figure.roi));
         return paths;
     }
@@ -337,7 +333,7 @@ struct Sketch {
     Sketch(const std::vector<Figure>& figures, std::size_t index, cv::Size image)
         : figure(&figures[index]),
           color(kPalette[index % kPalette.size()]),
-          view(Region(*figure, Cut::none).In(image)),
+          view(Region(*figure, PixelRule::outline).In({image.width, image.height})),
           outlines(OutlinesOf(*figure, view)),
           nodes(NodesOf(*figure)) {}
 
@@ -359,7 +355,7 @@ void Draw(cv::Mat& picture, const Frame& frame, std::vector<Sketch> sketches, No
     Pen pen(picture, frame.boldness);
     for (Sketch& sketch : sketches) {
         sketch.MapInto(frame);
-        for (const Span& span : sketch.view.spans) {
+        for (const Span& span : sketch.view.pixels.spans) {
             pen.Tint(frame.Map(cv::Rect(span.firstX, span.y, span.Length(), 1)), sketch.color);
         }
     }

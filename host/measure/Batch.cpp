@@ -3,6 +3,8 @@
 #include <chrono>
 #include <utility>
 
+#include "host/images/MatView.h"
+
 namespace host {
 
 namespace {
@@ -17,7 +19,7 @@ std::vector<std::vector<Cell>> MeasureFigures(const UserPath& image, const std::
     std::vector<std::vector<Cell>> rows;
     for (std::size_t i = 0; i < figures.size(); ++i) {
         for (const Channel& channel : planes) {
-            const Measured measured{image, figures[i], views[i], channel, Measure(channel.values, views[i].spans)};
+            const Measured measured{image, figures[i], views[i], channel, Measure(ViewOf(channel.values), views[i].pixels)};
             std::vector<Cell> row;
             for (const Column* column : columns) {
                 row.push_back(column->fill(measured));
@@ -35,13 +37,13 @@ bool IsReady(const std::future<Result>& result) {
 
 }  // namespace
 
-Regions::Regions(const RoiSet& set, Cut cut) {
+Regions::Regions(const RoiSet& set, PixelRule rule) {
     for (const Figure& figure : set.Figures()) {
-        m_regions.emplace_back(figure, cut);
+        m_regions.emplace_back(figure, rule);
     }
 }
 
-Views Regions::In(cv::Size image) {
+Views Regions::In(PixelSize image) {
     if (!m_views || m_size != image) {
         std::vector<View> views;
         for (Region& region : m_regions) {
@@ -57,7 +59,7 @@ Batch::Batch(const RoiSet& set, ImageList& images, BatchOptions options)
     : m_set(set),
       m_images(images),
       m_options(std::move(options)),
-      m_regions(set, m_options.cut),
+      m_regions(set, m_options.rule),
       m_workers(m_options.jobs) {}
 
 std::optional<Batch::Outcome> Batch::Next() {
@@ -98,7 +100,7 @@ void Batch::MeasureFront() {
     std::future<Rows> rows;
     try {
         cv::Mat image = front.result.get();
-        Views views = m_regions.In(image.size());
+        Views views = m_regions.In({image.cols, image.rows});
         rows = m_workers.Run([this, path = front.image, image = std::move(image), views = std::move(views)]() mutable {
             const std::vector<Channel> planes = Planes(image, m_options.channels);
             image.release();
