@@ -33,7 +33,7 @@ void Run(const LabelsOptions& options) {
     const RoiSet set = RoiSet::Load(session, options.set);
     const cv::Mat image = LoadImage(options.image);
     const LabelImage labels = LabelsOf(set, {image.cols, image.rows}, options.pixels.Rule());
-    SaveImage("labels", options.output, MatOver(labels.image));
+    SaveImage("labels", options.output, MatOf(labels.image));
     for (std::size_t i = 0; i < labels.taken.size(); ++i) {
         if (labels.taken[i] > 0) {
             Warn(set.Figures()[i].name, fmt::format("{} of its pixels are labelled as a later figure", labels.taken[i]));

@@ -43,7 +43,7 @@ void Run(const MaskOptions& options) {
     if (box.IsEmpty()) {
         throw fail("the figure has no pixels");
     }
-    SaveImage("mask", options.output, MatOver(Painted(*pixels, box)));
+    SaveImage("mask", options.output, MatOf(Painted(*pixels, box)));
     Table table({"left", "top", "width", "height"});
     table.Add({std::int64_t{box.left}, std::int64_t{box.top}, std::int64_t{box.width}, std::int64_t{box.height}});
     WriteStdout(table.Format(options.format));

@@ -92,34 +92,6 @@ std::vector<Channel> Channels(const cv::Mat& image) {
     return channels;
 }
 
-cv::Mat ForDisplay(const cv::Mat& image) {
-    cv::Mat shown = image;
-    if (image.depth() != CV_8U) {
-        cv::Mat real;
-        image.convertTo(real, CV_64F);
-        real = real.reshape(1);
-        const cv::Mat finite = cv::abs(real) <= std::numeric_limits<double>::max();
-        double darkest = 0.0;
-        double brightest = 0.0;
-        cv::minMaxLoc(real, &darkest, &brightest, nullptr, nullptr, finite);
-        real.setTo(darkest, ~finite);
-        const double scale = brightest > darkest ? 255.0 / (brightest - darkest) : 0.0;
-        real.convertTo(shown, CV_8U, scale, -darkest * scale);
-        shown = shown.reshape(image.channels());
-    }
-    cv::Mat bgr;
-    switch (shown.channels()) {
-        case 3:
-            return shown.clone();
-        case 4:
-            cv::cvtColor(shown, bgr, cv::COLOR_BGRA2BGR);
-            return bgr;
-        default:
-            cv::cvtColor(Luma(shown), bgr, cv::COLOR_GRAY2BGR);
-            return bgr;
-    }
-}
-
 void CheckImageEnding(const UserPath& path) {
     if (path.Extension().empty() || !cv::haveImageWriter("image" + path.Extension())) {
         throw UsageError("unknown image format", path.Typed(), "end the name in .png, .jpg, .tif or .bmp");

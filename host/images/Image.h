@@ -1,4 +1,4 @@
-// Image files: read in their own depth, measured on their luma, shown in 8 bits, written whole.
+// Image files: read in their own depth, measured on their luma, written whole.
 #pragma once
 
 #include <opencv2/core.hpp>
@@ -29,10 +29,6 @@ struct Channel {
 
 /// The planes of a colour image as R, G, B and, where it has one, A; a grey image, without its alpha, as L.
 std::vector<Channel> Channels(const cv::Mat& image);
-
-/// A copy to look at and draw on: 8 bits, blue, green and red. Deeper images are stretched from their
-/// darkest to their brightest value.
-cv::Mat ForDisplay(const cv::Mat& image);
 
 /// Throws a usage error unless the ending of the path names a format that SaveImage writes.
 void CheckImageEnding(const UserPath& path);

@@ -24,12 +24,24 @@ inline RasterView ViewOf(const cv::Mat& image) {
             image.empty() ? 0 : static_cast<std::ptrdiff_t>(image.step[0])};
 }
 
-/// Pixels of ours as a matrix over the same memory, to be read only.
-inline cv::Mat MatOver(const Raster& image) {
+/// A matrix with its colours in the order in which the host keeps them: red, green, blue, alpha.
+inline cv::Mat InOurOrder(const cv::Mat& image) {
+    if (image.channels() < 3) {
+        return image;
+    }
+    cv::Mat ours(image.size(), image.type());
+    const int order[] = {0, 2, 1, 1, 2, 0, 3, 3};
+    cv::mixChannels(&image, 1, &ours, 1, order, static_cast<std::size_t>(image.channels()));
+    return ours;
+}
+
+/// Pixels of ours as a matrix, its colours in OpenCV's order.
+inline cv::Mat MatOf(const Raster& image) {
     constexpr int kDepths[] = {CV_8U, CV_8S, CV_16U, CV_16S, CV_32S, CV_32S, -1, -1, CV_32F, CV_64F};
-    return {image.Size().height, image.Size().width,
-            CV_MAKETYPE(kDepths[static_cast<int>(image.Depth())], image.Channels()),
-            const_cast<std::byte*>(image.View().data)};
+    const RasterView view = image.View();
+    return InOurOrder({view.size.height, view.size.width,
+                       CV_MAKETYPE(kDepths[static_cast<int>(view.depth)], view.channels),
+                       const_cast<std::byte*>(view.data)});
 }
 
 }  // namespace host

@@ -40,7 +40,7 @@ void MeetArc(const Edge& arc, const Edge& other, std::vector<double>& ys) {
     AddIfFinite(arc.centerY + root, ys);
 }
 
-// The ends of all edges and where arcs meet others, ascending. Where lines cross is found row by row.
+// The ends of all edges and where arcs meet others, ascending, from the border of row 0. Where lines cross is found row by row.
 std::vector<double> MeetingRows(const std::vector<Edge>& edges) {
     std::vector<double> ys;
     for (const Edge& edge : edges) {
@@ -56,22 +56,82 @@ std::vector<double> MeetingRows(const std::vector<Edge>& edges) {
             }
         }
     }
+    for (double& y : ys) {
+        y += 0.5;
+    }
     std::sort(ys.begin(), ys.end());
     ys.erase(std::unique(ys.begin(), ys.end()), ys.end());
     return ys;
 }
 
-// The area between an arc and its chord of that width and height.
-double SegmentArea(const Edge& arc, double width, double height) noexcept {
-    const double x = width / arc.radiusX;
-    const double y = height / arc.radiusY;
-    const double square = 0.25 * (x * x + y * y);  // of the sine of half the arc's angle
-    const double sine = std::sqrt(square);
-    constexpr double kShort = 0.0025;  // What the series leaves out then is 1e-9 of it.
-    const double unit = square < kShort ? sine * square * (2.0 / 3.0 + square * (0.2 + square * (3.0 / 28.0)))
-                                        : std::asin(std::min(sine, 1.0)) - sine * std::sqrt(std::max(1.0 - square, 0.0));
-    return unit * std::abs(arc.radiusX * arc.radiusY);
-}
+// ---------------------------------------------------------------------------------------------------
+// Edges, prepared to be followed
+
+double Between(double value, double low, double high) noexcept { return std::min(std::max(low, value), high); }
+
+// An edge with what it takes to follow it without a division.
+struct Curve {
+    double top;
+    double bottom;
+    double xTop;
+    double xBottom;
+    double left;
+    double right;
+    int winding;
+    bool isArc;
+    // Of a line.
+    double slope;
+    double rise;
+    // Of an arc.
+    ImagePoint center;
+    ImagePoint radius;
+    ImagePoint inverse;
+    double square;
+
+    // Squares of pixels have whole numbers for borders here.
+    explicit Curve(const Edge& edge) noexcept
+        : top(edge.top + 0.5),
+          bottom(edge.bottom + 0.5),
+          xTop(edge.xTop + 0.5),
+          xBottom(edge.xBottom + 0.5),
+          left(std::min(xTop, xBottom)),
+          right(std::max(xTop, xBottom)),
+          winding(edge.winding),
+          isArc(edge.IsArc()),
+          slope((edge.xBottom - edge.xTop) / (edge.bottom - edge.top)),
+          rise((edge.bottom - edge.top) / (edge.xBottom - edge.xTop)),
+          center(edge.centerX + 0.5, edge.centerY + 0.5),
+          radius(edge.radiusX, edge.radiusY),
+          inverse(1.0 / edge.radiusX, 1.0 / edge.radiusY),
+          square(std::abs(edge.radiusX * edge.radiusY)) {}
+
+    double X(double y) const noexcept {
+        if (!isArc) {
+            return Between(xTop + (y - top) * slope, left, right);
+        }
+        const double u = (y - center.y) * inverse.y;
+        return Between(center.x + radius.x * std::sqrt(std::max((1.0 - u) * (1.0 + u), 0.0)), left, right);
+    }
+    double Y(double x) const noexcept {
+        if (!isArc) {
+            return Between(top + (x - xTop) * rise, top, bottom);
+        }
+        const double u = (x - center.x) * inverse.x;
+        return Between(center.y + radius.y * std::sqrt(std::max((1.0 - u) * (1.0 + u), 0.0)), top, bottom);
+    }
+
+    // The area between an arc and its chord of that width and height.
+    double SegmentArea(double width, double height) const noexcept {
+        const double x = width * inverse.x;
+        const double y = height * inverse.y;
+        const double sine2 = 0.25 * (x * x + y * y);  // The square of the sine of half the arc's angle.
+        const double sine = std::sqrt(sine2);
+        constexpr double kShort = 0.0025;  // What the series leaves out then is 1e-9 of it.
+        return square * (sine2 < kShort
+                             ? sine * sine2 * (2.0 / 3.0 + sine2 * (0.2 + sine2 * (3.0 / 28.0)))
+                             : std::asin(std::min(sine, 1.0)) - sine * std::sqrt(std::max(1.0 - sine2, 0.0)));
+    }
+};
 
 // ---------------------------------------------------------------------------------------------------
 // One row of pixels
@@ -82,7 +142,7 @@ class Row {
     Row(int left, int width) : m_left(left), m_width(width), m_steps(static_cast<std::size_t>(width) + 2) {}
 
     // Adds, `sign` times, what lies to the right of an edge between two rows, where its x is x0 and x1.
-    void Add(const Edge& edge, double sign, double y0, double x0, double y1, double x1) {
+    void Add(const Curve& curve, double sign, double y0, double x0, double y1, double x1) {
         if (x1 < x0) {
             std::swap(x0, x1);
             std::swap(y0, y1);
@@ -93,7 +153,7 @@ class Row {
         double endX = x1 - m_left;
         double endY = y1;
         if (x < 0.0) {
-            const double enters = endX > 0.0 ? edge.Y(m_left) : endY;
+            const double enters = endX > 0.0 ? curve.Y(m_left) : endY;
             m_steps.front() += sign * std::abs(enters - y);
             m_touched.push_back({0, 0});
             x = 0.0;
@@ -101,26 +161,30 @@ class Row {
         }
         if (endX > m_width && x < m_width) {
             endX = m_width;
-            endY = edge.Y(m_left + endX);
+            endY = curve.Y(m_left + endX);
         }
         if (y == endY || x >= m_width) {
             return;
         }
         const int first = static_cast<int>(x);
-        const int last = std::max(first, static_cast<int>(std::ceil(endX)) - 1);
+        const int end = static_cast<int>(endX);
+        const int last = std::max(first, end < endX ? end : end - 1);
         for (int column = first; column < last; ++column) {
-            const double nextY = edge.Y(m_left + column + 1.0);
-            AddPiece(edge, sign, column, x, y, column + 1.0, nextY);
+            const double nextY = curve.Y(m_left + column + 1.0);
+            AddPiece(curve, sign, column, x, y, column + 1.0, nextY);
             x = column + 1.0;
             y = nextY;
         }
-        AddPiece(edge, sign, last, x, y, endX, endY);
+        AddPiece(curve, sign, last, x, y, endX, endY);
         m_touched.push_back({first, last + 1});
     }
 
     // Moves what is summed up to the pixels of row y.
     void MoveTo(int y, PixelSet& pixels) {
-        std::sort(m_touched.begin(), m_touched.end(), [](const Run& a, const Run& b) { return a.first < b.first; });
+        const auto before = [](const Run& a, const Run& b) { return a.first < b.first; };
+        if (!std::is_sorted(m_touched.begin(), m_touched.end(), before)) {
+            std::sort(m_touched.begin(), m_touched.end(), before);
+        }
         double covered = 0.0;
         int column = 0;
         for (const Run& run : m_touched) {
@@ -145,12 +209,12 @@ class Row {
     };
 
     // A piece of an edge within one column.
-    void AddPiece(const Edge& edge, double sign, int column, double x0, double y0, double x1, double y1) noexcept {
+    void AddPiece(const Curve& curve, double sign, int column, double x0, double y0, double x1, double y1) noexcept {
         const double height = std::abs(y1 - y0);
         // What lies to the left of it.
         double left = 0.5 * height * ((x0 - column) + (x1 - column));
-        if (edge.IsArc()) {
-            left += std::copysign(SegmentArea(edge, x1 - x0, height), edge.radiusX);
+        if (curve.isArc) {
+            left += std::copysign(curve.SegmentArea(x1 - x0, height), curve.radius.x);
         }
         m_steps[static_cast<std::size_t>(column)] += sign * (height - left);
         m_steps[static_cast<std::size_t>(column) + 1] += sign * left;
@@ -182,30 +246,32 @@ class Row {
 
 // An edge across a band, with its x above and below.
 struct Strand {
-    const Edge* edge;
+    const Curve* curve;
     double above;
     double below;
 };
 
 class Sweep {
   public:
-    Sweep(const std::vector<Edge>& edges, const PixelRect& box)
-        : m_box(box), m_meetings(MeetingRows(edges)), m_row(box.left, box.width) {
-        for (const Edge& edge : edges) {
-            m_waiting.push_back(&edge);
+    Sweep(const std::vector<Curve>& curves, std::vector<double> meetings, const PixelRect& box)
+        : m_box(box), m_meetings(std::move(meetings)), m_row(box.left, box.width) {
+        for (const Curve& curve : curves) {
+            m_waiting.push_back(&curve);
         }
-        std::sort(m_waiting.begin(), m_waiting.end(), [](const Edge* a, const Edge* b) { return a->top > b->top; });
+        std::sort(m_waiting.begin(), m_waiting.end(), [](const Curve* a, const Curve* b) { return a->top > b->top; });
     }
 
     PixelSet Run() {
         PixelSet pixels;
         auto meeting = std::upper_bound(m_meetings.begin(), m_meetings.end(), static_cast<double>(m_box.top));
+        Change(m_box.top);
         for (int y = m_box.top; y < m_box.Bottom(); ++y) {
             const double end = y + 1.0;
             double top = y;
             for (; meeting != m_meetings.end() && *meeting <= end; ++meeting) {
                 AddBand(top, *meeting);
                 top = *meeting;
+                Change(top);
             }
             if (top < end) {
                 AddBand(top, end);
@@ -216,19 +282,23 @@ class Sweep {
     }
 
   private:
+    // Ends the strands that end at a row and begins those that begin there.
+    void Change(double y) {
+        std::erase_if(m_strands, [y](const Strand& strand) { return strand.curve->bottom <= y; });
+        for (; !m_waiting.empty() && m_waiting.back()->top <= y; m_waiting.pop_back()) {
+            if (const Curve* const curve = m_waiting.back(); curve->bottom > y) {
+                m_strands.push_back({curve, 0.0, curve->X(y)});
+            }
+        }
+    }
+
     // A band in which edges neither begin nor end; it begins where the last one ended.
     void AddBand(double top, double bottom) {
-        std::erase_if(m_strands, [top](const Strand& strand) { return strand.edge->bottom <= top; });
         for (Strand& strand : m_strands) {
             strand.above = strand.below;
         }
-        for (; !m_waiting.empty() && m_waiting.back()->top < bottom; m_waiting.pop_back()) {
-            if (const Edge* const edge = m_waiting.back(); edge->bottom > top) {
-                m_strands.push_back({edge, edge->X(top), 0.0});
-            }
-        }
         for (Strand& strand : m_strands) {
-            strand.below = strand.edge->X(bottom);
+            strand.below = strand.curve->X(bottom);
         }
         Sort(m_strands, top, bottom);
         const std::vector<double> crossings = Crossings(top, bottom);
@@ -245,14 +315,18 @@ class Sweep {
 
     // The rows at which lines cross within a band.
     std::vector<double> Crossings(double top, double bottom) const {
-        const auto crossed = [](const Strand& a, const Strand& b) { return a.above > b.above || a.below > b.below; };
+        // Less is the rounding of lines that meet at an end.
+        constexpr double kRounding = 1e-11;
+        const auto crossed = [](const Strand& a, const Strand& b) {
+            return a.above > b.above + kRounding || a.below > b.below + kRounding;
+        };
         std::vector<double> ys;
         if (std::adjacent_find(m_strands.begin(), m_strands.end(), crossed) == m_strands.end()) {
             return ys;
         }
         for (auto a = m_strands.begin(); a != m_strands.end(); ++a) {
             for (auto b = a + 1; b != m_strands.end(); ++b) {
-                if (crossed(*a, *b) && !a->edge->IsArc() && !b->edge->IsArc()) {
+                if (crossed(*a, *b) && !a->curve->isArc && !b->curve->isArc) {
                     const double above = std::abs(a->above - b->above);
                     const double below = std::abs(a->below - b->below);
                     ys.push_back(top + (bottom - top) * above / (above + below));
@@ -270,8 +344,8 @@ class Sweep {
         }
         std::vector<Strand> strands = m_strands;
         for (Strand& strand : strands) {
-            strand.above = strand.edge->X(top);
-            strand.below = strand.edge->X(bottom);
+            strand.above = strand.curve->X(top);
+            strand.below = strand.curve->X(bottom);
         }
         Sort(strands, top, bottom);
         AddSorted(strands, top, bottom);
@@ -282,9 +356,9 @@ class Sweep {
         int winding = 0;
         for (const Strand& strand : strands) {
             const int before = winding;
-            winding += strand.edge->winding;
+            winding += strand.curve->winding;
             if (before == 0 || winding == 0) {
-                m_row.Add(*strand.edge, before == 0 ? 1.0 : -1.0, top, strand.above, bottom, strand.below);
+                m_row.Add(*strand.curve, before == 0 ? 1.0 : -1.0, top, strand.above, bottom, strand.below);
             }
         }
     }
@@ -292,12 +366,12 @@ class Sweep {
     static bool IsBefore(const Strand& a, const Strand& b, double top, double bottom) noexcept {
         const double middleA = a.above + a.below;
         const double middleB = b.above + b.below;
-        if (middleA != middleB || a.edge->IsArc() == b.edge->IsArc()) {
+        if (middleA != middleB || a.curve->isArc == b.curve->isArc) {
             return middleA < middleB;
         }
         // An arc and its chord.
         const double middle = 0.5 * (top + bottom);
-        return a.edge->X(middle) < b.edge->X(middle);
+        return a.curve->X(middle) < b.curve->X(middle);
     }
 
     // They stay nearly in order from band to band.
@@ -311,39 +385,33 @@ class Sweep {
 
     PixelRect m_box;
     std::vector<double> m_meetings;
-    std::vector<const Edge*> m_waiting;  // the next one to begin last
+    std::vector<const Curve*> m_waiting;  // the next one to begin last
     std::vector<Strand> m_strands;
     Row m_row;
 };
 
-// Columns and rows from which squares have whole numbers for borders.
-Edge OnGrid(Edge edge) noexcept {
-    for (double* const coordinate :
-         {&edge.top, &edge.bottom, &edge.xTop, &edge.xBottom, &edge.centerX, &edge.centerY}) {
-        *coordinate += 0.5;
-    }
-    return edge;
-}
-
+// The pixels whose squares an outline may reach.
 PixelRect Squares(const EdgeExtent& extent, const PixelRect& field) noexcept {
     const auto within = [](double value, double low, double high) {
         return static_cast<int>(std::min(std::max(value, low), high));
     };
     const auto right = static_cast<double>(field.Right());
     const auto bottom = static_cast<double>(field.Bottom());
-    const int left = within(std::floor(extent.left), field.left, right);
-    const int top = within(std::floor(extent.top), field.top, bottom);
-    return {left, top, within(std::ceil(extent.right), left, right) - left,
-            within(std::ceil(extent.bottom), top, bottom) - top};
+    const int left = within(std::floor(extent.left + 0.5), field.left, right);
+    const int top = within(std::floor(extent.top + 0.5), field.top, bottom);
+    return {left, top, within(std::ceil(extent.right + 0.5), left, right) - left,
+            within(std::ceil(extent.bottom + 0.5), top, bottom) - top};
 }
 
 }  // namespace
 
 PixelSet CoverageOf(const std::vector<Edge>& edges, const PixelRect& field) {
-    std::vector<Edge> shifted(edges.size());
-    std::transform(edges.begin(), edges.end(), shifted.begin(), OnGrid);
-    const PixelRect box = Squares(ExtentOf(shifted), field);
-    return box.IsEmpty() ? PixelSet{} : Sweep(shifted, box).Run();
+    const PixelRect box = Squares(ExtentOf(edges), field);
+    if (box.IsEmpty()) {
+        return {};
+    }
+    const std::vector<Curve> curves(edges.begin(), edges.end());
+    return Sweep(curves, MeetingRows(edges), box).Run();
 }
 
 }  // namespace host
