@@ -14,11 +14,13 @@ namespace host::cli {
 namespace {
 
 const std::string kDetails =
-    std::string(R"(An image as large as IMAGE: 1 at the pixels of the first figure of the set, 2 at those of the second and so on,
+    std::string(
+        R"(An image as large as IMAGE: 1 at the pixels of the first figure of the set, 2 at those of the second and so on,
 0 elsewhere. It has 16 bits, or 32 for more than 65,535 figures. Where figures overlap the last one has the pixel,
 and a warning tells what the others lose.
 
-)") + kPixelRule + "\n";
+)") +
+    kPixelRule + "\n";
 
 struct LabelsOptions {
     UserPath set;
@@ -36,7 +38,8 @@ void Run(const LabelsOptions& options) {
     SaveImage("labels", options.output, MatOf(labels.image));
     for (std::size_t i = 0; i < labels.taken.size(); ++i) {
         if (labels.taken[i] > 0) {
-            Warn(set.Figures()[i].name, fmt::format("{} of its pixels are labelled as a later figure", labels.taken[i]));
+            Warn(set.Figures()[i].name,
+                 fmt::format("{} of its pixels are labelled as a later figure", labels.taken[i]));
         }
     }
 }

@@ -108,8 +108,7 @@ void Run(const MeasureOptions& options) {
     Progress progress(shown, shown ? images.Count() : std::nullopt);
     cv::setNumThreads(1);  // The jobs are threads enough.
     TableStream table(NamesOf(columns), options.format);
-    Batch batch(set, images,
-                {std::move(columns), options.channels, options.pixels.Rule(), options.jobs});
+    Batch batch(set, images, {std::move(columns), options.channels, options.pixels.Rule(), options.jobs});
     const Tally tally = WriteRows(batch, table, progress, options.keepGoing);
     progress.Hide();
     table.End();

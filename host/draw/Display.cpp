@@ -34,8 +34,8 @@ Range RangeOf(const RasterView& image) {
     std::vector<double> values;
     for (std::size_t i = 0; i < pixels; i += step) {
         for (std::size_t channel = 0; channel < channels; ++channel) {
-            const double value = At<Value>(image, static_cast<int>(i % width), static_cast<int>(i / width),
-                                           static_cast<int>(channel));
+            const double value =
+                At<Value>(image, static_cast<int>(i % width), static_cast<int>(i / width), static_cast<int>(channel));
             if (std::isfinite(value)) {
                 values.push_back(value);
             }

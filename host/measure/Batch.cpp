@@ -19,7 +19,8 @@ std::vector<std::vector<Cell>> MeasureFigures(const UserPath& image, const std::
     std::vector<std::vector<Cell>> rows;
     for (std::size_t i = 0; i < figures.size(); ++i) {
         for (const Channel& channel : planes) {
-            const Measured measured{image, figures[i], views[i], channel, Measure(ViewOf(channel.values), views[i].pixels)};
+            const Measured measured{image, figures[i], views[i], channel,
+                                    Measure(ViewOf(channel.values), views[i].pixels)};
             std::vector<Cell> row;
             for (const Column* column : columns) {
                 row.push_back(column->fill(measured));

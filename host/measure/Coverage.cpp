@@ -40,7 +40,8 @@ void MeetArc(const Edge& arc, const Edge& other, std::vector<double>& ys) {
     AddIfFinite(arc.centerY + root, ys);
 }
 
-// The ends of all edges and where arcs meet others, ascending, from the border of row 0. Where lines cross is found row by row.
+// The ends of all edges and where arcs meet others, ascending, from the border of row 0. Where lines cross is found row
+// by row.
 std::vector<double> MeetingRows(const std::vector<Edge>& edges) {
     std::vector<double> ys;
     for (const Edge& edge : edges) {
@@ -133,58 +134,39 @@ struct Curve {
     }
 };
 
+// An edge across a band, with its x above and below.
+struct Strand {
+    const Curve* curve;
+    double above;
+    double below;
+
+    double Left() const noexcept { return std::min(above, below); }
+    double Right() const noexcept { return std::max(above, below); }
+};
+
 // ---------------------------------------------------------------------------------------------------
 // One row of pixels
 
-// Sums up what lies to the right of edges, in steps from column to column.
 class Row {
   public:
     Row(int left, int width) : m_left(left), m_width(width), m_steps(static_cast<std::size_t>(width) + 2) {}
 
-    // Adds, `sign` times, what lies to the right of an edge between two rows, where its x is x0 and x1.
-    void Add(const Curve& curve, double sign, double y0, double x0, double y1, double x1) {
-        if (x1 < x0) {
-            std::swap(x0, x1);
-            std::swap(y0, y1);
-        }
-        // Columns count from the left of the row.
-        double x = x0 - m_left;
-        double y = y0;
-        double endX = x1 - m_left;
-        double endY = y1;
-        if (x < 0.0) {
-            const double enters = endX > 0.0 ? curve.Y(m_left) : endY;
-            m_steps.front() += sign * std::abs(enters - y);
-            m_touched.push_back({0, 0});
-            x = 0.0;
-            y = enters;
-        }
-        if (endX > m_width && x < m_width) {
-            endX = m_width;
-            endY = curve.Y(m_left + endX);
-        }
-        if (y == endY || x >= m_width) {
-            return;
-        }
-        const int first = static_cast<int>(x);
-        const int end = static_cast<int>(endX);
-        const int last = std::max(first, end < endX ? end : end - 1);
-        for (int column = first; column < last; ++column) {
-            const double nextY = curve.Y(m_left + column + 1.0);
-            AddPiece(curve, sign, column, x, y, column + 1.0, nextY);
-            x = column + 1.0;
-            y = nextY;
-        }
-        AddPiece(curve, sign, last, x, y, endX, endY);
-        m_touched.push_back({first, last + 1});
+    // Adds, `sign` times, what lies to the right of a strand between two rows.
+    void Add(const Strand& strand, double sign, double top, double bottom) {
+        Follow(strand, top, bottom, [this, sign](int column, double height, double left) {
+            m_steps[static_cast<std::size_t>(column)] += sign * (height - left);
+            m_steps[static_cast<std::size_t>(column) + 1] += sign * left;
+            if (!m_touched.empty() && m_touched.back().last == column) {
+                m_touched.back().last = column + 1;
+            } else {
+                m_touched.push_back({column, column + 1});
+            }
+        });
     }
 
-    // Moves what is summed up to the pixels of row y.
+    // Moves what is added to the pixels of row y.
     void MoveTo(int y, PixelSet& pixels) {
-        const auto before = [](const Run& a, const Run& b) { return a.first < b.first; };
-        if (!std::is_sorted(m_touched.begin(), m_touched.end(), before)) {
-            std::sort(m_touched.begin(), m_touched.end(), before);
-        }
+        std::sort(m_touched.begin(), m_touched.end(), [](const Run& a, const Run& b) { return a.first < b.first; });
         double covered = 0.0;
         int column = 0;
         for (const Run& run : m_touched) {
@@ -202,22 +184,79 @@ class Row {
         m_touched.clear();
     }
 
+    // Adds what lies between strands across the whole row y, each second one being a right side, at once. False when
+    // two of them share a column or one leaves the row: then they are to be added one by one.
+    bool AddWhole(int y, const std::vector<const Strand*>& strands, PixelSet& pixels) const {
+        double free = 0.0;
+        for (const Strand* const strand : strands) {
+            if (strand->Left() - m_left < free || strand->Right() - m_left >= m_width) {
+                return false;
+            }
+            free = static_cast<int>(strand->Right() - m_left) + 1.0;
+        }
+        bool inside = false;
+        int next = 0;
+        for (const Strand* const strand : strands) {
+            if (inside) {
+                AddRun(y, next, static_cast<int>(strand->Left() - m_left), 1.0, pixels);
+            }
+            double above = 0.0;
+            Follow(*strand, y, y + 1.0, [&](int column, double height, double left) {
+                const double right = above + height - left;
+                AddRun(y, column, column + 1, inside ? 1.0 - right : right, pixels);
+                above += height;
+                next = column + 1;
+            });
+            inside = !inside;
+        }
+        return true;
+    }
+
   private:
     struct Run {
         int first;
         int last;
     };
 
-    // A piece of an edge within one column.
-    void AddPiece(const Curve& curve, double sign, int column, double x0, double y0, double x1, double y1) noexcept {
-        const double height = std::abs(y1 - y0);
-        // What lies to the left of it.
-        double left = 0.5 * height * ((x0 - column) + (x1 - column));
-        if (curve.isArc) {
-            left += std::copysign(curve.SegmentArea(x1 - x0, height), curve.radius.x);
+    // Calls `add` for the columns of a strand from left to right: the height of its part in a column and what of the
+    // column lies to the left of that part. What lies to the left of the row adds to its first column.
+    template <class Adding>
+    void Follow(const Strand& strand, double top, double bottom, Adding add) const {
+        const Curve& curve = *strand.curve;
+        const bool falls = strand.above <= strand.below;
+        // Columns count from the left of the row.
+        double x = strand.Left() - m_left;
+        double y = falls ? top : bottom;
+        double endX = strand.Right() - m_left;
+        double endY = falls ? bottom : top;
+        if (x < 0.0) {
+            const double enters = endX > 0.0 ? curve.Y(m_left) : endY;
+            add(0, std::abs(enters - y), 0.0);
+            x = 0.0;
+            y = enters;
         }
-        m_steps[static_cast<std::size_t>(column)] += sign * (height - left);
-        m_steps[static_cast<std::size_t>(column) + 1] += sign * left;
+        if (endX > m_width && x < m_width) {
+            endX = m_width;
+            endY = curve.Y(m_left + endX);
+        }
+        if (y == endY || x >= m_width) {
+            return;
+        }
+        const auto addPiece = [&](int column, double toX, double toY) {
+            const double height = std::abs(toY - y);
+            double left = 0.5 * height * ((x - column) + (toX - column));
+            if (curve.isArc) {
+                left += std::copysign(curve.SegmentArea(toX - x, height), curve.radius.x);
+            }
+            add(column, height, left);
+            x = toX;
+            y = toY;
+        };
+        int column = static_cast<int>(x);
+        for (; column + 1 < endX; ++column) {
+            addPiece(column, column + 1.0, curve.Y(m_left + column + 1.0));
+        }
+        addPiece(column, endX, endY);
     }
 
     void AddRun(int y, int first, int end, double covered, PixelSet& pixels) const {
@@ -237,19 +276,13 @@ class Row {
 
     int m_left;
     int m_width;
+    // By how much more is covered from column to column.
     std::vector<double> m_steps;
     std::vector<Run> m_touched;
 };
 
 // ---------------------------------------------------------------------------------------------------
 // Bands of rows
-
-// An edge across a band, with its x above and below.
-struct Strand {
-    const Curve* curve;
-    double above;
-    double below;
-};
 
 class Sweep {
   public:
@@ -262,7 +295,8 @@ class Sweep {
     }
 
     PixelSet Run() {
-        PixelSet pixels;
+        m_pixels.parts.reserve(2 * static_cast<std::size_t>(m_box.height));
+        m_pixels.spans.reserve(static_cast<std::size_t>(m_box.height));
         auto meeting = std::upper_bound(m_meetings.begin(), m_meetings.end(), static_cast<double>(m_box.top));
         Change(m_box.top);
         for (int y = m_box.top; y < m_box.Bottom(); ++y) {
@@ -276,9 +310,9 @@ class Sweep {
             if (top < end) {
                 AddBand(top, end);
             }
-            m_row.MoveTo(y, pixels);
+            m_row.MoveTo(y, m_pixels);
         }
-        return pixels;
+        return std::move(m_pixels);
     }
 
   private:
@@ -353,13 +387,22 @@ class Sweep {
 
     // A band in which no edge crosses another.
     void AddSorted(const std::vector<Strand>& strands, double top, double bottom) {
+        m_sides.clear();
         int winding = 0;
         for (const Strand& strand : strands) {
             const int before = winding;
             winding += strand.curve->winding;
             if (before == 0 || winding == 0) {
-                m_row.Add(*strand.curve, before == 0 ? 1.0 : -1.0, top, strand.above, bottom, strand.below);
+                m_sides.push_back(&strand);
             }
+        }
+        if (bottom - top == 1.0 && m_row.AddWhole(static_cast<int>(top), m_sides, m_pixels)) {
+            return;
+        }
+        double sign = 1.0;
+        for (const Strand* const side : m_sides) {
+            m_row.Add(*side, sign, top, bottom);
+            sign = -sign;
         }
     }
 
@@ -387,7 +430,9 @@ class Sweep {
     std::vector<double> m_meetings;
     std::vector<const Curve*> m_waiting;  // the next one to begin last
     std::vector<Strand> m_strands;
+    std::vector<const Strand*> m_sides;  // by turns left and right ones
     Row m_row;
+    PixelSet m_pixels;
 };
 
 // The pixels whose squares an outline may reach.

@@ -95,9 +95,9 @@ Moments MomentsOf(const RasterView& plane, const PixelSet& pixels) {
     // Differences of 16-bit values and their squares fit an integer for any image that fits in memory.
     using Sum = std::conditional_t<std::is_integral_v<Value> && sizeof(Value) <= 2, std::int64_t, double>;
     const Values<Value> values(plane);
-    const auto reference = static_cast<Sum>(pixels.spans.empty()
-                                                ? values.At(pixels.parts.front().x, pixels.parts.front().y)
-                                                : values.At(pixels.spans.front().firstX, pixels.spans.front().y));
+    const auto reference =
+        static_cast<Sum>(pixels.spans.empty() ? values.At(pixels.parts.front().x, pixels.parts.front().y)
+                                              : values.At(pixels.spans.front().firstX, pixels.spans.front().y));
     RunningSums<Value, Sum> sums;
     values.ForEachSpan(pixels.spans, [&](const Value* first, auto step, int count) {
         for (int done = 0; done < count; done += sums.kLongest) {
@@ -242,8 +242,8 @@ std::optional<Statistics> Measure(const RasterView& plane, const PixelSet& pixel
         return std::nullopt;
     }
     const Place place = PlaceOf(pixels);
-    const Moments moments =
-        InType(plane.depth, [&](auto* type) { return MomentsOf<std::remove_pointer_t<decltype(type)>>(plane, pixels); });
+    const Moments moments = InType(
+        plane.depth, [&](auto* type) { return MomentsOf<std::remove_pointer_t<decltype(type)>>(plane, pixels); });
     const double mean = moments.sum / place.area;
     const bool anyNumber = moments.min <= moments.max;
     const double variance = moments.squares / place.area - mean * mean;

@@ -9,9 +9,9 @@
 
 namespace host {
 
-/// What is measured of at least one pixel. Values are those of the image's own depth. A pixel of which only a part counts
-/// counts with that part in everything but `pixels`, `min`, `max` and the box. The centroid, the angle and the box are
-/// those of the pixels, whatever their values.
+/// What is measured of at least one pixel. Values are those of the image's own depth. A pixel of which only a part
+/// counts counts with that part in everything but `pixels`, `min`, `max` and the box. The centroid, the angle and the
+/// box are those of the pixels, whatever their values.
 struct Statistics {
     std::int64_t pixels;  ///< of which at least a part counts
     double area;          ///< in pixels: the sum of their weights
@@ -33,8 +33,8 @@ struct Statistics {
 /// the extremes.
 std::optional<Statistics> Measure(const RasterView& plane, const PixelSet& pixels);
 
-/// The value below and above which half of the area lies, or the mean of two that part it, at pixels that lie inside the
-/// image. Not a number when there is no pixel or a value is not a number. Takes memory for a copy of the values.
+/// The value below and above which half of the area lies, or the mean of two that part it, at pixels that lie inside
+/// the image. Not a number when there is no pixel or a value is not a number. Takes memory for a copy of the values.
 double Median(const RasterView& plane, const PixelSet& pixels);
 
 }  // namespace host

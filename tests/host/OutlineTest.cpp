@@ -97,15 +97,18 @@ Polygon Leaning(Point center, double width, double height, double degrees, doubl
     return turned;
 }
 Case Rectangle(const char* name, double x, double y, double width, double height, double degrees = 0.0) {
-    return {name, "ROIRectangle",
+    return {name,
+            "ROIRectangle",
             Values({{"CenterX", x}, {"CenterY", y}, {"Width", width}, {"Height", height}, {"Angle", degrees}}),
             {{Leaning({x, y}, width, height, degrees, 0.0)}}};
 }
 Case Parallelogram(const char* name, double x, double y, double width, double height, double roll, double shear) {
-    return {name, "ROIParallelogram",
-            Values({{"CenterX", x}, {"CenterY", y}, {"Width", width}, {"Height", height}, {"Roll", roll},
-                    {"Shear", shear}}),
-            {{Leaning({x, y}, width, height, roll, shear)}}};
+    return {
+        name,
+        "ROIParallelogram",
+        Values(
+            {{"CenterX", x}, {"CenterY", y}, {"Width", width}, {"Height", height}, {"Roll", roll}, {"Shear", shear}}),
+        {{Leaning({x, y}, width, height, roll, shear)}}};
 }
 
 bool InEllipse(Point p, Point center, double rx, double ry) {
@@ -114,14 +117,29 @@ bool InEllipse(Point p, Point center, double rx, double ry) {
 }
 // `part` of it lies in the image.
 Case Ellipse(const char* name, double x, double y, double rx, double ry, double part = 1.0) {
-    return {name, "ROIEllipse", Values({{"CenterX", x}, {"CenterY", y}, {"RadiusX", rx}, {"RadiusY", ry}}),
-            {{}, [=](Point p) { return InEllipse(p, {x, y}, rx, ry); }, part * M_PI * std::abs(rx * ry)}};
+    return {name,
+            "ROIEllipse",
+            Values({{"CenterX", x}, {"CenterY", y}, {"RadiusX", rx}, {"RadiusY", ry}}),
+            {{},
+             [=](Point p) {
+                 return InEllipse(p, {x, y}, rx, ry);
+             },
+             part * M_PI * std::abs(rx * ry)}};
 }
 Case Donut(const char* name, double x, double y, double rx1, double ry1, double rx2, double ry2, double area) {
-    return {name, "ROIDonut",
-            Values({{"CenterX", x}, {"CenterY", y}, {"RadiusX1", rx1}, {"RadiusY1", ry1}, {"RadiusX2", rx2},
+    return {name,
+            "ROIDonut",
+            Values({{"CenterX", x},
+                    {"CenterY", y},
+                    {"RadiusX1", rx1},
+                    {"RadiusY1", ry1},
+                    {"RadiusX2", rx2},
                     {"RadiusY2", ry2}}),
-            {{}, [=](Point p) { return InEllipse(p, {x, y}, rx1, ry1) != InEllipse(p, {x, y}, rx2, ry2); }, area}};
+            {{},
+             [=](Point p) {
+                 return InEllipse(p, {x, y}, rx1, ry1) != InEllipse(p, {x, y}, rx2, ry2);
+             },
+             area}};
 }
 Case Ring(const char* name, double x, double y, double rx1, double ry1, double rx2, double ry2) {
     return Donut(name, x, y, rx1, ry1, rx2, ry2, M_PI * std::abs(std::abs(rx1 * ry1) - std::abs(rx2 * ry2)));
@@ -148,9 +166,16 @@ Case Sector(const char* name, double x, double y, double rx1, double ry1, double
     const auto lean = [](double t) { return 0.5 * std::sin(2.0 * t * kRadian); };
     const double area = std::abs(0.5 * delta * kRadian * (rx2 * ry2 - rx1 * ry1) +
                                  0.5 * (rx1 * ry2 - ry1 * rx2) * (lean(start) - lean(end)));
-    Case c{name, "ROIArcDonut",
-           Values({{"CenterX", x}, {"CenterY", y}, {"Radius1X", rx1}, {"Radius1Y", ry1}, {"Radius2X", rx2},
-                   {"Radius2Y", ry2}, {"StartAngle", start}, {"DeltaAngle", delta}}),
+    Case c{name,
+           "ROIArcDonut",
+           Values({{"CenterX", x},
+                   {"CenterY", y},
+                   {"Radius1X", rx1},
+                   {"Radius1Y", ry1},
+                   {"Radius2X", rx2},
+                   {"Radius2Y", ry2},
+                   {"StartAngle", start},
+                   {"DeltaAngle", delta}}),
            {{polygon}, [](Point) { return false; }, area}};
     if (std::abs(delta) >= 360.0) {
         c.region = Ring(name, x, y, rx1, ry1, rx2, ry2).region;
@@ -183,8 +208,8 @@ Case Band(const char* name, const Polygon& points, double thickness1, double thi
     };
     std::vector<Polygon> stretches;
     for (std::size_t i = 0; i + 1 < points.size(); ++i) {
-        stretches.push_back({corner(i, -thickness1), corner(i + 1, -thickness1), corner(i + 1, thickness2),
-                             corner(i, thickness2)});
+        stretches.push_back(
+            {corner(i, -thickness1), corner(i + 1, -thickness1), corner(i + 1, thickness2), corner(i, thickness2)});
     }
     return {name, "ROIProfile", PointTexts(points), {stretches}, thickness1, thickness2};
 }
@@ -281,8 +306,8 @@ double AreaByGeos(const Region& region) {
         }
         lines.push_back(GEOSGeom_createLineString_r(geos, corners));
     }
-    GEOSGeometry* const all = GEOSGeom_createCollection_r(geos, GEOS_MULTILINESTRING, lines.data(),
-                                                          static_cast<unsigned>(lines.size()));
+    GEOSGeometry* const all =
+        GEOSGeom_createCollection_r(geos, GEOS_MULTILINESTRING, lines.data(), static_cast<unsigned>(lines.size()));
     GEOSGeometry* const cut = GEOSUnaryUnion_r(geos, all);
     GEOSGeometry* const faces = GEOSPolygonize_r(geos, &cut, 1);
     double sum = 0.0;
@@ -310,9 +335,7 @@ double AreaByGeos(const Region& region) {
 
 class OutlineTest : public RoiCommand {
   protected:
-    OutlineTest() {
-        cv::imwrite((Folder() / "i.png").string(), cv::Mat(kHeight, kWidth, CV_8U, cv::Scalar(1)));
-    }
+    OutlineTest() { cv::imwrite((Folder() / "i.png").string(), cv::Mat(kHeight, kWidth, CV_8U, cv::Scalar(1))); }
     void Add(const Case& c) const {
         Arguments arguments = {"add", "s.roi", c.figure, "--name", c.name};
         arguments.insert(arguments.end(), c.arguments.begin(), c.arguments.end());
@@ -409,7 +432,7 @@ TEST_F(OutlineTest, PartsOfPixelsWeighTheirValues) {
     const json row = json::parse(Done({"measure", "s.roi", "i.png", "--exact", "--format", "json", "--columns",
                                        "pixels,area,mean,std,sum,min,max,cx,cy,left,width,top,height,median"}))[0];
     const double columns[] = {1.0, 1.0, 1.0, 0.5};  // 39 to 42
-    const double rows[] = {0.75, 0.75};              // 30 and 31
+    const double rows[] = {0.75, 0.75};             // 30 and 31
     double sum = 0.0;
     double squares = 0.0;
     for (int j = 0; j < 2; ++j) {
