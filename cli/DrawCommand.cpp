@@ -21,8 +21,8 @@ const std::string kDetails =
     std::string(
         R"(The image with an edge around exactly the pixels of every figure that count, tinted.
 Names are shown of up to 20 figures, of more with --names. Images of more than 8 bits are stretched between the
-values below and above which a thousandth of the pixels lies. A close-up shows one figure alone; small ones are enlarged to at least 600 pixels,
-each pixel of the image a square.
+values below and above which a thousandth of the pixels lies. A close-up shows one figure alone; small ones are
+enlarged to at least 600 pixels, each pixel of the image a square.
 
 )") +
     kPixelRule + "\n";

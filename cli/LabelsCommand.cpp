@@ -16,8 +16,8 @@ namespace {
 const std::string kDetails =
     std::string(
         R"(An image as large as IMAGE: 1 at the pixels of the first figure of the set, 2 at those of the second
-and so on, 0 elsewhere. It has 16 bits, or 32 for more than 65,535 figures. Where figures overlap the last one has the pixel,
-and a warning tells what the others lose.
+and so on, 0 elsewhere. It has 16 bits, or 32 for more than 65,535 figures. Where figures overlap the last one has
+the pixel, and a warning tells what the others lose.
 
 )") +
     kPixelRule + "\n";

@@ -18,8 +18,8 @@ namespace {
 const std::string kDetails =
     std::string(
         R"(The mask is 255 at the figure's pixels and 0 elsewhere, in the smallest box; with --exact it is in
-between where only a part of a pixel lies inside the outline. What is printed is where it lies in the image: its pixel (0, 0) is
-the image's pixel (left, top).
+between where only a part of a pixel lies inside the outline. What is printed is where it lies in the
+image: its pixel (0, 0) is the image's pixel (left, top).
 
 )") +
     kPixelRule + "\n";
