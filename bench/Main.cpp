@@ -16,6 +16,7 @@ int main(int argc, char** argv) {
         AddObjects(session);
         AddParameters(session);
         AddMasks(session);
+        AddRegions(session);
         AddImages(session);
         return RunTable(argc, argv);
     } catch (const std::exception& error) {

@@ -11,6 +11,7 @@
 #include <opencv2/imgcodecs.hpp>
 #include <opencv2/imgproc.hpp>
 
+#include "bench/Matrices.h"
 #include "bench/Questions.h"
 #include "bench/RatioTable.h"
 #include "host/figures/Parameters.h"
@@ -92,17 +93,24 @@ Extremes WithMask(const cv::Mat& image, const cv::Mat& mask) {
 
 void AddStatistics(const host::Session& session) {
     const cv::Mat image = NewImage(2000);
-    const host::Pixels pixels =
-        host::FindPixels(BigRectangle(session), cv::Rect({0, 0}, image.size()), host::Cut::none);
-    const cv::Mat mask = Painted(pixels.spans, cv::Rect({0, 0}, image.size()));
-    if (std::abs(host::Measure(image, pixels.spans)->mean - WithMask(image, mask).mean) > 1e-6) {
+    const host::Figure rectangle = BigRectangle(session);
+    const host::PixelRect field{0, 0, image.cols, image.rows};
+    const host::PixelSet pixels = host::FindPixels(rectangle, field, host::PixelRule::outline).set;
+    const host::PixelSet parts = host::FindPixels(rectangle, field, host::PixelRule::exact).set;
+    const cv::Mat mask = host::MatOf(Painted(pixels, field));
+    if (std::abs(host::Measure(host::ViewOf(image), pixels)->mean - WithMask(image, mask).mean) > 1e-6) {
         throw std::runtime_error("the statistics differ");
     }
+    const host::PixelRect box = BoxAround(pixels);
+    const cv::Rect part(box.left, box.top, box.width, box.height);
     Row("statistics under a figure, 2000 x 2000")
-        .Ours(Repeat([image, spans = pixels.spans] { return host::Measure(image, spans); }))
+        .Ours(Repeat([image, pixels] { return host::Measure(host::ViewOf(image), pixels); }))
         .Peer("OpenCV meanStdDev and minMaxLoc, mask", 5.0, Repeat([image, mask] { return WithMask(image, mask); }))
         .Peer("the same, cut to the figure's box", 0.0,
-              Repeat([part = image(pixels.box), mask = mask(pixels.box)] { return WithMask(part, mask); }));
+              Repeat([seen = image(part), mask = mask(part)] { return WithMask(seen, mask); }));
+    Row("statistics under a figure, parts of pixels, 2000 x 2000")
+        .Ours(Repeat([image, parts] { return host::Measure(host::ViewOf(image), parts); }))
+        .Limit("whole pixels", 2.0, Repeat([image, pixels] { return host::Measure(host::ViewOf(image), pixels); }));
 }
 
 // ---------------------------------------------------------------------------------------------------

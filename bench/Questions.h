@@ -14,6 +14,8 @@ void AddObjects(const host::Session& session);
 void AddParameters(const host::Session& session);
 /// How fast are masks drawn?
 void AddMasks(const host::Session& session);
+/// How fast are the pixels inside outlines found, and how much of each?
+void AddRegions(const host::Session& session);
 /// How fast is an image measured, by the host's parts and by its command?
 void AddImages(const host::Session& session);
 

@@ -32,4 +32,23 @@ void AddFormatOption(CLI::App& command, TableFormat& format) {
         ->type_name("table|csv|json");
 }
 
+void PixelOptions::AddTo(CLI::App& command, Parts parts) {
+    command
+        .add_option_function<std::string>(
+            "--by", [this](const std::string& name) { m_module = name == "module"; },
+            "Whose pixels: those inside the outline, or those of the module's masks and hit tests")
+        ->check(CLI::IsMember({"outline", "module"}).description(""))
+        ->type_name("outline|module");
+    if (parts == kParts) {
+        command.add_flag("--exact", m_exact, "Count every pixel with the part of its square inside the outline");
+    }
+}
+
+PixelRule PixelOptions::Rule() const {
+    if (m_exact && m_module) {
+        throw UsageError("usage", "--exact", "the module has no parts of pixels");
+    }
+    return m_exact ? PixelRule::exact : m_module ? PixelRule::module : PixelRule::outline;
+}
+
 }  // namespace host::cli

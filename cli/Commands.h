@@ -11,6 +11,7 @@
 #include "cli/Table.h"
 #include "cli/Talk.h"
 #include "host/base/UserPath.h"
+#include "host/measure/Region.h"
 #include "host/sets/RoiSet.h"
 
 namespace host::cli {
@@ -30,6 +31,7 @@ void AddConvertCommand(CLI::App& roi);
 void AddMeasureCommand(CLI::App& roi);
 void AddDrawCommand(CLI::App& roi);
 void AddMaskCommand(CLI::App& roi);
+void AddLabelsCommand(CLI::App& roi);
 void AddProfileCommand(CLI::App& roi);
 void AddCheckCommand(CLI::App& roi);
 void AddManualCommand(CLI::App& roi);
@@ -47,6 +49,27 @@ CLI::Option* AddArgument(CLI::App& command, const std::string& name, Value& valu
 void AddSetArgument(CLI::App& command, UserPath& set);
 /// The option --format table|csv|json; a table for people without it.
 void AddFormatOption(CLI::App& command, TableFormat& format);
+
+/// Which pixels count, for the help of every command that takes PixelOptions.
+inline constexpr char kPixelRule[] =
+    R"(Pixel (i, j) is the unit square around the point (i, j). It belongs to a figure when its centre lies inside the
+figure's outline; on an edge the left and top side count, the right and bottom side do not.
+)";
+
+/// The options --by outline|module and, where parts of pixels make sense, --exact.
+class PixelOptions {
+  public:
+    enum Parts { kWhole, kParts };
+
+    /// They are written when the command line is read: the object must stay where it is.
+    void AddTo(CLI::App& command, Parts parts);
+    /// Throws a usage error for both at a time.
+    PixelRule Rule() const;
+
+  private:
+    bool m_module = false;
+    bool m_exact = false;
+};
 
 /// Writes a set and warns of what its file does not keep.
 void Save(const RoiSet& set, const UserPath& path);

@@ -1,51 +1,57 @@
 #include <memory>
-#include <opencv2/imgproc.hpp>
+#include <string>
+#include <vector>
 
 #include "cli/Commands.h"
+#include "host/draw/Display.h"
 #include "host/draw/Overlay.h"
 #include "host/figures/Session.h"
 #include "host/images/Image.h"
-#include "host/images/Matrices.h"
 #include "host/sets/RoiSet.h"
 
 namespace host::cli {
 
 namespace {
 
-const std::string kDetails =
-    R"(The image with the pixels of every figure tinted, its outline, its nodes and its name. Images of more than
-8 bits are stretched from their darkest to their brightest value. A close-up shows one figure alone; small ones
-are enlarged to at least 600 pixels, each pixel of the image a square.
+// More names than that would hide the image.
+constexpr std::size_t kFewFigures = 20;
 
-)";
+const std::string kDetails = std::string(
+                                 R"(The image with an edge around exactly the pixels of every figure that count, tinted.
+Names are shown of up to 20 figures, of more with --names. Images of more than 8 bits are stretched between the
+values below and above which a thousandth of the pixels lies. A close-up shows one figure alone; small ones are
+enlarged to at least 600 pixels, each pixel of the image a square.
+
+)") + kPixelRule + "\n";
 
 struct DrawOptions {
     UserPath set;
     UserPath image;
     UserPath output;
-    bool numberNodes = false;
+    PixelOptions pixels;
+    bool names = false;
+    bool nodes = false;
+    std::vector<std::string> only;
     std::string crop;
 };
 
-cv::Mat Drawn(const DrawOptions& options, const RoiSet& set, cv::Mat picture) {
-    const NodeMarks marks = options.numberNodes ? NodeMarks::numbered : NodeMarks::plain;
-    if (options.crop.empty()) {
-        DrawOverlay(picture, set.Figures(), marks);
-        return picture;
+Raster Drawn(const DrawOptions& options, const RoiSet& set, Raster picture) {
+    const std::size_t shown = options.only.empty() ? set.Figures().size() : options.only.size();
+    OverlayOptions overlay{options.pixels.Rule(), options.nodes, options.names || shown <= kFewFigures, options.only};
+    if (!options.crop.empty()) {
+        overlay.names = true;
+        return DrawCloseUp(picture.View(), set, options.crop, overlay);
     }
-    const auto index = static_cast<std::size_t>(&set.At(options.crop) - set.Figures().data());
-    return DrawCloseUp(picture, set.Figures(), index, marks);
+    DrawOverlay(picture, set, overlay);
+    return picture;
 }
 
 void Run(const DrawOptions& options) {
     CheckImageEnding(options.output);
     const Session session;
     const RoiSet set = RoiSet::Load(session, options.set);
-    cv::Mat picture;
-    cv::cvtColor(MatrixOf(ForDisplay(LoadImage(options.image)).View()), picture, cv::COLOR_RGB2BGR);
-    picture = Drawn(options, set, picture);
-    cv::cvtColor(picture, picture, cv::COLOR_BGR2RGB);
-    SaveImage("overlay", options.output, ViewOf(picture));
+    const Image image = LoadImage(options.image);
+    SaveImage("overlay", options.output, Drawn(options, set, ForDisplay(image.pixels.View(), image.page.bits)).View());
 }
 
 }  // namespace
@@ -58,8 +64,11 @@ void AddDrawCommand(CLI::App& roi) {
     AddSetArgument(command, options->set);
     command.add_option("IMAGE", options->image, "The image to draw over")->required();
     command.add_option("-o,--output", options->output, "The picture to write; its ending names the format")->required();
-    command.add_flag("--nodes", options->numberNodes, "Number the nodes, as `roi nodes` and `roi drag` do");
-    command.add_option("--crop", options->crop, "Show one figure close up")->type_name("NAME");
+    options->pixels.AddTo(command, PixelOptions::kParts);
+    command.add_flag("--names", options->names, "Show the names of any number of figures");
+    command.add_flag("--nodes", options->nodes, "Show the nodes with their numbers, as `roi nodes` and `roi drag` do");
+    CLI::Option* const only = command.add_option("--only", options->only, "Draw these figures only")->type_name("NAME");
+    command.add_option("--crop", options->crop, "Show one figure close up")->type_name("NAME")->excludes(only);
     command.callback([options] { Run(*options); });
 }
 

@@ -7,7 +7,6 @@
 #include "host/base/SafeFile.h"
 #include "host/figures/Session.h"
 #include "host/images/Image.h"
-#include "host/images/Matrices.h"
 #include "host/measure/Region.h"
 #include "host/sets/RoiSet.h"
 
@@ -16,18 +15,20 @@ namespace host::cli {
 namespace {
 
 const std::string kDetails =
-    R"(The mask is 255 at the figure's pixels and 0 elsewhere. What is printed is where it lies in the image: its
-pixel (0, 0) is the image's pixel (left, top). A figure without a mask of its own gets one from its hit
-test, in the smallest box.
+    std::string(
+        R"(The mask is 255 at the figure's pixels and 0 elsewhere, in the smallest box; with --exact it is in
+between where only a part of a pixel lies inside the outline. What is printed is where it lies in the
+image: its pixel (0, 0) is the image's pixel (left, top).
 
-)";
+)") +
+    kPixelRule + "\n";
 
 struct MaskOptions {
     UserPath set;
     std::string name;
     UserPath output;
     TableFormat format = TableFormat::kText;
-    bool sector = false;
+    PixelOptions pixels;
 };
 
 void Run(const MaskOptions& options) {
@@ -35,17 +36,17 @@ void Run(const MaskOptions& options) {
     const Session session;
     const RoiSet set = RoiSet::Load(session, options.set);
     const auto fail = [&](std::string_view why) { return Error("cannot make mask", options.name, why); };
-    const auto pixels = FindAllPixels(set.At(options.name), options.sector ? Cut::sector : Cut::none);
+    const auto pixels = FindAllPixels(set.At(options.name), options.pixels.Rule());
     if (!pixels) {
         throw fail("the figure is too large");
     }
-    if (pixels->box.empty()) {
+    const PixelRect box = BoxAround(*pixels);
+    if (box.IsEmpty()) {
         throw fail("the figure has no pixels");
     }
-    const cv::Rect box = pixels->box;
-    SaveImage("mask", options.output, ViewOf(Painted(pixels->spans, box)));
+    SaveImage("mask", options.output, Painted(*pixels, box).View());
     Table table({"left", "top", "width", "height"});
-    table.Add({std::int64_t{box.x}, std::int64_t{box.y}, std::int64_t{box.width}, std::int64_t{box.height}});
+    table.Add({std::int64_t{box.left}, std::int64_t{box.top}, std::int64_t{box.width}, std::int64_t{box.height}});
     WriteStdout(table.Format(options.format));
 }
 
@@ -60,8 +61,7 @@ void AddMaskCommand(CLI::App& roi) {
     command.add_option("NAME", options->name, "The figure")->required();
     command.add_option("-o,--output", options->output, "The mask to write; its ending names the format")->required();
     AddFormatOption(command, options->format);
-    command.add_flag("--sector", options->sector,
-                     "Cut the ring of an arc donut by its limits: the host's doing, not the figure's");
+    options->pixels.AddTo(command, PixelOptions::kParts);
     command.callback([options] { Run(*options); });
 }
 

@@ -17,9 +17,9 @@ namespace host::cli {
 namespace {
 
 const std::string kDetails =
-    R"(A row for every image and figure. Pixel (i, j) is tested at the point (i, j). A figure's pixels are those its
-mask marks or, without a mask, those whose coordinates its hit test accepts; a shape has no test, so the host
-takes its bounding box. An arc donut counts as its full ring.
+    std::string("A row for every image and figure.\n\n") + kPixelRule +
+    R"(With --exact every pixel counts with the part of its square that lies inside the outline. --by module takes the
+pixels that the figure's mask marks or, without a mask, those whose coordinates its hit test accepts.
 
 Colour images are measured on their luma (0.299 R + 0.587 G + 0.114 B, not rounded; alpha is dropped), all others
 in their own depth.
@@ -49,7 +49,7 @@ struct MeasureOptions {
     TableFormat format = TableFormat::kText;
     unsigned int jobs = std::max(std::thread::hardware_concurrency(), 1U);
     bool channels = false;
-    bool sector = false;
+    PixelOptions pixels;
     bool keepGoing = false;
 };
 
@@ -106,10 +106,8 @@ void Run(const MeasureOptions& options) {
     const RoiSet set = RoiSet::Load(session, options.set);
     const bool shown = ShowsProgress(options.format);
     Progress progress(shown, shown ? images.Count() : std::nullopt);
-    cv::setNumThreads(1);  // The jobs are threads enough.
     TableStream table(NamesOf(columns), options.format);
-    Batch batch(set, images,
-                {std::move(columns), options.channels, options.sector ? Cut::sector : Cut::none, options.jobs});
+    Batch batch(set, images, {std::move(columns), options.channels, options.pixels.Rule(), options.jobs});
     const Tally tally = WriteRows(batch, table, progress, options.keepGoing);
     progress.Hide();
     table.End();
@@ -144,8 +142,7 @@ void AddMeasureCommand(CLI::App& roi) {
         ->check(CLI::Range(1U, 1024U).description(""))
         ->type_name("N");
     command.add_flag("--keep-going", options->keepGoing, "Measure the other images when one fails");
-    command.add_flag("--sector", options->sector,
-                     "Cut the ring of an arc donut by its limits: the host's doing, not the figure's");
+    options->pixels.AddTo(command, PixelOptions::kParts);
     command.callback([options] { Run(*options); });
 }
 

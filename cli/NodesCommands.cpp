@@ -57,6 +57,7 @@ void Drag(const DragOptions& options) {
 struct HitOptions {
     UserPath set;
     ImagePoint at;
+    PixelOptions pixels;
 };
 
 void Hit(const HitOptions& options) {
@@ -64,7 +65,7 @@ void Hit(const HitOptions& options) {
     const RoiSet set = RoiSet::Load(session, options.set);
     std::string names;
     for (const Figure& figure : set.Figures()) {
-        if (Succeeded(figure.roi->HitTest(options.at.x, options.at.y, nullptr))) {
+        if (HoldsPoint(figure, options.at, options.pixels.Rule())) {
             names += figure.name + '\n';
         }
     }
@@ -108,6 +109,7 @@ void AddHitCommand(CLI::App& roi) {
     const auto options = std::make_shared<HitOptions>();
     AddSetArgument(command, options->set);
     AddArgument(command, "AT", options->at, "The point: X,Y");
+    options->pixels.AddTo(command, PixelOptions::kWhole);
     command.callback([options] { Hit(*options); });
 }
 

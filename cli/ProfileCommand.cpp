@@ -8,7 +8,6 @@
 #include "host/figures/FigureClass.h"
 #include "host/figures/Session.h"
 #include "host/images/Image.h"
-#include "host/images/Matrices.h"
 #include "host/measure/ProfileCurve.h"
 #include "host/sets/RoiSet.h"
 
@@ -56,8 +55,7 @@ void Run(const ProfileOptions& options) {
     if (!profile) {
         throw UsageError("not a profile", figure.name, fmt::format("it is of class {}", figure.type->name));
     }
-    const std::vector<CurvePoint> curve =
-        SampleCurve(*profile, figure.name, MatrixOf(Luma(LoadImage(options.image)).View()));
+    const std::vector<CurvePoint> curve = SampleCurve(*profile, figure.name, Luma(LoadImage(options.image)).View());
     if (plotting) {
         PlotCurve(curve, fmt::format("{} on {}", figure.name, options.image.Absolute().filename().string()),
                   options.plot);

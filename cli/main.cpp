@@ -32,6 +32,7 @@ void AddCommands(CLI::App& roi) {
     AddMeasureCommand(roi);
     AddDrawCommand(roi);
     AddMaskCommand(roi);
+    AddLabelsCommand(roi);
     AddProfileCommand(roi);
     AddCheckCommand(roi);
     AddManualCommand(roi);

@@ -36,6 +36,10 @@ struct ImagePoint {
     explicit ImagePoint(const std::string& text);
 };
 
+inline ImagePoint operator+(ImagePoint a, ImagePoint b) noexcept { return {a.x + b.x, a.y + b.y}; }
+inline ImagePoint operator-(ImagePoint a, ImagePoint b) noexcept { return {a.x - b.x, a.y - b.y}; }
+inline ImagePoint operator*(double factor, ImagePoint p) noexcept { return {factor * p.x, factor * p.y}; }
+
 /// Of the known names the one fewest edits away, letter case counting little; the first of equals.
 /// Empty when there are none.
 std::string NearestName(std::string_view name, const std::vector<std::string>& known);

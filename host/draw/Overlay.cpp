@@ -9,6 +9,7 @@
 
 #include "contract/Numbers.h"
 #include "host/base/Error.h"
+#include "host/draw/Border.h"
 #include "host/figures/FigureClass.h"
 #include "host/figures/Nodes.h"
 #include "host/measure/ClipLine.h"
@@ -53,21 +54,6 @@ Path PathOf(const Contour& contour) {
     return Closed(std::move(path));
 }
 
-// Along the outermost pixels of what an image shows of a mask, holes included.
-std::vector<Path> Contours(const std::vector<Span>& spans) {
-    const cv::Rect box = BoxAround(spans);
-    std::vector<std::vector<cv::Point>> contours;
-    if (!box.empty()) {
-        cv::findContours(Painted(spans, box), contours, cv::RETR_CCOMP, cv::CHAIN_APPROX_SIMPLE, box.tl());
-    }
-    std::vector<Path> paths;
-    paths.reserve(contours.size());
-    for (const auto& contour : contours) {
-        paths.push_back(Closed(Path(contour.begin(), contour.end())));
-    }
-    return paths;
-}
-
 Path BoundsPath(IROI& roi) {
     int left = 0;
     int top = 0;
@@ -84,31 +70,42 @@ Path BoundsPath(IROI& roi) {
                    {static_cast<double>(left), bottom}});
 }
 
-std::vector<Path> OutlinesOf(const Figure& figure, const View& view) {
-    const Outline outline = figure.type->outline(figure);
-    std::vector<Path> paths;
+// Around everything that is drawn of a figure.
+std::vector<Path> OutlinesOf(const Figure& figure, const Outline& outline) {
     if (outline.isImage) {
-        paths = Contours(view.spans);
-        paths.push_back(BoundsPath(*figure.roi));
-        return paths;
+        return {BoundsPath(*figure.roi)};
     }
+    std::vector<Path> paths;
     std::transform(outline.contours.begin(), outline.contours.end(), std::back_inserter(paths), PathOf);
+    return paths;
+}
+
+// The polyline of a profile.
+Path AxisOf(const Outline& outline) {
     Path axis;
     std::transform(outline.axis.begin(), outline.axis.end(), std::back_inserter(axis),
                    [](ImagePoint p) { return cv::Point2d(p.x, p.y); });
-    paths.push_back(std::move(axis));
-    return paths;
+    return axis;
+}
+
+// The edge around the pixels that count.
+std::vector<Path> EdgeOf(const PixelSet& pixels) {
+    std::vector<Path> lines;
+    for (const BorderLine& line : BorderOf(pixels)) {
+        lines.push_back({{line.x0 - 0.5, line.y0 - 0.5}, {line.x1 - 0.5, line.y1 - 0.5}});
+    }
+    return lines;
 }
 
 // ---------------------------------------------------------------------------------------------------
 // Drawing
 
-const cv::Scalar kDark(24, 20, 16);
+const cv::Scalar kDark(16, 20, 24);
 
-// Bright colours that differ in hue, in blue, green and red.
+// Bright colours that differ in hue, in red, green and blue.
 const std::array<cv::Scalar, 8> kPalette = {
-    cv::Scalar(60, 205, 255), cv::Scalar(255, 200, 70),  cv::Scalar(150, 110, 255), cv::Scalar(110, 230, 120),
-    cv::Scalar(70, 140, 255), cv::Scalar(255, 140, 200), cv::Scalar(210, 225, 60),  cv::Scalar(180, 190, 250),
+    cv::Scalar(255, 205, 60), cv::Scalar(70, 200, 255),  cv::Scalar(255, 110, 150), cv::Scalar(120, 230, 110),
+    cv::Scalar(255, 140, 70), cv::Scalar(200, 140, 255), cv::Scalar(60, 225, 210),  cv::Scalar(250, 190, 180),
 };
 
 // The Hershey letters know ASCII only: every other character is a question mark.
@@ -135,11 +132,11 @@ class Pen {
     // A length that grows with the picture.
     double Scaled(double length) const noexcept { return length * m_unit; }
 
-    void Tint(const cv::Rect& box, const cv::Scalar& color) const {
-        constexpr double kShare = 0.14;
+    void Tint(const cv::Rect& box, const cv::Scalar& color, double weight) const {
+        const double share = 0.14 * weight;
         cv::Mat pixels = m_picture(box);
-        pixels.convertTo(pixels, -1, 1.0 - kShare);
-        cv::add(pixels, color * kShare, pixels);
+        pixels.convertTo(pixels, -1, 1.0 - share);
+        cv::add(pixels, color * share, pixels);
     }
 
     void Draw(const Path& path, const cv::Scalar& color, double width) const {
@@ -214,9 +211,9 @@ class Pen {
     void DrawLine(cv::Point2d from, cv::Point2d to, const cv::Scalar& color, double width) const {
         // Wide enough that the ends of a cut line are not seen.
         constexpr double kMargin = 64.0;
-        const cv::Rect2d room(-kMargin, -kMargin, m_picture.cols + 2.0 * kMargin, m_picture.rows + 2.0 * kMargin);
+        const ClipBox room{-kMargin, -kMargin, m_picture.cols + kMargin, m_picture.rows + kMargin};
         const cv::Point2d direction = to - from;
-        if (const auto seen = ClipLine(room, from, direction, {0.0, 1.0})) {
+        if (const auto seen = ClipLine(room, {from.x, from.y}, {direction.x, direction.y}, {0.0, 1.0})) {
             cv::line(m_picture, Fixed(from + direction * seen->from), Fixed(from + direction * seen->to), color,
                      std::max(1, ToInt32(std::round(Scaled(width)))), cv::LINE_AA, kShift);
         }
@@ -330,21 +327,26 @@ struct Frame {
 struct Sketch {
     const Figure* figure;
     cv::Scalar color;
-    View view;
+    PixelSet pixels;
+    std::vector<Path> lines;
     std::vector<Path> outlines;
     std::vector<Node> nodes;
 
-    Sketch(const std::vector<Figure>& figures, std::size_t index, cv::Size image)
-        : figure(&figures[index]),
-          color(kPalette[index % kPalette.size()]),
-          view(Region(*figure, Cut::none).In(image)),
-          outlines(OutlinesOf(*figure, view)),
-          nodes(NodesOf(*figure)) {}
+    Sketch(const RoiSet& set, const Figure& drawn, PixelSize image, PixelRule rule)
+        : figure(&drawn),
+          color(kPalette[static_cast<std::size_t>(&drawn - set.Figures().data()) % kPalette.size()]),
+          pixels(Region(drawn, rule).In(image).pixels),
+          lines(EdgeOf(pixels)),
+          nodes(NodesOf(drawn)) {
+        const Outline outline = drawn.type->outline(drawn);
+        outlines = OutlinesOf(drawn, outline);
+        lines.push_back(AxisOf(outline));
+    }
 
     void MapInto(const Frame& frame) {
-        for (Path& path : outlines) {
-            for (cv::Point2d& point : path) {
-                point = frame.Map(point);
+        for (std::vector<Path>* const paths : {&lines, &outlines}) {
+            for (Path& path : *paths) {
+                std::transform(path.begin(), path.end(), path.begin(), [&](cv::Point2d p) { return frame.Map(p); });
             }
         }
         for (Node& node : nodes) {
@@ -355,37 +357,42 @@ struct Sketch {
 };
 
 // In layers, so that no figure's border hides another's line or number.
-void Draw(cv::Mat& picture, const Frame& frame, std::vector<Sketch> sketches, NodeMarks marks) {
+void Draw(cv::Mat& picture, const Frame& frame, std::vector<Sketch> sketches, const OverlayOptions& options) {
     Pen pen(picture, frame.boldness);
     for (Sketch& sketch : sketches) {
         sketch.MapInto(frame);
-        for (const Span& span : sketch.view.spans) {
-            pen.Tint(frame.Map(cv::Rect(span.firstX, span.y, span.Length(), 1)), sketch.color);
+        for (const Span& span : sketch.pixels.spans) {
+            pen.Tint(frame.Map(cv::Rect(span.firstX, span.y, span.Length(), 1)), sketch.color, 1.0);
+        }
+        for (const PartPixel& part : sketch.pixels.parts) {
+            pen.Tint(frame.Map(cv::Rect(part.x, part.y, 1, 1)), sketch.color, part.weight);
         }
     }
-    const auto drawOutlines = [&pen](const Sketch& sketch, const cv::Scalar& color, double width) {
-        for (const Path& path : sketch.outlines) {
+    const auto drawLines = [&pen](const Sketch& sketch, const cv::Scalar& color, double width) {
+        for (const Path& path : sketch.lines) {
             pen.Draw(path, color, width);
         }
     };
     for (const Sketch& sketch : sketches) {
-        drawOutlines(sketch, kDark, 2.8);
+        drawLines(sketch, kDark, 2.8);
     }
     for (const Sketch& sketch : sketches) {
-        drawOutlines(sketch, sketch.color, 1.2);
+        drawLines(sketch, sketch.color, 1.2);
     }
-    for (const Sketch& sketch : sketches) {
-        for (const Node& node : sketch.nodes) {
-            pen.DrawNode({node.at.x, node.at.y}, sketch.color);
+    if (options.nodes) {
+        for (const Sketch& sketch : sketches) {
+            for (const Node& node : sketch.nodes) {
+                pen.DrawNode({node.at.x, node.at.y}, sketch.color);
+            }
         }
-    }
-    for (const Sketch& sketch : sketches) {
-        if (marks == NodeMarks::numbered) {
+        for (const Sketch& sketch : sketches) {
             NumberNodes(pen, sketch.nodes, sketch.color);
         }
     }
-    for (const Sketch& sketch : sketches) {
-        DrawName(pen, sketch.figure->name, sketch.outlines, picture.size(), sketch.color);
+    if (options.names) {
+        for (const Sketch& sketch : sketches) {
+            DrawName(pen, sketch.figure->name, sketch.outlines, picture.size(), sketch.color);
+        }
     }
 }
 
@@ -412,27 +419,34 @@ cv::Rect WindowOf(const Sketch& sketch, cv::Size image) {
 
 }  // namespace
 
-void DrawOverlay(cv::Mat& picture, const std::vector<Figure>& figures, NodeMarks marks) {
+void DrawOverlay(Raster& picture, const RoiSet& set, const OverlayOptions& options) {
     std::vector<Sketch> sketches;
-    for (std::size_t i = 0; i < figures.size(); ++i) {
-        sketches.emplace_back(figures, i, picture.size());
+    const auto add = [&](const Figure& figure) { sketches.emplace_back(set, figure, picture.Size(), options.rule); };
+    std::for_each(options.only.begin(), options.only.end(), [&](const std::string& name) { add(set.At(name)); });
+    if (options.only.empty()) {
+        std::for_each(set.Figures().begin(), set.Figures().end(), add);
     }
-    Draw(picture, {cv::Rect(cv::Point(0, 0), picture.size())}, std::move(sketches), marks);
+    cv::Mat pixels(picture.Size().height, picture.Size().width, CV_8UC3, picture.Data());
+    Draw(pixels, {cv::Rect(cv::Point(0, 0), pixels.size())}, std::move(sketches), options);
 }
 
-cv::Mat DrawCloseUp(const cv::Mat& image, const std::vector<Figure>& figures, std::size_t index, NodeMarks marks) {
+Raster DrawCloseUp(const RasterView& image, const RoiSet& set, const std::string& name, const OverlayOptions& options) {
     constexpr int kLeastSide = 600;
     constexpr double kBoldness = 1.6;  // One figure has the picture to itself.
-    const Sketch sketch(figures, index, image.size());
-    const cv::Rect window = WindowOf(sketch, image.size());
+    const Sketch sketch(set, set.At(name), image.size, options.rule);
+    const cv::Rect window = WindowOf(sketch, {image.size.width, image.size.height});
     if (window.empty()) {
-        throw Error("cannot crop", figures[index].name, "the figure lies outside the image");
+        throw Error("cannot crop", name, "the figure lies outside the image");
     }
     const int side = std::max(window.width, window.height);
     const int scale = std::max(1, (kLeastSide + side - 1) / side);
-    cv::Mat picture;
-    cv::resize(image(window), picture, {}, scale, scale, cv::INTER_NEAREST);
-    Draw(picture, {window, scale, kBoldness}, {sketch}, marks);
+    Raster picture({window.width * scale, window.height * scale}, 3, Depth::u8);
+    cv::Mat pixels(picture.Size().height, picture.Size().width, CV_8UC3, picture.Data());
+    // OpenCV takes a matrix and only reads it.
+    const cv::Mat source(image.size.height, image.size.width, CV_8UC3, const_cast<std::byte*>(image.data),
+                         static_cast<std::size_t>(image.rowStride));
+    cv::resize(source(window), pixels, pixels.size(), 0.0, 0.0, cv::INTER_NEAREST);
+    Draw(pixels, {window, scale, kBoldness}, {sketch}, options);
     return picture;
 }
 

@@ -2,8 +2,6 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
-#include <cmath>
 #include <optional>
 #include <stdexcept>
 
@@ -39,41 +37,6 @@ Raster FirstChannel(const Image& image) {
         }
     });
     return plane;
-}
-
-// What is shown black and what is shown white.
-struct Shades {
-    double black = 0.0;
-    double white = 255.0;
-};
-
-Shades ShadesOf(const Image& image) {
-    constexpr double kCut = 0.001;
-    if (image.page.depth == Depth::u8) {
-        return {0.0, static_cast<double>((1 << std::min(image.page.bits, 8)) - 1)};
-    }
-    const int colours = Colours(image.page);
-    std::vector<double> values;
-    ForEachRow(image.pixels.View(), [&](int, const auto* row) {
-        for (int x = 0; x < image.pixels.Size().width; ++x) {
-            for (int c = 0; c < colours; ++c) {
-                const auto value = static_cast<double>(row[x * image.page.channels + c]);
-                if (std::isfinite(value)) {
-                    values.push_back(value);
-                }
-            }
-        }
-    });
-    if (values.empty()) {
-        return {};
-    }
-    const auto rank = [&values](double part) {
-        const auto at =
-            values.begin() + static_cast<std::ptrdiff_t>(part * static_cast<double>(values.size() - 1) + 0.5);
-        std::nth_element(values.begin(), at, values.end());
-        return *at;
-    };
-    return {rank(kCut), rank(1.0 - kCut)};
 }
 
 std::optional<Format> FormatFor(const UserPath& path) {
@@ -127,22 +90,6 @@ std::vector<Channel> Channels(const Image& image) {
         channels.push_back({name, view.Channel(i)});
     }
     return channels;
-}
-
-Raster ForDisplay(const Image& image) {
-    const Shades shades = ShadesOf(image);
-    const double scale = shades.white > shades.black ? 255.0 / (shades.white - shades.black) : 0.0;
-    Raster shown(image.pixels.Size(), 3, Depth::u8);
-    ForEachRow(image.pixels.View(), [&](int y, const auto* values) {
-        auto* to = shown.Row<std::uint8_t>(y);
-        for (int x = 0; x < shown.Size().width; ++x, values += image.page.channels) {
-            for (int c = 0; c < 3; ++c) {
-                const double shade = (static_cast<double>(values[image.page.isColour ? c : 0]) - shades.black) * scale;
-                *to++ = static_cast<std::uint8_t>(shade > 0.0 ? std::min(shade + 0.5, 255.0) : 0.0);
-            }
-        }
-    });
-    return shown;
 }
 
 void CheckImageEnding(const UserPath& path) {

@@ -1,4 +1,4 @@
-// Images in memory: measured on their luma, shown in 8 bits, written whole.
+// Images in memory: measured on their luma, written whole.
 #pragma once
 
 #include <string>
@@ -28,10 +28,6 @@ struct Channel {
 /// The planes of a colour image as R, G, B and, where it has one, A; a grey image, without its alpha, as L. Channels
 /// that are neither are called by their numbers, from 1.
 std::vector<Channel> Channels(const Image& image);
-
-/// A copy to look at and draw on: red, green and blue in 8 bits. Deeper values are stretched so that all but the
-/// darkest and the brightest thousandth keep their differences; what is not a number is black.
-Raster ForDisplay(const Image& image);
 
 /// Throws a usage error unless the ending of the path names a format that SaveImage writes: PNG, JPEG or TIFF.
 void CheckImageEnding(const UserPath& path);

@@ -3,30 +3,36 @@
 #include <chrono>
 #include <utility>
 
-#include "host/images/Matrices.h"
-
 namespace host {
 
 namespace {
 
-std::vector<Plane> Planes(const Image& image, bool channels) {
-    if (!channels) {
-        return {{"L", MatrixOf(Luma(image).View())}};
+// The channels that are measured, and the pixels that they view.
+struct Planes {
+    Image image;
+    Raster luma;
+    std::vector<Channel> channels;
+
+    Planes(Image&& read, bool all) : image(std::move(read)) {
+        if (all) {
+            channels = Channels(image);
+        } else {
+            luma = Luma(image);
+            image.pixels = {};
+            channels = {{"L", luma.View()}};
+        }
     }
-    std::vector<Plane> planes;
-    for (const Channel& channel : Channels(image)) {
-        planes.push_back({channel.name, MatrixOf(channel.values)});
-    }
-    return planes;
-}
+    Planes(const Planes&) = delete;
+    Planes& operator=(const Planes&) = delete;
+};
 
 std::vector<std::vector<Cell>> MeasureFigures(const UserPath& image, const std::vector<Figure>& figures,
-                                              const std::vector<View>& views, const std::vector<Plane>& planes,
+                                              const std::vector<View>& views, const std::vector<Channel>& planes,
                                               const Columns& columns) {
     std::vector<std::vector<Cell>> rows;
     for (std::size_t i = 0; i < figures.size(); ++i) {
-        for (const Plane& channel : planes) {
-            const Measured measured{image, figures[i], views[i], channel, Measure(channel.values, views[i].spans)};
+        for (const Channel& channel : planes) {
+            const Measured measured{image, figures[i], views[i], channel, Measure(channel.values, views[i].pixels)};
             std::vector<Cell> row;
             for (const Column* column : columns) {
                 row.push_back(column->fill(measured));
@@ -44,13 +50,13 @@ bool IsReady(const std::future<Result>& result) {
 
 }  // namespace
 
-Regions::Regions(const RoiSet& set, Cut cut) {
+Regions::Regions(const RoiSet& set, PixelRule rule) {
     for (const Figure& figure : set.Figures()) {
-        m_regions.emplace_back(figure, cut);
+        m_regions.emplace_back(figure, rule);
     }
 }
 
-Views Regions::In(cv::Size image) {
+Views Regions::In(PixelSize image) {
     if (!m_views || m_size != image) {
         std::vector<View> views;
         for (Region& region : m_regions) {
@@ -66,7 +72,7 @@ Batch::Batch(const RoiSet& set, ImageList& images, BatchOptions options)
     : m_set(set),
       m_images(images),
       m_options(std::move(options)),
-      m_regions(set, m_options.cut),
+      m_regions(set, m_options.rule),
       m_workers(m_options.jobs) {}
 
 std::optional<Batch::Outcome> Batch::Next() {
@@ -107,11 +113,10 @@ void Batch::MeasureFront() {
     std::future<Rows> rows;
     try {
         Image image = front.result.get();
-        Views views = m_regions.In({image.page.size.width, image.page.size.height});
+        Views views = m_regions.In(image.page.size);
         rows = m_workers.Run([this, path = front.image, image = std::move(image), views = std::move(views)]() mutable {
-            const std::vector<Plane> planes = Planes(image, m_options.channels);
-            image = {};
-            return MeasureFigures(path, m_set.Figures(), *views, planes, m_options.columns);
+            const Planes planes(std::move(image), m_options.channels);
+            return MeasureFigures(path, m_set.Figures(), *views, planes.channels, m_options.columns);
         });
     } catch (...) {
         std::promise<Rows> failed;

@@ -26,20 +26,20 @@ using Views = std::shared_ptr<const std::vector<View>>;
 /// The regions of all figures of a set.
 class Regions {
   public:
-    Regions(const RoiSet& set, Cut cut);
+    Regions(const RoiSet& set, PixelRule rule);
     /// Those of the last size are kept.
-    Views In(cv::Size image);
+    Views In(PixelSize image);
 
   private:
     std::vector<Region> m_regions;
-    cv::Size m_size;
+    PixelSize m_size;
     Views m_views;
 };
 
 struct BatchOptions {
     Columns columns;
     bool channels = false;  ///< a row for every channel of a colour image
-    Cut cut = Cut::none;
+    PixelRule rule = PixelRule::outline;
     unsigned int jobs = 1;
 };
 

@@ -3,10 +3,16 @@
 
 #include <algorithm>
 #include <cmath>
-#include <opencv2/core.hpp>
 #include <optional>
 
+#include "host/base/Text.h"
+
 namespace host {
+
+/// A box in exact coordinates, borders included.
+struct ClipBox {
+    double left, top, right, bottom;
+};
 
 /// From where to where a line lies in a box, in multiples of its direction.
 struct Stretch {
@@ -16,7 +22,7 @@ struct Stretch {
 
 /// The part of `within` for which origin + t * direction lies in the box, borders included. Nothing when
 /// the line misses the box, or when an argument is not a number.
-inline std::optional<Stretch> ClipLine(const cv::Rect2d& box, cv::Point2d origin, cv::Point2d direction,
+inline std::optional<Stretch> ClipLine(const ClipBox& box, ImagePoint origin, ImagePoint direction,
                                        Stretch within) noexcept {
     const auto cut = [&within](double start, double step, double low, double high) {
         if (step == 0.0) {
@@ -29,7 +35,7 @@ inline std::optional<Stretch> ClipLine(const cv::Rect2d& box, cv::Point2d origin
         // False for a step or a start that is not a number, too.
         return std::isfinite(start) && std::isfinite(step) && within.from <= within.to;
     };
-    if (cut(origin.x, direction.x, box.x, box.x + box.width) && cut(origin.y, direction.y, box.y, box.y + box.height)) {
+    if (cut(origin.x, direction.x, box.left, box.right) && cut(origin.y, direction.y, box.top, box.bottom)) {
         return within;
     }
     return std::nullopt;

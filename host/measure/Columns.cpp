@@ -34,7 +34,7 @@ Cell Real(const Measured& m) {
     return m.statistics ? Cell((*m.statistics).*kMember) : Cell();
 }
 
-template <int cv::Rect::*kMember>
+template <int PixelRect::*kMember>
 Cell OfBox(const Measured& m) {
     return m.statistics ? Cell(std::int64_t{m.statistics->box.*kMember}) : Cell();
 }
@@ -49,7 +49,7 @@ constexpr Column kColumns[] = {
     {"class", "the figure's class", [](const Measured& m) { return Cell(std::string(m.figure.type->name)); }},
     {"status", "ok, clipped (only what lies inside the image is measured), outside, or empty (no pixel at all)",
      StatusOf},
-    {"pixels", "how many pixels are measured",
+    {"pixels", "how many pixels are measured; with --exact those of which a part counts, too",
      [](const Measured& m) { return Cell(m.statistics ? m.statistics->pixels : 0); }},
     {"mean", "mean of their values", Real<&Statistics::mean>},
     {"std", "standard deviation of their values, all of them being the population", Real<&Statistics::deviation>},
@@ -57,17 +57,19 @@ constexpr Column kColumns[] = {
     {"max", "largest value", Real<&Statistics::max>},
     {"cx", "centroid of the pixels, whatever their values: mean column", Real<&Statistics::centroidX>},
     {"cy", "and mean row", Real<&Statistics::centroidY>},
-    {"left", "the box around the pixels: first column", OfBox<&cv::Rect::x>},
-    {"top", "first row", OfBox<&cv::Rect::y>},
-    {"width", "number of columns", OfBox<&cv::Rect::width>},
-    {"height", "number of rows", OfBox<&cv::Rect::height>},
+    {"left", "the box around the pixels: first column", OfBox<&PixelRect::left>},
+    {"top", "first row", OfBox<&PixelRect::top>},
+    {"width", "number of columns", OfBox<&PixelRect::width>},
+    {"height", "number of rows", OfBox<&PixelRect::height>},
     {"median", "middle value; of an even number the mean of the two middle ones",
-     [](const Measured& m) { return m.statistics ? Cell(Median(m.channel.values, m.view.spans)) : Cell(); }},
+     [](const Measured& m) { return m.statistics ? Cell(Median(m.channel.values, m.view.pixels)) : Cell(); }},
     {"sum", "sum of the values", Real<&Statistics::sum>},
     {"angle",
      "direction of the pixels' long axis in degrees, from +x toward +y, above -90 up to 90; nothing when\n"
      "           they are as broad as long",
      AngleOf},
+    {"area", "area in pixels: with --exact the sum of the parts that count, otherwise as many as pixels",
+     [](const Measured& m) { return Cell(m.statistics ? m.statistics->area : 0.0); }},
     {"channel", "R, G, B or A with --channels; L is a grey image, or the luma of a colour image",
      [](const Measured& m) { return Cell(m.channel.name); }},
 };

@@ -14,18 +14,12 @@
 
 namespace host {
 
-/// One channel of an image and its name.
-struct Plane {
-    std::string name;
-    cv::Mat values;
-};
-
 /// One figure on one channel of one image: what a row is made of.
 struct Measured {
     const UserPath& image;
     const Figure& figure;
     const View& view;
-    const Plane& channel;
+    const Channel& channel;
     std::optional<Statistics> statistics;
 };
 

@@ -12,7 +12,7 @@
 #include <cstdio>
 #include <limits>
 #include <memory>
-#include <opencv2/imgproc.hpp>
+#include <numeric>
 #include <system_error>
 
 #include "contract/Numbers.h"
@@ -30,14 +30,12 @@ namespace host {
 namespace {
 
 constexpr double kMaxLength = 10'000'000.0;
-// Images beyond this size are more than the sampler addresses.
-constexpr int kMaxSide = std::numeric_limits<short>::max() - 1;
 constexpr double kNothing = std::numeric_limits<double>::quiet_NaN();
 
 struct Segment {
-    cv::Point2d start;
-    cv::Point2d along;   // unit vectors: along the segment,
-    cv::Point2d across;  // and from its thickness-1 to its thickness-2 side
+    ImagePoint start;
+    ImagePoint along;   // unit vectors: along the segment,
+    ImagePoint across;  // and from its thickness-1 to its thickness-2 side
     Stretch band;
     double from;
     double length;
@@ -49,18 +47,18 @@ std::vector<Segment> SegmentsOf(IROIProfile& profile) {
     profile.GetNumberPoints(&count);
     double from = 0.0;
     for (int i = 0; i + 1 < count; ++i) {
-        cv::Point2d start;
-        cv::Point2d end;
+        ImagePoint start;
+        ImagePoint end;
         double thickness1 = 0.0;
         double thickness2 = 0.0;
         profile.GetPoint(i, &start.x, &start.y, nullptr, &thickness1, &thickness2);
         profile.GetPoint(i + 1, &end.x, &end.y, nullptr, nullptr, nullptr);
-        const cv::Point2d chord = end - start;
+        const ImagePoint chord = end - start;
         const double length = std::hypot(chord.x, chord.y);
         if (length == 0.0) {
             continue;
         }
-        const cv::Point2d along = chord / length;
+        const ImagePoint along = (1.0 / length) * chord;
         const Stretch band{std::min(-thickness1, thickness2), std::max(-thickness1, thickness2)};
         segments.push_back({start, along, {-along.y, along.x}, band, from, length});
         from += length;
@@ -68,57 +66,76 @@ std::vector<Segment> SegmentsOf(IROIProfile& profile) {
     return segments;
 }
 
-// Samples bands across segments of one image.
-class Sampler {
-  public:
-    explicit Sampler(const cv::Mat& plane) : m_last(plane.cols - 1, plane.rows - 1) {
-        // Real numbers, so that what lies between two pixels is not rounded.
-        const bool wide = plane.depth() == CV_32S || plane.depth() == CV_64F;
-        plane.convertTo(m_plane, wide ? CV_64F : CV_32F);
+// Calls `at` with every sample of the band across a point that lies in an image: one to a pixel, counted from the
+// point, or one in the middle of a band between two of them.
+template <class At>
+void ForEachSample(const Segment& segment, ImagePoint point, PixelSize image, At at) {
+    const double right = image.width - 1;
+    const double bottom = image.height - 1;
+    const auto add = [&](double across) {
+        const ImagePoint sample = point + across * segment.across;
+        if (sample.x >= 0.0 && sample.x <= right && sample.y >= 0.0 && sample.y <= bottom) {
+            at(sample);
+        }
+    };
+    if (std::ceil(segment.band.from) > std::floor(segment.band.to)) {
+        add(0.5 * (segment.band.from + segment.band.to));
+        return;
     }
+    // One pixel wider than the image: every sample is looked at again.
+    const ClipBox reach{-1.0, -1.0, right + 1.0, bottom + 1.0};
+    if (const auto seen = ClipLine(reach, point, segment.across, segment.band)) {
+        const double first = std::ceil(seen->from);
+        const int count = ToInt32(std::floor(seen->to) - first) + 1;
+        for (int i = 0; i < count; ++i) {
+            add(first + i);
+        }
+    }
+}
 
-    CurvePoint At(const Segment& segment, double distance) {
-        const cv::Point2d at = segment.start + segment.along * (distance - segment.from);
-        m_map.clear();
-        // One pixel wider than the image: every sample is looked at again.
-        const cv::Rect2d reach(-1.0, -1.0, m_last.x + 2.0, m_last.y + 2.0);
-        if (std::ceil(segment.band.from) > std::floor(segment.band.to)) {
-            Add(at + segment.across * (0.5 * (segment.band.from + segment.band.to)));
-        } else if (const auto seen = ClipLine(reach, at, segment.across, segment.band)) {
-            const double first = std::ceil(seen->from);
-            const int count = ToInt32(std::floor(seen->to) - first) + 1;
-            for (int i = 0; i < count; ++i) {
-                Add(at + segment.across * (first + i));
-            }
-        }
-        CurvePoint point{distance, at, kNothing, kNothing, static_cast<int>(m_map.size())};
-        if (!m_map.empty()) {
-            cv::remap(m_plane, m_values, m_map, cv::noArray(), cv::INTER_LINEAR, cv::BORDER_REPLICATE);
-            cv::Scalar mean;
-            cv::Scalar deviation;
-            cv::meanStdDev(m_values, mean, deviation);
-            point.mean = mean[0];
-            point.deviation = deviation[0];
-        }
+// Between the four pixels around a point inside the image. What has no weight does not count, even when it is not a
+// number.
+template <class Value>
+double Bilinear(const RasterView& plane, ImagePoint at) {
+    const int x = ToInt32(at.x);
+    const int y = ToInt32(at.y);
+    const double dx = at.x - x;
+    const double dy = at.y - y;
+    const auto value = [&](int column, int row) {
+        return static_cast<double>(
+            *reinterpret_cast<const Value*>(plane.data + row * plane.rowStride + column * plane.columnStride));
+    };
+    const auto between = [dx, x, &value](int row) {
+        const double left = value(x, row);
+        return dx == 0.0 ? left : left + dx * (value(x + 1, row) - left);
+    };
+    const double upper = between(y);
+    return dy == 0.0 ? upper : upper + dy * (between(y + 1) - upper);
+}
+
+template <class Value>
+CurvePoint PointOf(const RasterView& plane, const Segment& segment, double distance, std::vector<double>& values) {
+    const ImagePoint at = segment.start + (distance - segment.from) * segment.along;
+    values.clear();
+    ForEachSample(segment, at, plane.size,
+                  [&](ImagePoint sample) { values.push_back(Bilinear<Value>(plane, sample)); });
+    CurvePoint point{distance, at, kNothing, kNothing, static_cast<int>(values.size())};
+    if (values.empty()) {
         return point;
     }
-
-  private:
-    void Add(cv::Point2d at) {
-        if (at.x >= 0.0 && at.x <= m_last.x && at.y >= 0.0 && at.y <= m_last.y) {
-            m_map.emplace_back(at);
-        }
+    const double count = static_cast<double>(values.size());
+    point.mean = std::accumulate(values.begin(), values.end(), 0.0) / count;
+    double squares = 0.0;
+    for (const double value : values) {
+        squares += (value - point.mean) * (value - point.mean);
     }
-
-    cv::Mat m_plane;
-    cv::Point2d m_last;
-    std::vector<cv::Point2f> m_map;
-    cv::Mat m_values;
-};
+    point.deviation = std::sqrt(squares / count);
+    return point;
+}
 
 }  // namespace
 
-std::vector<CurvePoint> SampleCurve(IROIProfile& profile, const std::string& name, const cv::Mat& plane) {
+std::vector<CurvePoint> SampleCurve(IROIProfile& profile, const std::string& name, const RasterView& plane) {
     const auto fail = [&name](std::string_view why) { return Error("cannot sample profile", name, why); };
     const std::vector<Segment> segments = SegmentsOf(profile);
     if (segments.empty()) {
@@ -128,17 +145,16 @@ std::vector<CurvePoint> SampleCurve(IROIProfile& profile, const std::string& nam
     if (!(length <= kMaxLength)) {
         throw fail(fmt::format("its length is {} pixels", NumberText(length)));
     }
-    if (std::max(plane.cols, plane.rows) > kMaxSide) {
-        throw fail(fmt::format("images may have up to {} pixels a side", kMaxSide));
-    }
-    Sampler sampler(plane);
     std::vector<CurvePoint> curve;
+    std::vector<double> values;
     auto segment = segments.begin();
     for (int distance = 0; distance <= ToInt32(length); ++distance) {
         while (distance >= segment->from + segment->length && segment + 1 != segments.end()) {
             ++segment;
         }
-        curve.push_back(sampler.At(*segment, distance));
+        curve.push_back(InType(plane.depth, [&](auto* type) {
+            return PointOf<std::remove_pointer_t<decltype(type)>>(plane, *segment, distance, values);
+        }));
     }
     return curve;
 }

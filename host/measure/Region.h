@@ -1,57 +1,54 @@
-// A figure's pixels as row spans: measuring, masks and overlays are loops over them.
+// Which pixels are a figure's: the one place that measuring, masks, labels, overlays and hits take it from.
 //
-// Pixel (i, j) is tested at the point (i, j). The pixels of a figure are
-// - those that its mask marks, the mask's pixel (0, 0) lying at the left and top of GetBoundingRect;
-// - its whole bounding box for a rectangle without roll, which says so by an empty mask, and for a shape,
-//   which offers no test of its own;
-// - for every other figure those whose coordinates HitTest accepts. A figure whose mask cannot be made
-//   (a ring under two pixels) or would be out of all proportion is tested in the same way.
+// Pixel (i, j) is the unit square around the point (i, j). It belongs to a figure when its centre lies inside the
+// figure's outline; on an edge the left and top side count, the right and bottom side do not. So figures that share an
+// edge share no pixel.
 #pragma once
 
+#include <cstdint>
 #include <optional>
-#include <vector>
 
-#include <opencv2/core.hpp>
+#include "host/base/Plane.h"
+#include "host/base/Text.h"
+#include "host/measure/PixelSet.h"
 
 namespace host {
 
 struct Figure;
 
-/// Pixels firstX to lastX, both included, of row y, in image coordinates.
-struct Span {
-    int y;
-    int firstX;
-    int lastX;
-
-    int Length() const noexcept { return lastX - firstX + 1; }
+/// Which pixels count.
+enum class PixelRule {
+    outline,  ///< those whose centres lie inside the outline
+    exact,    ///< those of whose squares a part lies inside the outline, each with that part
+    module,   ///< those that the module answers for, by its masks and hit tests
 };
 
-/// The smallest box around spans; empty when there are none.
-cv::Rect BoxAround(const std::vector<Span>& spans) noexcept;
+/// Of more pixels nobody takes a mask, or a figure as a whole.
+inline constexpr std::int64_t kMostPixels = std::int64_t{1} << 28;
 
-/// An 8-bit image of a box, 255 at the pixels of the spans and 0 elsewhere. The spans must lie in the box.
-cv::Mat Painted(const std::vector<Span>& spans, cv::Rect box);
-
-/// Whether the host cuts the ring of an arc donut by its limits. The figure itself never does: its hit
-/// test and its mask are those of the full ring. Other figures are not affected.
-enum class Cut { none, sector };
-
-/// A figure's pixels, rows ascending and spans from left to right, without overlap.
 struct Pixels {
-    std::vector<Span> spans;
-    /// What the spans lie in: the mask's or the figure's own box, otherwise the box around the spans.
-    cv::Rect box;
+    PixelSet set;
     /// False when the figure reaches beyond the field that was searched.
     bool complete = true;
 };
 
-/// Finds the pixels of a figure in `field`. Those outside may be among the spans, but only a complete
-/// result is sure to have them all. The work is bounded by the field, the size of a mask and the number
-/// of a profile's points, however large the figure; coordinates that are not numbers give no pixels.
-Pixels FindPixels(const Figure& figure, cv::Rect field, Cut cut);
+/// What is searched for pixels in a field: a little more, so that what a figure that ends just outside has there is
+/// seen.
+constexpr PixelRect Searched(const PixelRect& field) noexcept {
+    return {field.left - 2, field.top - 2, field.width + 4, field.height + 4};
+}
+
+/// Finds the pixels of a figure in `field`. Those outside may be among them, but only a complete result is sure to
+/// have them all. The work is bounded by the field, the size of a mask and the number of a figure's points, however
+/// large the figure; coordinates that are not finite numbers give no pixels.
+Pixels FindPixels(const Figure& figure, const PixelRect& field, PixelRule rule);
 
 /// All pixels of a figure, or nothing when it is too large to be taken as a whole.
-std::optional<Pixels> FindAllPixels(const Figure& figure, Cut cut);
+std::optional<PixelSet> FindAllPixels(const Figure& figure, PixelRule rule);
+
+/// Whether a point belongs to a figure: by its outline, or with PixelRule::module by the module's hit test. A point of
+/// a mask's image belongs when its pixel does.
+bool HoldsPoint(const Figure& figure, ImagePoint point, PixelRule rule);
 
 /// How a figure lies to an image: all its pixels in it, some beyond its border, all beyond, or no pixels
 /// at all (a figure that lies between the pixels).
@@ -59,7 +56,7 @@ enum class Placement { ok, clipped, outside, empty };
 
 /// What an image shows of a figure.
 struct View {
-    std::vector<Span> spans;
+    PixelSet pixels;
     Placement placement = Placement::empty;
 };
 
@@ -68,15 +65,15 @@ struct View {
 /// The figure is referred to and must neither change nor go while the region is used.
 class Region {
   public:
-    Region(const Figure& figure, Cut cut) : m_figure(&figure), m_cut(cut) {}
+    Region(const Figure& figure, PixelRule rule) : m_figure(&figure), m_rule(rule) {}
 
     /// What an image of that size shows.
-    View In(cv::Size image);
+    View In(PixelSize image);
 
   private:
     const Figure* m_figure;
-    Cut m_cut;
-    cv::Size m_field;
+    PixelRule m_rule;
+    PixelSize m_field;
     std::optional<Pixels> m_pixels;
 };
 

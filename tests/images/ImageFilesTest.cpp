@@ -6,6 +6,7 @@
 #include <fstream>
 
 #include "host/base/Error.h"
+#include "host/draw/Display.h"
 #include "host/images/Image.h"
 
 namespace host {
@@ -276,7 +277,7 @@ TEST_F(ImageFiles, AreShownWithoutTheirOutliers) {
     }
     values[50] = 1e9F;
     values[51] = std::numeric_limits<float>::quiet_NaN();
-    const Raster shown = ForDisplay(deep);
+    const Raster shown = ForDisplay(deep.pixels.View());
     EXPECT_EQ(PixelAt(shown.View(), 99, 9), (std::vector<double>{255, 255, 255}));
     EXPECT_EQ(PixelAt(shown.View(), 33, 9), (std::vector<double>{85, 85, 85}));
     EXPECT_EQ(PixelAt(shown.View(), 50, 0)[0], 255);

@@ -1,6 +1,9 @@
 // What the host knows of the profile.
 #include <array>
 #include <cmath>
+#include <initializer_list>
+#include <iterator>
+#include <optional>
 
 #include "host/figures/classes/Rows.h"
 
@@ -25,39 +28,49 @@ Result DragNode(IROI& roi, NodeId node, int /*flags*/, double x, double y) {
     return Its<IROIProfile>(roi)->SetNodePoint(static_cast<ROIPROFILENode>(node.number), node.point, x, y);
 }
 
-// Twice the signed area of a polygon of three points.
-double Area2(ImagePoint a, ImagePoint b, ImagePoint c) noexcept {
-    return (b.x - a.x) * (c.y - a.y) - (b.y - a.y) * (c.x - a.x);
-}
-
-void AddTriangle(ImagePoint a, ImagePoint b, ImagePoint c, Outline& outline) {
-    if (Area2(a, b, c) < 0.0) {
-        std::swap(b, c);
+// Twice the area of a polygon, above 0 when it runs the positive way round.
+double Area2(std::span<const ImagePoint> corners) noexcept {
+    double area = 0.0;
+    for (std::size_t i = 2; i < corners.size(); ++i) {
+        const ImagePoint a(corners[i - 1].x - corners[0].x, corners[i - 1].y - corners[0].y);
+        const ImagePoint b(corners[i].x - corners[0].x, corners[i].y - corners[0].y);
+        area += a.x * b.y - a.y * b.x;
     }
-    outline.contours.push_back({a, b, c});
+    return area;
 }
 
-// A stretch of the band, from its outline corners at one point to those at the next, running the positive way round:
-// then stretches that overlap add up and count once. One that crosses itself is two triangles.
+// Where two lines between their ends cross; nothing when they do not, or run alongside.
+std::optional<ImagePoint> Crossing(ImagePoint a, ImagePoint b, ImagePoint c, ImagePoint d) noexcept {
+    const ImagePoint ab(b.x - a.x, b.y - a.y);
+    const ImagePoint cd(d.x - c.x, d.y - c.y);
+    const ImagePoint ac(c.x - a.x, c.y - a.y);
+    const double determinant = ab.x * cd.y - ab.y * cd.x;
+    const double alongAb = (ac.x * cd.y - ac.y * cd.x) / determinant;
+    const double alongCd = (ac.x * ab.y - ac.y * ab.x) / determinant;
+    if (!(alongAb > 0.0 && alongAb < 1.0 && alongCd > 0.0 && alongCd < 1.0)) {
+        return std::nullopt;
+    }
+    return ImagePoint(a.x + alongAb * ab.x, a.y + alongAb * ab.y);
+}
+
+// A polygon that does not cross itself, run the positive way round: then those that overlap add up and count once.
+void AddPolygon(std::initializer_list<ImagePoint> corners, Outline& outline) {
+    const bool positive = Area2(corners) >= 0.0;
+    outline.contours.push_back(positive ? Contour(corners.begin(), corners.end())
+                                        : Contour(std::rbegin(corners), std::rend(corners)));
+}
+
+// A stretch of the band, from its outline corners at one point to those at the next. One that crosses itself is two
+// triangles.
 void AddStretch(ImagePoint a1, ImagePoint b1, ImagePoint b2, ImagePoint a2, Outline& outline) {
-    const double first = Area2(a1, b1, b2);
-    const double second = Area2(a1, b2, a2);
-    if (first >= 0.0 && second >= 0.0) {
-        outline.contours.push_back({a1, b1, b2, a2});
-    } else if (first <= 0.0 && second <= 0.0) {
-        outline.contours.push_back({a2, b2, b1, a1});
+    if (const auto sides = Crossing(a1, b1, b2, a2)) {
+        AddPolygon({a1, *sides, a2}, outline);
+        AddPolygon({b1, b2, *sides}, outline);
+    } else if (const auto ends = Crossing(b1, b2, a2, a1)) {
+        AddPolygon({a1, b1, *ends}, outline);
+        AddPolygon({a2, *ends, b2}, outline);
     } else {
-        const double denominator = (b1.x - a1.x) * (a2.y - b2.y) - (b1.y - a1.y) * (a2.x - b2.x);
-        const double t = ((b2.x - a1.x) * (a2.y - b2.y) - (b2.y - a1.y) * (a2.x - b2.x)) / denominator;
-        if (t > 0.0 && t < 1.0) {
-            // The long sides cross: the band changes sides.
-            const ImagePoint crossing(a1.x + t * (b1.x - a1.x), a1.y + t * (b1.y - a1.y));
-            AddTriangle(a1, crossing, a2, outline);
-            AddTriangle(b1, b2, crossing, outline);
-        } else {
-            AddTriangle(a1, b1, b2, outline);
-            AddTriangle(a1, b2, a2, outline);
-        }
+        AddPolygon({a1, b1, b2, a2}, outline);
     }
 }
 

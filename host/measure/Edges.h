@@ -1,0 +1,47 @@
+// An outline as edges: lines and quarters of ellipses that all run downward or upward, for scanning by rows.
+#pragma once
+
+#include <vector>
+
+#include "host/figures/Outline.h"
+
+namespace host {
+
+/// A line, or an arc of an upright ellipse within one of its quarters: its x as a function of y, and its y as one of x.
+struct Edge {
+    double top = 0.0;  ///< it crosses the rows top <= y < bottom
+    double bottom = 0.0;
+    double xTop = 0.0;
+    double xBottom = 0.0;
+    /// What crossing it from left to right adds to how often the outline runs around: 1 or -1.
+    int winding = 0;
+    // Of an arc alone; `radiusX` is 0 for a line. Negative radii are those of the left and of the upper half.
+    double centerX = 0.0;
+    double centerY = 0.0;
+    double radiusX = 0.0;
+    double radiusY = 0.0;
+
+    bool IsArc() const noexcept { return radiusX != 0.0; }
+    /// For y from top to bottom. Two edges with the same ends give the same numbers, whichever way they run.
+    double X(double y) const noexcept;
+    /// For x between xTop and xBottom, which must differ.
+    double Y(double x) const noexcept;
+};
+
+/// The smallest box around edges, borders included; left above right when there are none.
+struct EdgeExtent {
+    double left;
+    double top;
+    double right;
+    double bottom;
+};
+
+/// The edges of all contours, without level ones, which no row crosses. None when a coordinate is not a finite number.
+std::vector<Edge> EdgesOf(const Outline& outline);
+
+EdgeExtent ExtentOf(const std::vector<Edge>& edges) noexcept;
+
+/// Whether a point lies inside by the nonzero rule; on an edge the left and the top side count.
+bool Encloses(const std::vector<Edge>& edges, ImagePoint point) noexcept;
+
+}  // namespace host
