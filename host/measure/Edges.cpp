@@ -119,8 +119,10 @@ class Tracer {
 
 double Edge::X(double y) const noexcept {
     if (IsArc()) {
-        const double u = (y - centerY) / radiusY;
-        return Between(centerX + radiusX * std::sqrt(std::max((1.0 - u) * (1.0 + u), 0.0)), xTop, xBottom);
+        // In this order a circle meets the middles of pixels exactly where it does.
+        const double height = y - centerY;
+        const double chord = std::sqrt(std::max((radiusY - height) * (radiusY + height), 0.0));
+        return Between(centerX + radiusX * chord / std::abs(radiusY), xTop, xBottom);
     }
     // Multiplied first: where the quotient is a whole number, it is found exactly.
     return Between(xTop + (y - top) * (xBottom - xTop) / (bottom - top), xTop, xBottom);

@@ -400,7 +400,7 @@ TEST_F(OutlineTest, FiguresThatShareAnEdgeShareNoPixelAndLeaveNone) {
     for (int label = 1; label <= 3; ++label) {
         EXPECT_EQ(cv::countNonZero(image == label), rows[label - 1]["pixels"]);
     }
-    EXPECT_EQ(image.at<std::uint16_t>(20, 70), 1);
+    EXPECT_EQ(image.at<std::uint16_t>(30, 70), 1);
 }
 
 TEST_F(OutlineTest, LabelsTellWhatLaterFiguresTake) {
