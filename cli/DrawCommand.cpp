@@ -1,6 +1,7 @@
 #include <memory>
 
 #include "cli/Commands.h"
+#include "host/base/OutputCheck.h"
 #include "host/draw/Overlay.h"
 #include "host/figures/Session.h"
 #include "host/images/Image.h"
@@ -21,6 +22,7 @@ struct DrawOptions {
     UserPath set;
     UserPath image;
     UserPath output;
+    bool force = false;
     bool numberNodes = false;
     std::string crop;
 };
@@ -37,6 +39,7 @@ cv::Mat Drawn(const DrawOptions& options, const RoiSet& set, cv::Mat picture) {
 
 void Run(const DrawOptions& options) {
     CheckImageEnding(options.output);
+    CheckOutput(options.output, {options.set, options.image}, {FileKind::image}, options.force);
     const Session session;
     const RoiSet set = RoiSet::Load(session, options.set);
     SaveImage("overlay", options.output, Drawn(options, set, ForDisplay(LoadImage(options.image))));
@@ -54,6 +57,7 @@ void AddDrawCommand(CLI::App& roi) {
     command.add_option("-o,--output", options->output, "The picture to write; its ending names the format")->required();
     command.add_flag("--nodes", options->numberNodes, "Number the nodes, as `roi nodes` and `roi drag` do");
     command.add_option("--crop", options->crop, "Show one figure close up")->type_name("NAME");
+    AddForceOption(command, options->force);
     command.callback([options] { Run(*options); });
 }
 

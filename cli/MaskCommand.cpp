@@ -4,6 +4,7 @@
 
 #include "cli/Commands.h"
 #include "host/base/Error.h"
+#include "host/base/OutputCheck.h"
 #include "host/base/SafeFile.h"
 #include "host/figures/Session.h"
 #include "host/images/Image.h"
@@ -25,12 +26,14 @@ struct MaskOptions {
     UserPath set;
     std::string name;
     UserPath output;
+    bool force = false;
     TableFormat format = TableFormat::kText;
     bool sector = false;
 };
 
 void Run(const MaskOptions& options) {
     CheckImageEnding(options.output);
+    CheckOutput(options.output, {options.set}, {FileKind::image}, options.force);
     const Session session;
     const RoiSet set = RoiSet::Load(session, options.set);
     const auto fail = [&](std::string_view why) { return Error("cannot make mask", options.name, why); };
@@ -61,6 +64,7 @@ void AddMaskCommand(CLI::App& roi) {
     AddFormatOption(command, options->format);
     command.add_flag("--sector", options->sector,
                      "Cut the ring of an arc donut by its limits: the host's doing, not the figure's");
+    AddForceOption(command, options->force);
     command.callback([options] { Run(*options); });
 }
 

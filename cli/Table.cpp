@@ -14,6 +14,7 @@
 #include "host/base/Error.h"
 #include "host/base/SafeFile.h"
 #include "host/base/Text.h"
+#include "host/figures/Parameters.h"
 
 namespace host::cli {
 
@@ -31,7 +32,8 @@ std::string TextOf(const Cell& cell) {
     return std::visit(
         Overloaded{[](std::monostate) { return std::string(); },
                    [](std::int64_t value) { return std::to_string(value); },
-                   [](double value) { return NumberText(value); }, [](const std::string& value) { return value; }},
+                   [](double value) { return NumberText(value); }, [](const std::string& value) { return value; },
+                   [](const std::vector<NamedValue>& values) { return ParameterLine(values); }},
         cell);
 }
 
@@ -69,6 +71,16 @@ std::string CsvLine(const std::vector<std::string>& fields) {
     return line + '\n';
 }
 
+// -0 says nothing to anybody.
+void ClearSigns(std::vector<Cell>& row) {
+    for (Cell& cell : row) {
+        double* const number = std::get_if<double>(&cell);
+        if (number != nullptr && *number == 0.0) {
+            *number = 0.0;
+        }
+    }
+}
+
 // ---------------------------------------------------------------------------------------------------
 // For programs: what comes before, between and after the rows
 
@@ -82,11 +94,20 @@ std::string CsvRow(const std::vector<Cell>& row) {
     return CsvLine(fields);
 }
 
+nlohmann::ordered_json JsonObject(const std::vector<NamedValue>& values) {
+    auto object = nlohmann::ordered_json::object();
+    for (const NamedValue& value : values) {
+        std::visit([&](const auto& held) { object[value.name] = held; }, value.value);
+    }
+    return object;
+}
+
 std::string JsonRow(const std::vector<std::string>& columns, const std::vector<Cell>& row, bool first) {
     nlohmann::ordered_json object;
     for (std::size_t column = 0; column < row.size(); ++column) {
         object[columns[column]] =
             std::visit(Overloaded{[](std::monostate) { return nlohmann::ordered_json(); },
+                                  [](const std::vector<NamedValue>& values) { return JsonObject(values); },
                                   [](const auto& value) { return nlohmann::ordered_json(value); }},
                        row[column]);
     }
@@ -168,6 +189,7 @@ void Align(std::vector<std::string>& texts, bool toTheRight) {
 
 void Table::Add(std::vector<Cell> row) {
     assert(row.size() == m_columns.size());
+    ClearSigns(row);
     m_rows.push_back(std::move(row));
 }
 
@@ -205,6 +227,7 @@ void TableStream::Add(std::vector<std::vector<Cell>> rows) {
         if (m_format == TableFormat::kText) {
             m_people.Add(std::move(row));
         } else {
+            ClearSigns(row);
             text += Row(m_columns, row, m_format, !m_anyRow);
             m_anyRow = true;
         }
