@@ -97,7 +97,7 @@ History HistoryToGoOn(const FolderArchive& archive, const UserPath& path, std::v
 // Where a set comes from and where it goes: its figures, and all of them as an archive.
 struct Stored {
     RoiSet set;
-    State state;
+    State state{{}, *PackFigures({})};
 };
 
 Stored LoadStored(const Session& session, const UserPath& path, bool create) {
