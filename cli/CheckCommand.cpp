@@ -141,7 +141,7 @@ void RunOnModule(const CheckCommand& command) {
 void AddCheckCommand(CLI::App& roi) {
     const auto settings = std::make_shared<CheckCommand>();
     CLI::App& command = AddCommand(roi, "check", "Validates a build of the module: everything a host relies on",
-                                   "roi check build/bin/ROI.so --group sequences --seed 7 --repeat 100");
+                                   "roi check --group sequences --seed 7 --repeat 5");
     command.footer(kDetails + GroupList("Groups:\n", CheckGroups()) +
                    GroupList("Groups with --siblings:\n", SiblingGroups()) + command.get_footer());
     command.add_option("MODULE", settings->module, "The module; the ROI.so that lies beside roi without it")

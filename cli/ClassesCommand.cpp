@@ -5,6 +5,7 @@
 
 #include "cli/Commands.h"
 #include "host/base/SafeFile.h"
+#include "host/figures/FigureClass.h"
 #include "host/figures/Parameters.h"
 #include "host/figures/Session.h"
 
@@ -32,27 +33,19 @@ std::string InterfacesOf(IUnknown& object) {
     return names;
 }
 
-std::string DefaultsOf(const Figure& figure) {
-    std::string line;
-    for (const NamedValue& value : ReadParameters(figure)) {
-        // The actions of a profile have blanks in their names.
-        const std::string assignment = value.AsAssignment();
-        const bool quoted = assignment.find(' ') != std::string::npos;
-        line += (line.empty() ? "" : " ") + (quoted ? '"' + assignment + '"' : assignment);
-    }
-    return line;
-}
-
 void ListClasses(TableFormat format) {
     const Session session;
     Table table({"class", "interfaces", "parameters"});
     std::string text;
     for (const std::string& name : session.Classes()) {
-        const Figure figure = session.Create(name, name);
+        Figure figure = session.Create(name, name);
+        if (figure.type->contents == Contents::points) {
+            SetPoints(figure, {{0.0, 0.0}});  // Without points it has no thickness.
+        }
         const std::string interfaces = InterfacesOf(*figure.roi);
-        const std::string defaults = DefaultsOf(figure);
+        const std::vector<NamedValue> defaults = ReadParameters(figure);
         text += fmt::format("{}\n  answers     {}\n  parameters  {}\n", name, interfaces,
-                            defaults.empty() ? "none" : defaults);
+                            defaults.empty() ? "none" : ParameterLine(defaults));
         table.Add({name, interfaces, defaults});
     }
     WriteStdout(format == TableFormat::kText ? text : table.Format(format));

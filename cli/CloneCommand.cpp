@@ -12,28 +12,34 @@ namespace host::cli {
 namespace {
 
 const std::string kDetails =
-    R"(The figure makes the copy itself, as its class does: the ellipse refuses and a shape gives none. What a class
-does not copy, such as the length of a grip, is said in a warning. A mask and its copy show the same image.
+    R"(The figure makes the copy itself, as its class does. What a class does not copy, such as the length of a grip, is
+said in a warning. An ellipse and a shape make none: the copy is a new figure with the same parameters or
+geometry, which a warning says. A mask and its copy show the same image.
 
 )";
 
 struct CloneOptions {
     UserPath set;
+    EditOptions edit;
     std::string name;
     std::string newName;
 };
 
+// The copy that the class makes; none where it refuses, or says that it copied and gives nothing.
 SmartPtr<IROI> Replica(const Figure& figure) {
-    const auto fail = [&](std::string_view why) { return Error("cannot clone", figure.name, why); };
     SmartPtr<IUnknown> copy;
-    if (Failed(figure.roi->Replicate(copy.Receive()))) {
-        throw fail(std::string("a ") + figure.type->name + " refuses to be copied");
+    figure.roi->Replicate(copy.Receive());
+    return SmartPtr<IROI>::QueryFrom(copy.Get());
+}
+
+// A new figure of the class with the parameters and the points of this one.
+Figure Rebuilt(const Session& session, const Figure& figure) {
+    Figure copy = session.Create(figure.name, figure.type->name);
+    ApplyParameterList(copy, *ParameterList(figure));
+    if (const std::vector<ImagePoint> points = PointsOf(figure); !points.empty()) {
+        SetPoints(copy, points);
     }
-    auto roi = SmartPtr<IROI>::QueryFrom(copy.Get());
-    if (!roi) {
-        throw fail(std::string("a ") + figure.type->name + " gives no copy of itself");
-    }
-    return roi;
+    return copy;
 }
 
 // The names of the values that the class did not copy.
@@ -49,15 +55,27 @@ std::string Differences(const Figure& figure, const Figure& copy) {
     return names;
 }
 
+// Adds the copy, and gives what there is to say of it.
+std::string Clone(const Session& session, RoiSet& set, const CloneOptions& options) {
+    const Figure figure = set.At(options.name);
+    const SmartPtr<IROI> replica = Replica(figure);
+    Figure copy = replica ? Figure{{}, figure.type, replica, nullptr} : Rebuilt(session, figure);
+    copy.name = options.newName;
+    const std::string different = Differences(figure, set.Add(std::move(copy)));
+    const std::string aClass = std::string("a ") + figure.type->name;
+    if (!replica) {
+        return aClass + " does not copy itself: this is a new one with the same " +
+               (figure.geometry ? "geometry" : "parameters");
+    }
+    return different.empty() ? "" : aClass + " does not copy " + different;
+}
+
 void Run(const CloneOptions& options) {
     const Session session;
-    RoiSet set = RoiSet::Load(session, options.set);
-    const Figure figure = set.At(options.name);
-    const Figure& copy = set.Add({options.newName, figure.type, Replica(figure), nullptr});
-    const std::string different = Differences(figure, copy);
-    Save(set, options.set);
-    if (!different.empty()) {
-        Warn(copy.name, std::string("a ") + figure.type->name + " does not copy " + different);
+    std::string remark;
+    Edit(session, options.set, options.edit, [&](RoiSet& set) { remark = Clone(session, set, options); });
+    if (!remark.empty()) {
+        Warn(options.newName, remark);
     }
 }
 
@@ -71,6 +89,7 @@ void AddCloneCommand(CLI::App& roi) {
     AddSetArgument(command, options->set);
     AddArgument(command, "NAME", options->name, "The figure");
     AddArgument(command, "NEW", options->newName, "Name of the copy, unique in the set");
+    AddEditOptions(command, options->edit);
     command.callback([options] { Run(*options); });
 }
 

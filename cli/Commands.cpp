@@ -1,6 +1,10 @@
 #include "cli/Commands.h"
 
+#include <fmt/format.h>
+
 #include <map>
+
+#include "framework/support/Utf8.h"
 
 namespace host::cli {
 
@@ -15,10 +19,39 @@ void AddSetArgument(CLI::App& command, UserPath& set) {
     AddArgument(command, "SET", set, "Set of figures: a file that ends in .roi or .xml");
 }
 
-void Save(const RoiSet& set, const UserPath& path) {
-    for (const Warning& warning : set.Save(path)) {
+void AddEditOptions(CLI::App& command, EditOptions& options) {
+    command.add_flag("--dry-run", options.dryRun, "Only say what would change");
+    command.add_option("--wait", options.wait, "How long to wait for others who edit sets in the same folder")
+        ->type_name("SECONDS")
+        ->check(CLI::Range(0.0, 86400.0).description(""))
+        ->capture_default_str();
+}
+
+void AddForceOption(CLI::App& command, bool& force) {
+    command.add_flag("--force", force, "Replace a file that is not of the kind that the command writes");
+}
+
+void Edit(const Session& session, const UserPath& set, const EditOptions& options,
+          const std::function<void(RoiSet&)>& edit) {
+    EditOptions named = options;
+    named.what = CommandLine();
+    Tell(EditSet(session, set, named, edit), options);
+}
+
+void Tell(const EditResult& result, const EditOptions& options) {
+    for (const FigureChange& change : result.changes) {
+        if (options.dryRun) {
+            Say(Harmless(fmt::format("roi: dry run: {} {}", change.what, change.name)) + '\n');
+        }
+    }
+    for (const Warning& warning : result.warnings) {
         Warn(warning.subject, warning.text);
     }
+}
+
+std::string& CommandLine() {
+    static std::string line;
+    return line;
 }
 
 void AddFormatOption(CLI::App& command, TableFormat& format) {

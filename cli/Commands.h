@@ -6,12 +6,14 @@
 #pragma once
 
 #include <CLI/CLI.hpp>
+#include <functional>
 #include <string>
 
 #include "cli/Table.h"
 #include "cli/Talk.h"
 #include "host/base/UserPath.h"
 #include "host/measure/Region.h"
+#include "host/sets/EditSet.h"
 #include "host/sets/RoiSet.h"
 
 namespace host::cli {
@@ -33,6 +35,11 @@ void AddDrawCommand(CLI::App& roi);
 void AddMaskCommand(CLI::App& roi);
 void AddLabelsCommand(CLI::App& roi);
 void AddProfileCommand(CLI::App& roi);
+void AddImportCommand(CLI::App& roi);
+void AddExportCommand(CLI::App& roi);
+void AddUndoCommand(CLI::App& roi);
+void AddRedoCommand(CLI::App& roi);
+void AddLogCommand(CLI::App& roi);
 void AddCheckCommand(CLI::App& roi);
 void AddManualCommand(CLI::App& roi);
 void AddCompletionCommand(CLI::App& roi);
@@ -71,8 +78,18 @@ class PixelOptions {
     bool m_exact = false;
 };
 
-/// Writes a set and warns of what its file does not keep.
-void Save(const RoiSet& set, const UserPath& path);
+/// The options of a command that edits: --dry-run and --wait.
+void AddEditOptions(CLI::App& command, EditOptions& options);
+/// The option --force of a command that writes a file; see CheckOutput.
+void AddForceOption(CLI::App& command, bool& force);
+
+/// Edits the file of a set in the name of the command as it was typed, and warns of what the file does not keep.
+void Edit(const Session& session, const UserPath& set, const EditOptions& options,
+          const std::function<void(RoiSet&)>& edit);
+/// Tells people what became, or in a dry run would become, of a set.
+void Tell(const EditResult& result, const EditOptions& options);
+/// The words after `roi`, in one line.
+std::string& CommandLine();
 
 /// What `roi` exits with.
 enum ExitCode : int {

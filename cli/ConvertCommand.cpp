@@ -1,6 +1,7 @@
 #include <memory>
 
 #include "cli/Commands.h"
+#include "host/base/OutputCheck.h"
 #include "host/sets/RoiSet.h"
 
 namespace host::cli {
@@ -10,11 +11,16 @@ namespace {
 struct ConvertOptions {
     UserPath from;
     UserPath to;
+    EditOptions edit{.anew = true};
+    bool force = false;
 };
 
 void Run(const ConvertOptions& options) {
+    CheckSetEnding(options.to);
+    CheckOutput(options.to, {options.from}, {FileKind::set}, options.force);
     const Session session;
-    Save(RoiSet::Load(session, options.from), options.to);
+    const RoiSet set = RoiSet::Load(session, options.from);
+    Edit(session, options.to, options.edit, [&set](RoiSet& copy) { copy = set; });
 }
 
 }  // namespace
@@ -27,6 +33,8 @@ void AddConvertCommand(CLI::App& roi) {
         command.get_footer());
     AddArgument(command, "IN", options->from, "Set to read: a file that ends in .roi or .xml");
     AddArgument(command, "OUT", options->to, "Set to write, in the form that its ending names");
+    AddForceOption(command, options->force);
+    AddEditOptions(command, options->edit);
     command.callback([options] { Run(*options); });
 }
 

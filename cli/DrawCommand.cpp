@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "cli/Commands.h"
+#include "host/base/OutputCheck.h"
 #include "host/draw/Display.h"
 #include "host/draw/Overlay.h"
 #include "host/figures/Session.h"
@@ -32,6 +33,7 @@ struct DrawOptions {
     bool names = false;
     bool nodes = false;
     std::vector<std::string> only;
+    bool force = false;
     std::string crop;
 };
 
@@ -48,6 +50,7 @@ Raster Drawn(const DrawOptions& options, const RoiSet& set, Raster picture) {
 
 void Run(const DrawOptions& options) {
     CheckImageEnding(options.output);
+    CheckOutput(options.output, {options.set, options.image}, {FileKind::image}, options.force);
     const Session session;
     const RoiSet set = RoiSet::Load(session, options.set);
     const Image image = LoadImage(options.image);
@@ -69,6 +72,7 @@ void AddDrawCommand(CLI::App& roi) {
     command.add_flag("--nodes", options->nodes, "Show the nodes with their numbers, as `roi nodes` and `roi drag` do");
     CLI::Option* const only = command.add_option("--only", options->only, "Draw these figures only")->type_name("NAME");
     command.add_option("--crop", options->crop, "Show one figure close up")->type_name("NAME")->excludes(only);
+    AddForceOption(command, options->force);
     command.callback([options] { Run(*options); });
 }
 

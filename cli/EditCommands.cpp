@@ -19,6 +19,7 @@ namespace {
 
 struct AddOptions {
     UserPath set;
+    EditOptions edit{.create = true};
     std::string className;
     std::string name;
     std::vector<Assignment> values;
@@ -40,33 +41,40 @@ Raster AboveZero(const RasterView& image) {
     return mask;
 }
 
-// The rectangle is given the size at which its box covers the image's pixels one for one.
+// The rectangle is given the size at which its box covers the image's pixels one for one, and lies at their place.
 void GiveMask(const Figure& figure, const UserPath& path) {
     const auto mask = figure.As<IROIMask>();
     if (!mask) {
         throw UsageError("cannot take --mask", figure.type->name, "only ROIMask has an image");
     }
+    if (StartOfFile(path, 2) == "\xFF\xD8") {
+        throw UsageError("cannot take --mask", path.Typed(), "a JPEG does not keep the marks as they are; use a PNG");
+    }
     const Raster image = Luma(LoadImage(path));
     SetMaskImage(figure, image.Depth() == Depth::u8 ? image.View() : AboveZero(image.View()).View());
-    mask->SetSize(image.Size().width - 1.0, image.Size().height - 1.0);
+    const double right = image.Size().width - 1.0;
+    const double bottom = image.Size().height - 1.0;
+    mask->SetSize(right, bottom);
+    mask->SetCenter(0.5 * right, 0.5 * bottom);
 }
 
 void AddFigure(const AddOptions& options) {
     const Session session;
-    RoiSet set = RoiSet::LoadOrCreate(session, options.set);
-    Figure& figure = set.Add(session, options.name, options.className);
-    if (!options.points.empty()) {
-        SetPoints(figure, options.points);
-    }
-    if (!options.mask.Typed().empty()) {
-        GiveMask(figure, options.mask);
-    }
-    SetParameters(figure, options.values);
-    Save(set, options.set);
+    Edit(session, options.set, options.edit, [&](RoiSet& set) {
+        Figure& figure = set.Add(session, options.name, options.className);
+        if (!options.points.empty()) {
+            SetPoints(figure, options.points);
+        }
+        if (!options.mask.Typed().empty()) {
+            GiveMask(figure, options.mask);
+        }
+        SetParameters(figure, options.values);
+    });
 }
 
 struct SetOptions {
     UserPath set;
+    EditOptions edit;
     std::string name;
     std::vector<Assignment> values;
     std::string newName;
@@ -77,12 +85,12 @@ void SetValues(const SetOptions& options) {
         throw UsageError("usage", "roi set", "nothing to set: give Key=value or --rename");
     }
     const Session session;
-    RoiSet set = RoiSet::Load(session, options.set);
-    SetParameters(set.At(options.name), options.values);
-    if (!options.newName.empty()) {
-        set.Rename(options.name, options.newName);
-    }
-    Save(set, options.set);
+    Edit(session, options.set, options.edit, [&options](RoiSet& set) {
+        SetParameters(set.At(options.name), options.values);
+        if (!options.newName.empty()) {
+            set.Rename(options.name, options.newName);
+        }
+    });
 }
 
 struct ListOptions {
@@ -109,28 +117,27 @@ void ListFigures(const ListOptions& options) {
         double y = 0.0;
         const bool placed = Succeeded(figure.roi->GetCenter(&x, &y));
         table.Add({figure.name, std::string(figure.type->name), placed ? Cell(x) : Cell(), placed ? Cell(y) : Cell(),
-                   ParameterLine(ReadParameters(figure)), ContentsOf(figure)});
+                   Settable(ReadParameters(figure)), ContentsOf(figure)});
     }
     WriteStdout(table.Format(options.format));
 }
 
 struct RemoveOptions {
     UserPath set;
+    EditOptions edit;
     std::vector<std::string> names;
 };
 
 void RemoveFigures(const RemoveOptions& options) {
     const Session session;
-    RoiSet set = RoiSet::Load(session, options.set);
-    set.Remove(options.names);
-    Save(set, options.set);
+    Edit(session, options.set, options.edit, [&options](RoiSet& set) { set.Remove(options.names); });
 }
 
 }  // namespace
 
 void AddAddCommand(CLI::App& roi) {
     CLI::App& command = AddCommand(roi, "add", "Adds a figure to a set, which is created when it does not exist",
-                                   "roi add part.roi ROIEllipse --name bore CenterX=428.5 CenterY=374.5 RadiusX=60");
+                                   "roi add part.roi ROIEllipse --name hole CenterX=428.5 CenterY=374.5 RadiusX=60");
     const auto options = std::make_shared<AddOptions>();
     AddSetArgument(command, options->set);
     AddArgument(command, "CLASS", options->className, "Class of the figure; see roi classes");
@@ -138,19 +145,25 @@ void AddAddCommand(CLI::App& roi) {
     command.add_option("--name", options->name, "Name of the figure, unique in the set")->required();
     command.add_option("--points", options->points, "Points of a profile or a shape; give this option last")
         ->type_name("X,Y");
-    command.add_option("--mask", options->mask, "Image of a ROIMask: what is above 0 belongs to the figure")
+    command
+        .add_option(
+            "--mask", options->mask,
+            "Image of a ROIMask: what is above 0 belongs to the figure. Not a JPEG, which blurs the marks. Without "
+            "CenterX and CenterY its pixels are those at the image's origin")
         ->type_name("IMAGE");
+    AddEditOptions(command, options->edit);
     command.callback([options] { AddFigure(*options); });
 }
 
 void AddSetCommand(CLI::App& roi) {
     CLI::App& command = AddCommand(roi, "set", "Sets parameters of a figure and keeps all others",
-                                   "roi set part.roi hole RadiusX=62.25 --rename bore");
+                                   "roi set part.roi hole RadiusX=62.25");
     const auto options = std::make_shared<SetOptions>();
     AddSetArgument(command, options->set);
     AddArgument(command, "NAME", options->name, "Name of the figure");
     command.add_option("Key=value", options->values, "Parameters; angles are in degrees")->type_name("");
     command.add_option("--rename", options->newName, "New name of the figure")->type_name("NEW");
+    AddEditOptions(command, options->edit);
     command.callback([options] { SetValues(*options); });
 }
 
@@ -164,10 +177,11 @@ void AddListCommand(CLI::App& roi) {
 }
 
 void AddRemoveCommand(CLI::App& roi) {
-    CLI::App& command = AddCommand(roi, "remove", "Removes figures from a set", "roi remove part.roi hole edge");
+    CLI::App& command = AddCommand(roi, "remove", "Removes figures from a set", "roi remove part.roi slot corner");
     const auto options = std::make_shared<RemoveOptions>();
     AddSetArgument(command, options->set);
     AddArgument(command, "NAME", options->names, "Names of the figures");
+    AddEditOptions(command, options->edit);
     command.callback([options] { RemoveFigures(*options); });
 }
 

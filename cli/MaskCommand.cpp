@@ -4,6 +4,7 @@
 
 #include "cli/Commands.h"
 #include "host/base/Error.h"
+#include "host/base/OutputCheck.h"
 #include "host/base/SafeFile.h"
 #include "host/figures/Session.h"
 #include "host/images/Image.h"
@@ -27,12 +28,14 @@ struct MaskOptions {
     UserPath set;
     std::string name;
     UserPath output;
+    bool force = false;
     TableFormat format = TableFormat::kText;
     PixelOptions pixels;
 };
 
 void Run(const MaskOptions& options) {
     CheckImageEnding(options.output);
+    CheckOutput(options.output, {options.set}, {FileKind::image}, options.force);
     const Session session;
     const RoiSet set = RoiSet::Load(session, options.set);
     const auto fail = [&](std::string_view why) { return Error("cannot make mask", options.name, why); };
@@ -62,6 +65,7 @@ void AddMaskCommand(CLI::App& roi) {
     command.add_option("-o,--output", options->output, "The mask to write; its ending names the format")->required();
     AddFormatOption(command, options->format);
     options->pixels.AddTo(command, PixelOptions::kParts);
+    AddForceOption(command, options->force);
     command.callback([options] { Run(*options); });
 }
 

@@ -38,12 +38,13 @@ const std::string kExamples =
 Examples:
   roi measure part.roi part.png --format csv
   roi measure part.roi part.png --channels --columns image,name,channel,median
-  roi measure part.roi --from images.txt --shard 1/2 --keep-going --format json)";
+  ls *.png | roi measure part.roi --from - --shard 1/2 --keep-going --format json)";
 
 struct MeasureOptions {
     UserPath set;
     std::vector<UserPath> images;
     UserPath list;
+    UserPath list0;
     Shard shard;
     std::string columns;
     TableFormat format = TableFormat::kText;
@@ -97,11 +98,13 @@ bool ShowsProgress(TableFormat format) {
 }
 
 void Run(const MeasureOptions& options) {
-    if (options.images.empty() && options.list.Typed().empty()) {
+    const bool nul = !options.list0.Typed().empty();
+    const UserPath& list = nul ? options.list0 : options.list;
+    if (options.images.empty() && list.Typed().empty()) {
         throw UsageError("usage", "roi measure", "no images: name them, or give a list with --from");
     }
     Columns columns = PickColumns(options.columns, options.channels);
-    ImageList images(options.images, options.list, options.shard);
+    ImageList images(options.images, list, options.shard, nul ? PathEnd::nul : PathEnd::line);
     const Session session;
     const RoiSet set = RoiSet::Load(session, options.set);
     const bool shown = ShowsProgress(options.format);
@@ -126,15 +129,21 @@ void AddMeasureCommand(CLI::App& roi) {
                    ". IMAGE.tif:3 is page 3 of a file.\n" + kExamples);
     AddSetArgument(command, options->set);
     command.add_option("IMAGE", options->images, "Images to measure")->type_name("");
-    command
-        .add_option("--from", options->list, "More images: a file with a path on each line, or - for standard input")
-        ->type_name("LIST");
+    const auto from = command
+                          .add_option("--from", options->list,
+                                      "More images: a file with a path on each line, or - for standard input")
+                          ->type_name("LIST");
+    command.add_option("--from0", options->list0, "The same with paths that end with NUL, as find -print0 writes them")
+        ->type_name("LIST")
+        ->excludes(from);
     command
         .add_option("--shard", options->shard,
                     "Measure only the I-th of N parts of the images: the I-th and every N-th after it")
         ->type_name("I/N");
     AddFormatOption(command, options->format);
-    command.add_option("--columns", options->columns, "The columns, in this order; see below")->type_name("a,b,c");
+    command.add_option("--columns", options->columns, "The columns, in this order; see below")
+        ->check(CLI::Validator([](const std::string& text) { return text.empty() ? "no columns" : ""; }, ""))
+        ->type_name("a,b,c");
     command.add_flag("--channels", options->channels, "A row for every channel of a colour image");
     command
         .add_option("--jobs", options->jobs,

@@ -30,15 +30,15 @@ void ListNodes(const NodesOptions& options) {
 
 struct DragOptions {
     NodesOptions figure;
+    EditOptions edit;
     std::string node;
     ImagePoint to;
     bool center = false;
     bool square = false;
 };
 
-void Drag(const DragOptions& options) {
-    const Session session;
-    const RoiSet set = RoiSet::Load(session, options.figure.set);
+// What is printed must arrive before the set is replaced.
+void DragIn(const RoiSet& set, const DragOptions& options) {
     const Figure& figure = set.At(options.figure.name);
     const std::vector<Node> before = NodesOf(figure);
     DragNode(figure, options.node, options.to, (options.center ? kKeepCenter : 0) | (options.square ? kBothAxes : 0));
@@ -51,7 +51,11 @@ void Drag(const DragOptions& options) {
     if (options.square && (figure.type->modifiers & kBothAxes) == 0) {
         Warn(figure.name, "an arc donut does not know --square and ignores the drag");
     }
-    Save(set, options.figure.set);
+}
+
+void Drag(const DragOptions& options) {
+    const Session session;
+    Edit(session, options.figure.set, options.edit, [&options](const RoiSet& set) { DragIn(set, options); });
 }
 
 struct HitOptions {
@@ -100,6 +104,7 @@ void AddDragCommand(CLI::App& roi) {
     AddArgument(command, "TO", options->to, "Where to drag it: X,Y");
     command.add_flag("--center", options->center, "Keep the centre and grow to both sides");
     command.add_flag("--square", options->square, "Make width and height, or both radii, equal");
+    AddEditOptions(command, options->edit);
     command.callback([options] { Drag(*options); });
 }
 

@@ -14,6 +14,7 @@ namespace {
 
 struct PointOptions {
     UserPath set;
+    EditOptions edit;
     std::string name;
     std::string action;
     std::vector<std::string> arguments;
@@ -90,15 +91,12 @@ class Polyline {
 constexpr std::pair<const char*, void (Polyline::*)()> kActions[] = {
     {"add", &Polyline::Add}, {"insert", &Polyline::Insert}, {"move", &Polyline::Move}, {"remove", &Polyline::Remove}};
 
-void EditPoints(const PointOptions& options) {
-    const Session session;
-    const RoiSet set = RoiSet::Load(session, options.set);
+void EditPointsIn(const RoiSet& set, const PointOptions& options) {
     Polyline polyline(set.At(options.name), options);
     std::vector<std::string> known;
     for (const auto& [name, edit] : kActions) {
         if (options.action == name) {
             (polyline.*edit)();
-            Save(set, options.set);
             return;
         }
         known.emplace_back(name);
@@ -106,11 +104,16 @@ void EditPoints(const PointOptions& options) {
     throw UnknownName("action", options.action, known);
 }
 
+void EditPoints(const PointOptions& options) {
+    const Session session;
+    Edit(session, options.set, options.edit, [&options](const RoiSet& set) { EditPointsIn(set, options); });
+}
+
 }  // namespace
 
 void AddPointCommand(CLI::App& roi) {
     CLI::App& command = AddCommand(roi, "point", "Adds, inserts, moves or removes points of a profile",
-                                   "roi point part.roi edge insert 1 60,20.5");
+                                   "roi point part.roi scan insert 1 520,505.5");
     const auto options = std::make_shared<PointOptions>();
     AddSetArgument(command, options->set);
     AddArgument(command, "NAME", options->name, "Name of the profile");
@@ -119,6 +122,7 @@ void AddPointCommand(CLI::App& roi) {
                     "add X,Y... | insert INDEX X,Y | move INDEX X,Y | remove INDEX; indices count from 0")
         ->required();
     AddArgument(command, "ARGUMENTS", options->arguments, "What the action needs");
+    AddEditOptions(command, options->edit);
     command.callback([options] { EditPoints(*options); });
 }
 

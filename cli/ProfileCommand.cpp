@@ -4,6 +4,7 @@
 
 #include "cli/Commands.h"
 #include "host/base/Error.h"
+#include "host/base/OutputCheck.h"
 #include "host/base/SafeFile.h"
 #include "host/figures/FigureClass.h"
 #include "host/figures/Session.h"
@@ -27,6 +28,7 @@ struct ProfileOptions {
     std::string name;
     UserPath image;
     UserPath plot;
+    bool force = false;
     TableFormat format = TableFormat::kText;
 };
 
@@ -47,6 +49,7 @@ void Run(const ProfileOptions& options) {
     const bool plotting = !options.plot.Typed().empty();
     if (plotting) {
         CheckPlotEnding(options.plot);
+        CheckOutput(options.plot, {options.set, options.image}, {FileKind::image, FileKind::drawing}, options.force);
     }
     const Session session;
     const RoiSet set = RoiSet::Load(session, options.set);
@@ -68,13 +71,14 @@ void Run(const ProfileOptions& options) {
 void AddProfileCommand(CLI::App& roi) {
     const auto options = std::make_shared<ProfileOptions>();
     CLI::App& command = AddCommand(roi, "profile", "Shows the values of an image along a profile",
-                                   "roi profile part.roi edge part.png -o edge.svg");
+                                   "roi profile part.roi scan part.png -o scan.svg");
     command.footer(kDetails + command.get_footer());
     AddSetArgument(command, options->set);
     command.add_option("NAME", options->name, "The profile")->required();
     command.add_option("IMAGE", options->image, "The image to sample")->required();
     command.add_option("-o,--output", options->plot, "Also draw the curve, as .svg or .png, with gnuplot");
     AddFormatOption(command, options->format);
+    AddForceOption(command, options->force);
     command.callback([options] { Run(*options); });
 }
 

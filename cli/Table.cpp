@@ -14,6 +14,7 @@
 #include "host/base/Error.h"
 #include "host/base/SafeFile.h"
 #include "host/base/Text.h"
+#include "host/figures/Parameters.h"
 
 namespace host::cli {
 
@@ -31,7 +32,8 @@ std::string TextOf(const Cell& cell) {
     return std::visit(
         Overloaded{[](std::monostate) { return std::string(); },
                    [](std::int64_t value) { return std::to_string(value); },
-                   [](double value) { return NumberText(value); }, [](const std::string& value) { return value; }},
+                   [](double value) { return NumberText(value); }, [](const std::string& value) { return value; },
+                   [](const std::vector<NamedValue>& values) { return ParameterLine(values); }},
         cell);
 }
 
@@ -69,6 +71,16 @@ std::string CsvLine(const std::vector<std::string>& fields) {
     return line + '\n';
 }
 
+// -0 says nothing to anybody.
+void ClearSigns(std::vector<Cell>& row) {
+    for (Cell& cell : row) {
+        double* const number = std::get_if<double>(&cell);
+        if (number != nullptr && *number == 0.0) {
+            *number = 0.0;
+        }
+    }
+}
+
 // ---------------------------------------------------------------------------------------------------
 // For programs: what comes before, between and after the rows
 
@@ -82,6 +94,16 @@ std::string CsvRow(const std::vector<Cell>& row) {
     return CsvLine(fields);
 }
 
+template <class Text>
+std::string JsonObject(const std::vector<NamedValue>& values, Text text) {
+    std::string object = "{";
+    for (const NamedValue& value : values) {
+        object += (object.size() > 1 ? "," : "") + text(value.name) + ':' +
+                  std::visit([&](const auto& held) { return text(held); }, value.value);
+    }
+    return object + '}';
+}
+
 std::string JsonRow(const std::vector<std::string>& columns, const std::vector<Cell>& row, bool first) {
     // Value by value: to free an object of them takes memory. A path need not be UTF-8; what is not shows as the
     // replacement character.
@@ -92,6 +114,7 @@ std::string JsonRow(const std::vector<std::string>& columns, const std::vector<C
     for (std::size_t column = 0; column < row.size(); ++column) {
         line += (column == 0 ? "" : ",") + text(columns[column]) + ':';
         line += std::visit(Overloaded{[](std::monostate) { return std::string("null"); },
+                                      [&](const std::vector<NamedValue>& values) { return JsonObject(values, text); },
                                       [&](const auto& value) { return text(value); }},
                            row[column]);
     }
@@ -172,6 +195,7 @@ void Align(std::vector<std::string>& texts, bool toTheRight) {
 
 void Table::Add(std::vector<Cell> row) {
     assert(row.size() == m_columns.size());
+    ClearSigns(row);
     m_rows.push_back(std::move(row));
 }
 
@@ -209,6 +233,7 @@ void TableStream::Add(std::vector<std::vector<Cell>> rows) {
         if (m_format == TableFormat::kText) {
             m_people.Add(std::move(row));
         } else {
+            ClearSigns(row);
             text += Row(m_columns, row, m_format, !m_anyRow);
             m_anyRow = true;
         }

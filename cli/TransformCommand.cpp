@@ -20,24 +20,25 @@ says what its class leaves out. Without names all figures are mapped.
 
 struct TransformOptions {
     UserPath set;
+    EditOptions edit;
     Matrix matrix;
     std::vector<std::string> names;
 };
 
 void Run(const TransformOptions& options) {
     const Session session;
-    const RoiSet set = RoiSet::Load(session, options.set);
-    std::set<std::string> names;
-    for (const std::string& name : options.names) {
-        names.insert(set.At(name).name);
-    }
     std::vector<std::pair<std::string, std::string>> leftOut;
-    for (const Figure& figure : set.Figures()) {
-        if (names.empty() || names.contains(figure.name)) {
-            leftOut.emplace_back(figure.name, MapFigure(figure, options.matrix));
+    Edit(session, options.set, options.edit, [&](const RoiSet& set) {
+        std::set<std::string> names;
+        for (const std::string& name : options.names) {
+            names.insert(set.At(name).name);
         }
-    }
-    Save(set, options.set);
+        for (const Figure& figure : set.Figures()) {
+            if (names.empty() || names.contains(figure.name)) {
+                leftOut.emplace_back(figure.name, MapFigure(figure, options.matrix));
+            }
+        }
+    });
     for (const auto& [name, what] : leftOut) {
         if (!what.empty()) {
             Warn(name, what);
@@ -50,11 +51,12 @@ void Run(const TransformOptions& options) {
 void AddTransformCommand(CLI::App& roi) {
     const auto options = std::make_shared<TransformOptions>();
     CLI::App& command = AddCommand(roi, "transform", "Maps figures through a matrix",
-                                   "roi transform part.roi --matrix 1,0,12.5,0,1,-3 hole edge");
+                                   "roi transform part.roi --matrix 1,0,12.5,0,1,-3 hole rib");
     command.footer(kDetails + command.get_footer());
     AddSetArgument(command, options->set);
     command.add_option("--matrix", options->matrix, "Six numbers, row by row")->required()->type_name("a,b,c,d,e,f");
     command.add_option("NAME", options->names, "Names of the figures")->type_name("");
+    AddEditOptions(command, options->edit);
     command.callback([options] { Run(*options); });
 }
 

@@ -1,8 +1,10 @@
 // The command `roi`: reads the command line, runs one subcommand, and turns whatever goes wrong into one
 // line on standard error and an exit code.
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <iterator>
 #include <new>
 #include <sstream>
@@ -34,6 +36,11 @@ void AddCommands(CLI::App& roi) {
     AddMaskCommand(roi);
     AddLabelsCommand(roi);
     AddProfileCommand(roi);
+    AddExportCommand(roi);
+    AddImportCommand(roi);
+    AddUndoCommand(roi);
+    AddRedoCommand(roi);
+    AddLogCommand(roi);
     AddCheckCommand(roi);
     AddManualCommand(roi);
     AddCompletionCommand(roi);
@@ -51,12 +58,22 @@ void CheckCommandName(const CLI::App& roi, const std::string& word) {
     }
 }
 
-Error AsUsageError(const CLI::App& roi, const CLI::ParseError& failure) {
+// A file whose name begins with a dash was taken for an option.
+std::string DashHint(const std::vector<std::string>& words) {
+    std::error_code failure;
+    const auto isFile = [&](const std::string& word) {
+        return word.starts_with('-') && std::filesystem::exists(word, failure);
+    };
+    const auto found = std::find_if(words.begin(), words.end(), isFile);
+    return found == words.end() ? "" : "; a path that begins with a dash is written ./" + *found;
+}
+
+Error AsUsageError(const CLI::App& roi, const CLI::ParseError& failure, const std::vector<std::string>& words) {
     std::string command = "roi";
     for (const CLI::App* parsed : roi.get_subcommands()) {
         command += ' ' + parsed->get_name();
     }
-    return UsageError("usage", command, fmt::format("{}; see {} --help", failure.what(), command));
+    return UsageError("usage", command, fmt::format("{}{}; see {} --help", failure.what(), DashHint(words), command));
 }
 
 // The words after the program's name. The parser takes -.5 for an option, unlike -0.5.
@@ -70,21 +87,21 @@ std::vector<std::string> Words(int argc, char** argv) {
     return words;
 }
 
-void Run(CLI::App& roi, std::vector<std::string> words) {
+void Run(CLI::App& roi, const std::vector<std::string>& words) {
     if (!words.empty()) {
         CheckCommandName(roi, words.front());
     }
+    CommandLine() = fmt::format("{}", fmt::join(words, " "));
     try {
-        std::reverse(words.begin(), words.end());  // As the parser wants them.
-        roi.parse(std::move(words));
-    } catch (const CLI::Success& request) {  // --help and --version
+        roi.parse(std::vector<std::string>(words.rbegin(), words.rend()));  // As the parser wants them.
+    } catch (const CLI::Success& request) {                                 // --help and --version
         std::ostringstream text;
         roi.exit(request, text, text);
         WriteStdout(text.str());
     } catch (const CLI::RuntimeError&) {  // a command's answer
         throw;
     } catch (const CLI::ParseError& failure) {
-        throw AsUsageError(roi, failure);
+        throw AsUsageError(roi, failure, words);
     }
 }
 

@@ -114,6 +114,14 @@ FolderArchive::Block ReadEntry(zip_t* archive, zip_uint64_t index, const zip_sta
     return block;
 }
 
+FolderArchive::Block ReadSpareEntry(zip_t* archive, zip_uint64_t index, const zip_stat_t& entry) {
+    try {
+        return ReadEntry(archive, index, entry);
+    } catch (const std::runtime_error&) {
+        return {};
+    }
+}
+
 zip_stat_t StatEntry(zip_t* archive, zip_uint64_t index) {
     constexpr zip_uint64_t kNeeded = ZIP_STAT_NAME | ZIP_STAT_SIZE | ZIP_STAT_COMP_METHOD | ZIP_STAT_ENCRYPTION_METHOD;
     zip_stat_t entry;
@@ -176,7 +184,7 @@ std::string TakeBytes(zip_source_t* source) {
 
 }  // namespace
 
-FolderArchive FolderArchive::FromBytes(std::string_view bytes) {
+FolderArchive FolderArchive::FromBytes(std::string_view bytes, std::string_view spare) {
     if (bytes.empty()) {
         Fail("empty");  // The library would take it for an archive without entries.
     }
@@ -205,7 +213,8 @@ FolderArchive FolderArchive::FromBytes(std::string_view bytes) {
         if (isFolder) {
             continue;  // Folders follow from the paths of their blocks.
         }
-        if (!result.m_blocks.try_emplace(path, ReadEntry(archive.get(), i, entry)).second) {
+        const auto read = path == spare ? ReadSpareEntry : ReadEntry;
+        if (!result.m_blocks.try_emplace(path, read(archive.get(), i, entry)).second) {
             Fail(path + ": more than one entry of this name");
         }
     }

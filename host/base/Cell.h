@@ -4,10 +4,13 @@
 #include <cstdint>
 #include <string>
 #include <variant>
+#include <vector>
+
+#include "framework/support/NamedValues.h"
 
 namespace host {
 
-/// Nothing, a whole number, a number or a UTF-8 text.
-using Cell = std::variant<std::monostate, std::int64_t, double, std::string>;
+/// Nothing, a whole number, a number, a UTF-8 text or values with names.
+using Cell = std::variant<std::monostate, std::int64_t, double, std::string, std::vector<NamedValue>>;
 
 }  // namespace host

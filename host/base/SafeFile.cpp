@@ -2,16 +2,16 @@
 
 #include <fcntl.h>
 #include <fmt/format.h>
-#include <sys/file.h>
+#include <pthread.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdio>
-#include <functional>
+#include <csignal>
+#include <random>
 #include <system_error>
-#include <utility>
 
+#include "host/base/Descriptor.h"
 #include "host/base/Error.h"
 
 namespace host {
@@ -19,25 +19,6 @@ namespace host {
 namespace {
 
 std::string Reason(int code) { return std::generic_category().message(code); }
-
-// A file that is open, closed at the end of the scope.
-class Descriptor {
-  public:
-    explicit Descriptor(int number) noexcept : m_number(number) {}
-    Descriptor(Descriptor&& other) noexcept : m_number(std::exchange(other.m_number, -1)) {}
-    Descriptor& operator=(Descriptor&&) = delete;
-    ~Descriptor() {
-        if (m_number >= 0) {
-            close(m_number);
-        }
-    }
-
-    int Number() const noexcept { return m_number; }
-    bool Close() noexcept { return close(std::exchange(m_number, -1)) == 0; }
-
-  private:
-    int m_number;
-};
 
 // Every byte, or false with errno set.
 bool WriteAll(int file, std::string_view bytes) noexcept {
@@ -58,45 +39,102 @@ mode_t NewFileMode() noexcept {
     return 0666 & ~mask;
 }
 
-// A file in which a new version of `target` is written. The name follows from the target's, so that what a
-// killed process leaves is taken over by the next and nothing piles up.
-std::string TemporaryOf(const std::filesystem::path& target) {
-    const std::size_t code = std::hash<std::string>()(target.filename().string());
-    return (target.parent_path() / fmt::format(".roi-{:016x}", code)).string();
-}
-
-// Opens a temporary file, empty and in the hands of this process alone until it is closed; not open, with
-// errno set, when that fails.
-Descriptor OpenAlone(const std::string& path) {
-    for (;;) {
-        Descriptor file(open(path.c_str(), O_WRONLY | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600));
-        struct stat opened {};
-        struct stat named {};
-        if (file.Number() < 0 || flock(file.Number(), LOCK_EX) != 0 || fstat(file.Number(), &opened) != 0) {
-            return Descriptor(-1);
+// Holds back the signals with which people end a program, while a temporary file has a name.
+class HeldSignals {
+  public:
+    HeldSignals() noexcept {
+        sigset_t held;
+        sigemptyset(&held);
+        for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) {
+            sigaddset(&held, signal);
         }
-        // Who had the lock before may have renamed or removed the file.
-        if (stat(path.c_str(), &named) == 0 && named.st_ino == opened.st_ino && named.st_dev == opened.st_dev) {
-            return ftruncate(file.Number(), 0) == 0 ? std::move(file) : Descriptor(-1);
+        pthread_sigmask(SIG_BLOCK, &held, &m_before);
+    }
+    HeldSignals(const HeldSignals&) = delete;
+    HeldSignals& operator=(const HeldSignals&) = delete;
+    ~HeldSignals() { pthread_sigmask(SIG_SETMASK, &m_before, nullptr); }
+
+  private:
+    sigset_t m_before;
+};
+
+// The new version of a file, in the folder in which it will take the old one's place. It has no name until then, so
+// that a killed process leaves nothing behind; where the file system knows no such files, a name that nobody can
+// foresee, for a file that did not exist.
+class NewVersion {
+  public:
+    explicit NewVersion(const std::filesystem::path& folder)
+        : m_folder(folder), m_file(open(folder.c_str(), O_WRONLY | O_TMPFILE | O_CLOEXEC, 0600)) {
+        if (m_file.Number() < 0) {
+            TryNames([this](const std::string& name) {
+                m_file = Descriptor(open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
+                return m_file.Number() >= 0;
+            });
         }
     }
-}
-
-// Replaces `target`, of which a mode is wanted, by a new file. False with errno set and nothing left.
-bool Replace(const std::filesystem::path& target, mode_t mode, std::string_view bytes) {
-    const std::string temporary = TemporaryOf(target);
-    const Descriptor file = OpenAlone(temporary);
-    if (file.Number() < 0) {
-        return false;
+    NewVersion(const NewVersion&) = delete;
+    NewVersion& operator=(const NewVersion&) = delete;
+    ~NewVersion() {
+        if (!m_name.empty()) {
+            const int failure = errno;
+            unlink(m_name.c_str());
+            errno = failure;
+        }
     }
-    if (WriteAll(file.Number(), bytes) && fchmod(file.Number(), mode) == 0 && fsync(file.Number()) == 0 &&
-        rename(temporary.c_str(), target.c_str()) == 0) {
+
+    int Number() const noexcept { return m_file.Number(); }
+
+    // False with errno set when it cannot take that place.
+    bool Replace(const std::filesystem::path& target) {
+        const std::string unnamed = fmt::format("/proc/self/fd/{}", m_file.Number());
+        const bool named = !m_name.empty() || TryNames([&unnamed](const std::string& name) {
+            return linkat(AT_FDCWD, unnamed.c_str(), AT_FDCWD, name.c_str(), AT_SYMLINK_FOLLOW) == 0;
+        });
+        if (!named || rename(m_name.c_str(), target.c_str()) != 0) {
+            return false;
+        }
+        m_name.clear();
         return true;
     }
-    const int failure = errno;
-    unlink(temporary.c_str());
-    errno = failure;
-    return false;
+
+  private:
+    // Keeps the first name with which `make` succeeds.
+    template <class Make>
+    bool TryNames(Make make) {
+        std::random_device random;
+        for (int tries = 0; tries < 100; ++tries) {
+            const std::string name = (m_folder / fmt::format(".roi-{:08x}{:08x}", random(), random())).string();
+            if (make(name)) {
+                m_name = name;
+                return true;
+            }
+            if (errno != EEXIST) {
+                return false;
+            }
+        }
+        return false;
+    }
+
+    std::filesystem::path m_folder;
+    std::string m_name;
+    Descriptor m_file;
+};
+
+// Gives a new version the owner of the old one as far as the system lets this user, and its permissions. Those of the
+// group are not given to another group.
+bool TakeOver(int file, const struct stat& old) noexcept {
+    const bool sameGroup = fchown(file, old.st_uid, old.st_gid) == 0 || fchown(file, getuid(), old.st_gid) == 0;
+    return fchmod(file, sameGroup ? old.st_mode & 07777 : old.st_mode & 0707) == 0;
+}
+
+// Replaces `target` by a new file; `old` is what is there, or null. False with errno set and nothing left.
+bool Replace(const std::filesystem::path& target, const struct stat* old, std::string_view bytes) {
+    const HeldSignals held;
+    NewVersion version(target.parent_path());
+    const int file = version.Number();
+    return file >= 0 && WriteAll(file, bytes) &&
+           (old != nullptr ? TakeOver(file, *old) : fchmod(file, NewFileMode()) == 0) && fsync(file) == 0 &&
+           version.Replace(target);
 }
 
 bool WriteDirectly(const std::filesystem::path& target, std::string_view bytes) {
@@ -107,7 +145,7 @@ bool WriteDirectly(const std::filesystem::path& target, std::string_view bytes) 
 bool WriteOver(const std::filesystem::path& path, std::string_view bytes) {
     struct stat old {};
     if (stat(path.c_str(), &old) != 0) {
-        return errno == ENOENT && Replace(path, NewFileMode(), bytes);
+        return errno == ENOENT && Replace(path, nullptr, bytes);
     }
     if (!S_ISREG(old.st_mode)) {
         return WriteDirectly(path, bytes);
@@ -117,7 +155,7 @@ bool WriteOver(const std::filesystem::path& path, std::string_view bytes) {
     std::error_code failure;
     const std::filesystem::path file = std::filesystem::canonical(path, failure);
     errno = failure.value();
-    return !failure && access(file.c_str(), W_OK) == 0 && Replace(file, old.st_mode & 07777, bytes);
+    return !failure && access(file.c_str(), W_OK) == 0 && Replace(file, &old, bytes);
 }
 
 }  // namespace
@@ -150,6 +188,18 @@ std::string ReadWholeFile(std::string_view kind, const UserPath& path, std::size
             throw fail(EFBIG);
         }
     }
+}
+
+std::string StartOfFile(const UserPath& path, std::size_t most) {
+    const Descriptor file(open(path.Absolute().c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    struct stat status {};
+    std::string bytes;
+    if (file.Number() >= 0 && fstat(file.Number(), &status) == 0 && S_ISREG(status.st_mode)) {
+        bytes.resize(most);
+        const ssize_t count = read(file.Number(), bytes.data(), most);
+        bytes.resize(static_cast<std::size_t>(count > 0 ? count : 0));
+    }
+    return bytes;
 }
 
 void WriteWholeFile(std::string_view kind, const UserPath& path, std::string_view bytes) {

@@ -20,7 +20,7 @@ std::optional<std::wstring> ToWide(std::string_view utf8) {
     return ToUtf8(Text(wide)) == utf8 ? std::optional(std::move(wide)) : std::nullopt;
 }
 
-std::string NumberText(double value) { return fmt::format("{}", value); }
+std::string NumberText(double value) { return fmt::format("{}", value == 0.0 ? 0.0 : value); }
 
 namespace {
 

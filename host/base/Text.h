@@ -15,7 +15,7 @@ namespace host {
 /// UTF-8 as wide text, or nothing where it is not sound UTF-8.
 std::optional<std::wstring> ToWide(std::string_view utf8);
 
-/// The shortest text that reads back as exactly this number, with a point as decimal sign.
+/// The shortest text that reads back as exactly this number, with a point as decimal sign; 0 without a sign.
 std::string NumberText(double value);
 
 /// The number that the whole text is: decimal with an optional sign and exponent, or '#' and up to 16

@@ -50,6 +50,9 @@ Matrix::Matrix(const std::string& text) {
         value = *number;
         start = end + 1;
     }
+    if (m[0] * m[4] - m[1] * m[3] == 0.0) {
+        throw UsageError("not a matrix", text, "it is singular: all figures would become flat");
+    }
 }
 
 bool Matrix::KeepsRightAngle(double cosine, double sine) const noexcept {

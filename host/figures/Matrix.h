@@ -17,7 +17,7 @@ struct Matrix {
     std::array<double, 6> m{};
 
     Matrix() = default;
-    /// Reads `a,b,c,d,e,f`. Throws a usage error for anything else.
+    /// Reads `a,b,c,d,e,f`. Throws a usage error for anything else and for a singular matrix.
     explicit Matrix(const std::string& text);
 
     ImagePoint Map(ImagePoint p) const noexcept {

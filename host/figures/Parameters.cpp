@@ -33,6 +33,9 @@ class KeptRoll {
     double m_roll = 0.0;
 };
 
+// Degrees that the class makes of radians: their last digits are noise.
+bool IsAngle(const std::string& name) { return name.ends_with("Angle") || name == "Roll" || name == "Shear"; }
+
 using Values = std::map<std::string, std::variant<int, double>>;
 
 bool IsThickness(const std::string& name) { return name == "Thickness1" || name == "Thickness2"; }
@@ -70,6 +73,9 @@ std::variant<int, double> ParsedValue(const NamedValue& current, const Assignmen
         throw UsageError("not a whole number", assignment.key + '=' + assignment.value, "write it as in LockA=1");
     }
     if (const auto number = ParseNumber(assignment.value)) {
+        if (*number < 0.0 && assignment.key.starts_with("Radius")) {
+            throw UsageError("negative radius", assignment.key + '=' + assignment.value, "a radius is 0 or more");
+        }
         return *number;
     }
     throw UsageError("not a number", assignment.key + '=' + assignment.value, "write it as in 12.5, -3e2 or #1F");
@@ -86,7 +92,9 @@ Values ParsedValues(const std::vector<NamedValue>& current, std::span<const Assi
                            [](const NamedValue& value) { return value.name; });
             throw UnknownName("parameter", assignment.key, known);
         }
-        values[assignment.key] = ParsedValue(*found, assignment);
+        if (!values.try_emplace(assignment.key, ParsedValue(*found, assignment)).second) {
+            throw UsageError("parameter given twice", assignment.key, "which of the values is meant is not clear");
+        }
     }
     return values;
 }
@@ -101,12 +109,17 @@ std::vector<NamedValue> Named(const Values& values) {
 
 }  // namespace
 
+std::vector<NamedValue> Settable(std::vector<NamedValue> values) {
+    std::erase_if(values, [](const NamedValue& value) { return !value.IsState(); });
+    return values;
+}
+
 std::string ParameterLine(const std::vector<NamedValue>& values) {
     std::string line;
     for (const NamedValue& value : values) {
-        if (value.IsState()) {
-            line += (line.empty() ? "" : " ") + value.AsAssignment();
-        }
+        // The actions of a profile have blanks in their names.
+        const char* const quote = value.name.find(' ') != std::string::npos ? "\"" : "";
+        line += (line.empty() ? "" : " ") + (quote + value.AsAssignment()) + quote;
     }
     return line;
 }
@@ -141,7 +154,16 @@ void ApplyParameterList(const Figure& figure, INamedCollection& list) {
     }
 }
 
-std::vector<NamedValue> ReadParameters(const Figure& figure) { return Entries(*ParameterList(figure)); }
+std::vector<NamedValue> ReadParameters(const Figure& figure) {
+    std::vector<NamedValue> values = Entries(*ParameterList(figure));
+    for (NamedValue& value : values) {
+        if (double* const number = std::get_if<double>(&value.value)) {
+            *number = IsAngle(value.name) ? *ParseNumber(fmt::format("{:.15g}", *number)) : *number;
+            *number = *number == 0.0 ? 0.0 : *number;  // -0 says nothing to anybody.
+        }
+    }
+    return values;
+}
 
 void SetParameters(const Figure& figure, std::span<const Assignment> assignments) {
     if (assignments.empty()) {

@@ -17,10 +17,13 @@ SmartPtr<INamedCollection> ParameterList(const Figure& figure);
 /// Hands a list to a figure, a mask included; the class decides what names that it lacks mean.
 void ApplyParameterList(const Figure& figure, INamedCollection& list);
 
-/// The entries of a figure's parameter list; none for a figure without any.
+/// The entries of a figure's parameter list, angles to 15 digits; none for a figure without any.
 std::vector<NamedValue> ReadParameters(const Figure& figure);
 
-/// The settable values as one line of assignments.
+/// Those of the values that can be set and mean something when they are.
+std::vector<NamedValue> Settable(std::vector<NamedValue> values);
+
+/// The values as one line of assignments, in quotes where a name has a blank.
 std::string ParameterLine(const std::vector<NamedValue>& values);
 
 /// `Key=value` as typed.
@@ -33,9 +36,9 @@ struct Assignment {
     explicit Assignment(const std::string& text);
 };
 
-/// Sets named values, later assignments winning, and keeps all others bit for bit. Throws a usage
-/// error, with the figure unchanged, for an unknown name, a value that is not a number (or not a whole
-/// one where only those are held), and a value that the figure would not take.
+/// Sets named values and keeps all others bit for bit. Throws a usage error, with the figure unchanged, for an unknown
+/// name, a name given twice, a value that is not a number (or not a whole one where only those are held), a negative
+/// radius, and a value that the figure would not take.
 void SetParameters(const Figure& figure, std::span<const Assignment> assignments);
 
 }  // namespace host

@@ -16,10 +16,10 @@ Error UnreadableList(const UserPath& list, int code) {
     return {"cannot read list", list.Typed(), std::generic_category().message(code)};
 }
 
-// The next line that names something, whichever way lines end; false at the end.
-bool NextLine(std::istream& lines, std::string& line) {
-    while (std::getline(lines, line)) {
-        if (line.ends_with('\r')) {
+// The next path; false at the end. Lines may end either way.
+bool NextPath(std::istream& lines, PathEnd end, std::string& line) {
+    while (std::getline(lines, line, static_cast<char>(end))) {
+        if (end == PathEnd::line && line.ends_with('\r')) {
             line.pop_back();
         }
         if (!line.empty()) {
@@ -27,6 +27,18 @@ bool NextLine(std::istream& lines, std::string& line) {
         }
     }
     return false;
+}
+
+void SkipMark(std::istream& lines) {
+    constexpr std::string_view kMark = "\xEF\xBB\xBF";
+    // No path begins with a part of it.
+    for (const char c : kMark) {
+        if (lines.peek() != std::istream::traits_type::to_int_type(c)) {
+            break;
+        }
+        lines.ignore();
+    }
+    lines.clear(lines.rdstate() & ~(std::ios::eofbit | std::ios::failbit));
 }
 
 }  // namespace
@@ -43,8 +55,8 @@ Shard::Shard(const std::string& text) {
     count = static_cast<std::size_t>(*parts);
 }
 
-ImageList::ImageList(std::vector<UserPath> images, UserPath list, Shard shard)
-    : m_images(std::move(images)), m_list(std::move(list)), m_shard(shard) {
+ImageList::ImageList(std::vector<UserPath> images, UserPath list, Shard shard, PathEnd end)
+    : m_images(std::move(images)), m_list(std::move(list)), m_shard(shard), m_end(end) {
     if (m_list.Typed() == "-") {
         m_lines = &std::cin;
     } else if (!m_list.Typed().empty()) {
@@ -53,6 +65,9 @@ ImageList::ImageList(std::vector<UserPath> images, UserPath list, Shard shard)
             throw UnreadableList(m_list, errno);
         }
         m_lines = &m_file;
+    }
+    if (m_lines != nullptr) {
+        SkipMark(*m_lines);
     }
 }
 
@@ -70,11 +85,15 @@ std::optional<ImageName> ImageList::NextOfAll() {
         return m_images[m_taken++];
     }
     std::string line;
-    if (m_lines == nullptr || !NextLine(*m_lines, line)) {
+    if (m_lines == nullptr || !NextPath(*m_lines, m_end, line)) {
         if (m_lines != nullptr && m_lines->bad()) {
             throw UnreadableList(m_list, errno);
         }
         return std::nullopt;
+    }
+    if (line.find('\0') != std::string::npos) {
+        throw Error("cannot read list", m_list.Typed(),
+                    "it has a NUL in a line; --from0 reads paths that end with one");
     }
     ++m_taken;
     return UserPath(line, m_folder);
@@ -88,7 +107,7 @@ std::optional<std::size_t> ImageList::Count() const {
             return std::nullopt;
         }
         std::ifstream file(m_list.Absolute());
-        for (std::string line; NextLine(file, line);) {
+        for (std::string line; NextPath(file, m_end, line);) {
             ++all;
         }
     }

@@ -6,6 +6,7 @@
 
 #include "framework/support/Utf8.h"
 #include "host/base/Error.h"
+#include "host/base/OutputCheck.h"
 #include "host/base/SafeFile.h"
 #include "host/base/Text.h"
 #include "host/sets/SetFile.h"
@@ -20,13 +21,34 @@ constexpr std::size_t kLargestSet = std::size_t{512} << 20;
 
 bool IsXML(const UserPath& path) { return path.Extension() == ".xml"; }
 
-void CheckEnding(const UserPath& path) {
-    if (path.Extension() != ".roi" && !IsXML(path)) {
-        throw UsageError("unknown kind of set", path.Typed(), "end the name in .roi or .xml");
+std::string ReadSetFile(const UserPath& path) {
+    CheckSetEnding(path);
+    std::string bytes = ReadWholeFile("set", path, kLargestSet);
+    if (IsOfKind(FileKind::imageJ, bytes)) {
+        throw Error("not a set", path.Typed(), "it is a figure of ImageJ's; roi import SET FILE brings it into a set");
+    }
+    return bytes;
+}
+
+// Calls what reads a set, and says of which file it speaks.
+template <class Read>
+auto Sound(const UserPath& path, Read read) {
+    try {
+        return read();
+    } catch (const std::bad_alloc&) {
+        throw;  // The file has no part in it.
+    } catch (const std::exception& failure) {
+        throw Error("broken set", path.Typed(), failure.what());
     }
 }
 
 }  // namespace
+
+void CheckSetEnding(const UserPath& path) {
+    if (path.Extension() != ".roi" && !IsXML(path)) {
+        throw UsageError("unknown kind of set", path.Typed(), "end the name in .roi or .xml");
+    }
+}
 
 void CheckFigureName(const std::string& name) {
     const auto fail = [&](std::string_view why) { return UsageError("bad figure name", name, why); };
@@ -44,29 +66,36 @@ void CheckFigureName(const std::string& name) {
 Error NameTaken(const std::string& name) { return {"name taken", name, "the set has a figure of that name"}; }
 
 RoiSet RoiSet::Load(const Session& session, const UserPath& path) {
-    CheckEnding(path);
-    const std::string bytes = ReadWholeFile("set", path, kLargestSet);
-    RoiSet set;
-    try {
-        for (Figure& figure : IsXML(path) ? ReadXMLSet(session, bytes) : ReadFolderSet(session, bytes)) {
-            set.Add(std::move(figure));
-        }
-    } catch (const std::bad_alloc&) {
-        throw;  // The file has no part in it.
-    } catch (const std::exception& failure) {
-        throw Error("broken set", path.Typed(), failure.what());
+    if (!IsXML(path)) {
+        return Load(session, path, LoadArchive(path));
     }
-    return set;
+    const std::string bytes = ReadSetFile(path);
+    return Sound(path, [&] { return RoiSet(ReadXMLSet(session, bytes)); });
+}
+
+std::shared_ptr<FolderArchive> RoiSet::LoadArchive(const UserPath& path) {
+    const std::string bytes = ReadSetFile(path);
+    return Sound(path, [&] { return ArchiveFromBytes(bytes); });
+}
+
+RoiSet RoiSet::Load(const Session& session, const UserPath& path, const std::shared_ptr<FolderArchive>& archive) {
+    return Sound(path, [&] { return RoiSet(UnpackFigures(session, archive)); });
+}
+
+RoiSet::RoiSet(std::vector<Figure> figures) {
+    for (Figure& figure : figures) {
+        Add(std::move(figure));
+    }
 }
 
 RoiSet RoiSet::LoadOrCreate(const Session& session, const UserPath& path) {
-    CheckEnding(path);
+    CheckSetEnding(path);
     std::error_code failure;
     return std::filesystem::exists(path.Absolute(), failure) || failure ? Load(session, path) : RoiSet();
 }
 
 std::vector<Warning> RoiSet::Save(const UserPath& path) const {
-    CheckEnding(path);
+    CheckSetEnding(path);
     std::string bytes;
     try {
         bytes = IsXML(path) ? WriteXMLSet(m_figures) : WriteFolderSet(m_figures);
@@ -76,6 +105,10 @@ std::vector<Warning> RoiSet::Save(const UserPath& path) const {
         throw Error("cannot write set", path.Typed(), failure.what());
     }
     WriteWholeFile("set", path, bytes);
+    return LostIn(path);
+}
+
+std::vector<Warning> RoiSet::LostIn(const UserPath& path) const {
     std::vector<Warning> warnings;
     for (const Figure& figure : m_figures) {
         std::string lost = IsXML(path) ? LostInXML(figure) : std::string();

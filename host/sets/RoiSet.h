@@ -1,12 +1,14 @@
 // A set of named figures, and its file: `.roi` keeps everything exactly, `.xml` what text can carry.
 #pragma once
 
+#include <memory>
 #include <span>
 #include <string>
 #include <string_view>
 #include <unordered_map>
 #include <vector>
 
+#include "framework/support/FolderStream.h"
 #include "host/base/UserPath.h"
 #include "host/figures/Figure.h"
 #include "host/figures/Session.h"
@@ -22,20 +24,31 @@ struct Warning {
 /// Throws a usage error unless the text can name a figure: not empty, sound UTF-8 of at most 200 bytes,
 /// without control characters and slashes of either kind, and neither "." nor "..".
 void CheckFigureName(const std::string& name);
+/// Throws a usage error unless the path ends in .roi or .xml.
+void CheckSetEnding(const UserPath& path);
 /// The error about a name that another figure of the set has.
 Error NameTaken(const std::string& name);
 
 class RoiSet {
   public:
+    RoiSet() = default;
+    /// Throws Error for a bad name and for one that two figures have.
+    explicit RoiSet(std::vector<Figure> figures);
+
     /// Reads a set. The ending of the path, `.roi` or `.xml`, says how. Throws Error for a file that is
     /// missing, broken or of another kind.
     static RoiSet Load(const Session& session, const UserPath& path);
+    /// As Load, of a `.roi` file, in two steps: the archive that it is, and the set in an archive.
+    static std::shared_ptr<FolderArchive> LoadArchive(const UserPath& path);
+    static RoiSet Load(const Session& session, const UserPath& path, const std::shared_ptr<FolderArchive>& archive);
     /// As Load, but a path where nothing lies gives an empty set.
     static RoiSet LoadOrCreate(const Session& session, const UserPath& path);
 
-    /// Writes the set, whole or not at all. Returns a warning for each figure of which the form of the file does not
-    /// keep all. Throws Error, with the old file as it was, when that fails.
+    /// Writes the set, whole or not at all, without a history: edits of a file go through EditSet. Returns what
+    /// LostIn gives. Throws Error, with the old file as it was, when that fails.
     std::vector<Warning> Save(const UserPath& path) const;
+    /// A warning for each figure of which the form that the path names does not keep all.
+    std::vector<Warning> LostIn(const UserPath& path) const;
 
     const std::vector<Figure>& Figures() const noexcept { return m_figures; }
     /// The figure of that name. Throws Error, with the nearest name, when there is none.

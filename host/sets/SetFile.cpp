@@ -22,6 +22,7 @@
 #include "host/figures/MaskPicture.h"
 #include "host/figures/Parameters.h"
 #include "host/images/Image.h"
+#include "host/sets/History.h"
 #include "host/sets/JsonLists.h"
 
 namespace host {
@@ -211,8 +212,8 @@ void LoadFigure(Figure& figure, const std::shared_ptr<FolderArchive>& archive, s
 
 }  // namespace
 
-std::string WriteFolderSet(const std::vector<Figure>& figures) {
-    const auto archive = std::make_shared<FolderArchive>();
+std::shared_ptr<FolderArchive> PackFigures(const std::vector<Figure>& figures) {
+    auto archive = std::make_shared<FolderArchive>();
     std::vector<ListedFigure> listing;
     std::uint64_t pixelsLeft = kMostMaskPixels;
     for (const Figure& figure : figures) {
@@ -222,14 +223,13 @@ std::string WriteFolderSet(const std::vector<Figure>& figures) {
         SaveGeometry(figure, *archive);
     }
     archive->Put(kListing, JsonBlock(ListingText(listing)));
-    return archive->ToBytes();
+    return archive;
 }
 
-std::vector<Figure> ReadFolderSet(const Session& session, std::string_view bytes) {
-    const auto archive = std::make_shared<FolderArchive>(FolderArchive::FromBytes(bytes));
+std::vector<Figure> UnpackFigures(const Session& session, const std::shared_ptr<FolderArchive>& archive) {
     const FolderArchive::Block* listing = archive->Find(kListing);
     if (listing == nullptr) {
-        throw std::runtime_error("the archive lists no figures");
+        throw std::runtime_error("the archive lists no figures; roi import brings in those of a RoiSet.zip");
     }
     std::vector<Figure> figures;
     Names names;
@@ -239,6 +239,16 @@ std::vector<Figure> ReadFolderSet(const Session& session, std::string_view bytes
         LoadFigure(figures.back(), archive, pixelsLeft);
     }
     return figures;
+}
+
+std::string WriteFolderSet(const std::vector<Figure>& figures) { return PackFigures(figures)->ToBytes(); }
+
+std::vector<Figure> ReadFolderSet(const Session& session, std::string_view bytes) {
+    return UnpackFigures(session, ArchiveFromBytes(bytes));
+}
+
+std::shared_ptr<FolderArchive> ArchiveFromBytes(std::string_view bytes) {
+    return std::make_shared<FolderArchive>(FolderArchive::FromBytes(bytes, kHistoryBlock));
 }
 
 // ---------------------------------------------------------------------------------------------------

@@ -2,9 +2,11 @@
 // any other std::exception, with the reason, for anything unsound.
 #pragma once
 
+#include <memory>
 #include <string>
 #include <vector>
 
+#include "framework/support/FolderStream.h"
 #include "host/sets/RoiSet.h"
 
 namespace host {
@@ -12,8 +14,15 @@ namespace host {
 /// `.roi`: an archive of folders. `figures.json` lists names and classes in order; the folder
 /// `figures/NAME/` holds what the figure saves of itself and, where its class saves less than the figure
 /// is, what the host adds: `mask.png` and the rectangle of a mask, `geometry.json` of a shape.
+/// Beside them may lie the history of the set, which is not looked at here.
 std::string WriteFolderSet(const std::vector<Figure>& figures);
 std::vector<Figure> ReadFolderSet(const Session& session, std::string_view bytes);
+
+/// The same between figures and the archive, and the archive that a file's bytes are. A damaged history is an empty
+/// block.
+std::shared_ptr<FolderArchive> PackFigures(const std::vector<Figure>& figures);
+std::vector<Figure> UnpackFigures(const Session& session, const std::shared_ptr<FolderArchive>& archive);
+std::shared_ptr<FolderArchive> ArchiveFromBytes(std::string_view bytes);
 
 /// `.xml`: <figures> with a <figure name="..." class="..."> for each, in which <values> holds what the
 /// figure saves of itself.

@@ -5,6 +5,7 @@
 #include <csignal>
 #include <random>
 
+#include "framework/support/FolderStream.h"
 #include "tests/host/RunRoi.h"
 
 namespace {
@@ -15,7 +16,7 @@ using std::chrono::steady_clock;
 
 class Crash : public RoiCommand {
   protected:
-    /// Makes a set of a long profile: of 12 to 16 KiB, and gives its bytes.
+    /// Makes a set of a long profile, of more than 12 KiB, and gives its bytes.
     std::string MakeSet(const std::string& set) const {
         std::mt19937 random(4);
         std::vector<std::string> command = {"add", set, "ROIProfile", "--name", "edge", "--points"};
@@ -24,8 +25,13 @@ class Crash : public RoiCommand {
         }
         Done(command);
         EXPECT_GT(Bytes(set).size(), 12288u);
-        EXPECT_LT(Bytes(set).size(), 16384u);
         return Bytes(set);
+    }
+    /// The blocks of a set but its history, which tells the time.
+    std::map<std::string, FolderArchive::Block> Figures(const std::string& set) const {
+        auto blocks = FolderArchive::FromBytes(Bytes(set)).Blocks();
+        blocks.erase("history.zip");
+        return blocks;
     }
     static std::vector<std::string> SaveWith(const std::string& set, int thickness) {
         const std::string value = std::to_string(thickness);
@@ -55,9 +61,9 @@ TEST_F(Crash, AKilledSaveLeavesTheOldSetOrTheNewOneAndNoFilesPileUp) {
     const auto start = steady_clock::now();
     Done(SaveWith("a.roi", 1));
     const duration<double> whole = steady_clock::now() - start;
-    const std::string one = Bytes("a.roi");
+    const auto one = Figures("a.roi");
     Done(SaveWith("a.roi", 2));
-    const std::string two = Bytes("a.roi");
+    const auto two = Figures("a.roi");
     ASSERT_NE(one, two);
 
     std::mt19937 random(7);
@@ -67,9 +73,9 @@ TEST_F(Crash, AKilledSaveLeavesTheOldSetOrTheNewOneAndNoFilesPileUp) {
     int replaced = 0;
     int tries = 0;
     for (; killed < 200 && steady_clock::now() < end; ++tries) {
-        const std::string before = Bytes("a.roi");
+        const auto before = Figures("a.roi");
         killed += Killed(SaveWith("a.roi", before == one ? 2 : 1), part(random) * whole);
-        const std::string after = Bytes("a.roi");
+        const auto after = Figures("a.roi");
         ASSERT_TRUE(after == one || after == two) << tries;
         replaced += after != before;
         ASSERT_LE(FilesBeside("a.roi"), 1) << tries;

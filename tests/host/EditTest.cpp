@@ -9,7 +9,7 @@
 
 namespace {
 
-using nlohmann::json;
+using json = nlohmann::ordered_json;
 
 class Edit : public RoiCommand {
   protected:
@@ -19,7 +19,7 @@ class Edit : public RoiCommand {
     }
     json Listing(const std::string& set) const { return Json({"list", set}); }
     std::string Parameters(const std::string& set, std::size_t figure = 0) const {
-        return Listing(set).at(figure).at("parameters");
+        return LineOf(Listing(set).at(figure));
     }
     void ExpectOneLine(const RunResult& result, int exitCode, const std::string& start) const {
         EXPECT_EQ(result.exitCode, exitCode) << result.err;
@@ -56,7 +56,7 @@ TEST_F(Edit, ClassesTellWhatTheModuleMakes) {
     for (const json& row : classes) {
         EXPECT_TRUE(Has(row.at("interfaces"), "IObjectInfo")) << row;
         if (row.at("class") == "ROIEllipse") {
-            EXPECT_EQ(row.at("parameters"), "CenterX=50 CenterY=50 RadiusX=30 RadiusY=30");
+            EXPECT_EQ(LineOf(row), "CenterX=50 CenterY=50 RadiusX=30 RadiusY=30");
             EXPECT_FALSE(Has(row.at("interfaces"), "IReplicableObject"));
         }
     }
@@ -70,12 +70,12 @@ TEST_F(Edit, AFolderSetKeepsEveryFigureExactly) {
     for (const json& row : before) {
         nodesBefore.push_back(Json({"nodes", "all.roi", row.at("name")}));
     }
-    EXPECT_EQ(before[2].at("parameters"), "CenterX=428.5 CenterY=50 RadiusX=31 RadiusY=1e-07");
-    EXPECT_EQ(before[5].at("parameters"), "Thickness1=3 Thickness2=20");
+    EXPECT_EQ(LineOf(before[2]), "CenterX=428.5 CenterY=50 RadiusX=31 RadiusY=1e-07");
+    EXPECT_EQ(LineOf(before[5]), "Thickness1=3 Thickness2=20");
     EXPECT_EQ(before[5].at("holds"), "3 points");
     EXPECT_EQ(before[6].at("holds"), "3 points");
     EXPECT_EQ(before[7].at("holds"), "mask of 30 x 20");
-    EXPECT_TRUE(Starts(before[7].at("parameters"), "CenterX=61 CenterY=50 Width=29 Height=19 Angle=7"));
+    EXPECT_TRUE(Starts(LineOf(before[7]), "CenterX=61 CenterY=9.5 Width=29 Height=19 Angle=7"));
 
     // Saved once more by an edit that changes nothing.
     Done({"set", "all.roi", "hole", "--rename", "hole"});
@@ -91,11 +91,11 @@ TEST_F(Edit, AnXMLSetWarnsOfWhatItLosesAndKeepsTheRest) {
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_EQ(result.err, "");  // Everything that XML loses was lost when it was first read back.
     const json rows = Listing("all.xml");
-    EXPECT_EQ(rows[2].at("parameters"), "CenterX=428 CenterY=50 RadiusX=31 RadiusY=0");
-    EXPECT_TRUE(Starts(rows[0].at("parameters"), "CenterX=239.1 CenterY=50 Width=50 Height=50 Angle=5 "));
-    EXPECT_TRUE(Has(rows[3].at("parameters"), "RadiusX1=66.25 RadiusY1=20 RadiusX2=91.5"));
-    EXPECT_TRUE(Has(rows[4].at("parameters"), "DeltaAngle=-45.5"));
-    EXPECT_TRUE(Has(rows[7].at("parameters"), "CenterX=61"));
+    EXPECT_EQ(LineOf(rows[2]), "CenterX=428 CenterY=50 RadiusX=31 RadiusY=0");
+    EXPECT_TRUE(Starts(LineOf(rows[0]), "CenterX=239.1 CenterY=50 Width=50 Height=50 Angle=5 "));
+    EXPECT_TRUE(Has(LineOf(rows[3]), "RadiusX1=66.25 RadiusY1=20 RadiusX2=91.5"));
+    EXPECT_TRUE(Has(LineOf(rows[4]), "DeltaAngle=-45.5"));
+    EXPECT_TRUE(Has(LineOf(rows[7]), "CenterX=61"));
     EXPECT_EQ(rows[5].at("holds"), "0 points");
     for (const auto& [extra, warning] : std::map<std::vector<std::string>, std::string>{
              {{"add", "w.xml", "ROIEllipse", "--name", "a", "CenterY=1.5"},
@@ -122,7 +122,7 @@ TEST_F(Edit, SettingOneValueLeavesAllOthersAsTheyAre) {
     Done({"set", "all.roi", "edge", "Add End=1"});
     EXPECT_EQ(Listing("all.roi")[5].at("holds"), "4 points");
     Done({"set", "all.roi", "Flügel 2", "Width=12", "--rename", "list"});
-    EXPECT_TRUE(Has(Parameters("all.roi", 7), "CenterX=61 CenterY=50 Width=12 Height=19 Angle=7"));
+    EXPECT_TRUE(Has(Parameters("all.roi", 7), "CenterX=61 CenterY=9.5 Width=12 Height=19 Angle=7"));
     Done({"remove", "all.roi", "list", "box"});
     EXPECT_EQ(Listing("all.roi").size(), 6u);
 }
@@ -162,6 +162,18 @@ TEST_F(Edit, PointsOfAProfileAreEdited) {
     EXPECT_EQ(points, "5.0,5.0 10.0,0.0 20.0,0.0 31.0,1.5 ");
 }
 
+TEST_F(Edit, AngleListsAsItIsSetAndZeroHasNoSign) {
+    Done({"add", "a.roi", "ROIArcDonut", "--name", "a", "DeltaAngle=60", "StartAngle=-0", "CenterX=-0.0"});
+    EXPECT_TRUE(Has(Parameters("a.roi"), "StartAngle=0 DeltaAngle=60"));
+    EXPECT_FALSE(Has(Done({"list", "a.roi"}) + Done({"nodes", "a.roi", "a"}), "-0 "));
+}
+
+TEST_F(Edit, AClassThatDoesNotCopyItselfIsRebuilt) {
+    AddOneOfEach("a.roi");
+    EXPECT_TRUE(Has(Roi({"clone", "a.roi", "hole", "hole2"}).err, "hole2: a ROIEllipse does not copy itself"));
+    EXPECT_EQ(Parameters("a.roi", 8), Parameters("a.roi", 2));
+}
+
 TEST_F(Edit, HitNamesTheFiguresThatHoldAPoint) {
     Done({"add", "a.roi", "ROIEllipse", "--name", "big", "RadiusX=60", "RadiusY=60"});
     Done({"add", "a.roi", "ROIEllipse", "--name", "left", "CenterX=-5"});
@@ -199,6 +211,9 @@ TEST_F(Edit, EveryMistakeIsOneLineAndLeavesTheSetAlone) {
     AddOneOfEach("a.roi");
     WriteBytes("broken.roi", "PK\x03\x04 no archive");
     WriteBytes("broken.xml", "<figures><figure");
+    WriteBytes("imagej.roi", "Iout");
+    WriteBytes("-a.roi", "");
+    WriteBytes("jpeg.jpg", "\xFF\xD8\xFF");
     WriteBytes("other.xml", "<shapes/>");
     WriteBytes("text.xml",
                "<figures><figure name='f' class='ROIRectangle'><v><Width>wide</Width></v></figure></figures>");
@@ -214,6 +229,10 @@ TEST_F(Edit, EveryMistakeIsOneLineAndLeavesTheSetAlone) {
         {{"list", "a.roi", "--colour"}, 2, "usage: roi list: "},
         {{"list", ""}, 2, "usage: ''"},
         {{"list", "a.png"}, 2, "unknown kind of set: a.png: "},
+        {{"list", "imagej.roi"}, 1, "not a set: imagej.roi: it is a figure of ImageJ's; roi import "},
+        {{"list", "-a.roi"},
+         2,
+         "usage: roi list: SET is required; a path that begins with a dash is written ./-a.roi; "},
         {{"list", "absent.roi"}, 1, "cannot read set: absent.roi: No such file or directory"},
         {{"list", "broken.roi"}, 1, "broken set: broken.roi: "},
         {{"list", "broken.xml"}, 1, "broken set: broken.xml: "},
@@ -242,6 +261,12 @@ TEST_F(Edit, EveryMistakeIsOneLineAndLeavesTheSetAlone) {
         {{"set", "a.roi", "hole", "RadiusX=nan"}, 2, "not a number: RadiusX=nan: "},
         {{"set", "a.roi", "hole", "RadiusX=1e999"}, 2, "not a number: RadiusX=1e999: "},
         {{"set", "a.roi", "hole", "RadiusX="}, 2, "not a number: RadiusX=: "},
+        {{"set", "a.roi", "hole", "RadiusX=3", "RadiusX=4"}, 2, "parameter given twice: RadiusX: "},
+        {{"set", "a.roi", "ring", "RadiusY2=-4"}, 2, "negative radius: RadiusY2=-4: "},
+        {{"transform", "a.roi", "--matrix", "2,3,0,4,6,0"}, 2, "not a matrix: 2,3,0,4,6,0: it is singular"},
+        {{"measure", "a.roi", "mask.png", "--columns", ""}, 2, "usage: roi measure: --columns: no columns"},
+        {{"add", "a.roi", "ROIMask", "--name", "n", "--mask", "jpeg.jpg"}, 2, "cannot take --mask: jpeg.jpg: a JPEG"},
+        {{"undo", "broken.xml"}, 2, "no history: broken.xml: "},
         {{"set", "a.roi", "hole", "RadiusX"}, 2, "not a parameter: RadiusX: "},
         {{"set", "a.roi", "slant", "LockA=0.5"}, 2, "not a whole number: LockA=0.5: "},
         {{"set", "a.roi", "slant", "A=3"}, 2, "cannot set parameter: A: it follows"},

@@ -40,6 +40,17 @@ inline ::testing::AssertionResult Starts(const std::string& text, const std::str
                                      : ::testing::AssertionFailure() << '"' << text << "\" does not start " << start;
 }
 
+/// The parameters in a row of JSON, whose keys are in order, as the line that people get.
+template <class OrderedJson>
+std::string LineOf(const OrderedJson& row) {
+    std::string line;
+    for (const auto& [name, value] : row.at("parameters").items()) {
+        const std::string text = value.dump();
+        line += (line.empty() ? "" : " ") + name + '=' + text.substr(0, text.size() - (text.ends_with(".0") ? 2 : 0));
+    }
+    return line;
+}
+
 /// Runs a program with arguments in a directory; its standard output may be sent to a file instead.
 inline RunResult RunProgram(std::vector<std::string> command, const std::filesystem::path& directory,
                             const char* outputFile = nullptr) {
