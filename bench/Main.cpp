@@ -1,6 +1,7 @@
 #include <fmt/format.h>
 
 #include <exception>
+#include <filesystem>
 #include <opencv2/core.hpp>
 
 #include "bench/Questions.h"
@@ -10,6 +11,7 @@ int main(int argc, char** argv) {
     try {
         // Like is held against like: the module works in one thread.
         cv::setNumThreads(1);
+        std::filesystem::current_path(host::DefaultModuleFolder());  // Modules are opened beside this program.
         const host::Session session;
         AddHitTests(session);
         AddGeometry(session);

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 
 #include "contract/Extensions.h"
 #include "framework/FrameworkComponent.h"
@@ -17,6 +18,7 @@ void Fail(const char* condition, const char* file, int line) noexcept {
 
 const host::Session& Modules() {
     static const host::Session* const session = [] {
+        std::filesystem::current_path(host::DefaultModuleFolder());
         const auto* opened = new host::Session;
         // What this program's and the module's runtime keep for good is made before anything is counted.
         CREFString::CreateString();

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <fmt/format.h>
 #include <pthread.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -58,6 +59,10 @@ class HeldSignals {
     sigset_t m_before;
 };
 
+// How the names of new versions begin; 16 hexadecimal digits follow.
+constexpr std::string_view kPrefix = ".roi-";
+constexpr std::size_t kNameLength = kPrefix.size() + 16;
+
 // The new version of a file, in the folder in which it will take the old one's place. It has no name until then, so
 // that a killed process leaves nothing behind; where the file system knows no such files, a name that nobody can
 // foresee, for a file that did not exist.
@@ -71,6 +76,8 @@ class NewVersion {
                 return m_file.Number() >= 0;
             });
         }
+        // What has a name and no lock was left by a killed process; see RemoveLeftovers.
+        flock(m_file.Number(), LOCK_EX | LOCK_NB);
     }
     NewVersion(const NewVersion&) = delete;
     NewVersion& operator=(const NewVersion&) = delete;
@@ -82,6 +89,7 @@ class NewVersion {
         }
     }
 
+    // Below 0 with errno set when there is none.
     int Number() const noexcept { return m_file.Number(); }
 
     // False with errno set when it cannot take that place.
@@ -103,7 +111,7 @@ class NewVersion {
     bool TryNames(Make make) {
         std::random_device random;
         for (int tries = 0; tries < 100; ++tries) {
-            const std::string name = (m_folder / fmt::format(".roi-{:08x}{:08x}", random(), random())).string();
+            const std::string name = (m_folder / fmt::format("{}{:08x}{:08x}", kPrefix, random(), random())).string();
             if (make(name)) {
                 m_name = name;
                 return true;
@@ -200,6 +208,23 @@ std::string StartOfFile(const UserPath& path, std::size_t most) {
         bytes.resize(static_cast<std::size_t>(count > 0 ? count : 0));
     }
     return bytes;
+}
+
+void RemoveLeftovers(const UserPath& path) {
+    std::error_code failure;
+    const std::filesystem::path folder = std::filesystem::canonical(path.Absolute(), failure).parent_path();
+    for (const auto& entry : std::filesystem::directory_iterator(folder, failure)) {
+        const std::string name = entry.path().filename().string();
+        if (name.size() != kNameLength || !name.starts_with(kPrefix)) {
+            continue;
+        }
+        const Descriptor file(open(entry.path().c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+        struct stat status {};
+        if (file.Number() >= 0 && fstat(file.Number(), &status) == 0 && S_ISREG(status.st_mode) &&
+            status.st_uid == geteuid() && flock(file.Number(), LOCK_EX | LOCK_NB) == 0) {
+            unlink(entry.path().c_str());
+        }
+    }
 }
 
 void WriteWholeFile(std::string_view kind, const UserPath& path, std::string_view bytes) {

@@ -25,4 +25,8 @@ std::string StartOfFile(const UserPath& path, std::size_t most);
 /// left beside it, when any of it fails.
 void WriteWholeFile(std::string_view kind, const UserPath& path, std::string_view bytes);
 
+/// Removes what processes that were killed in the middle of WriteWholeFile left in the folder of a file: a second name
+/// of a new version, of which no living process holds the lock. What belongs to other users stays.
+void RemoveLeftovers(const UserPath& path);
+
 }  // namespace host

@@ -143,6 +143,7 @@ void Write(const UserPath& path, FolderArchive archive, const History& history, 
         warnings.push_back({path.Typed(), "the set leaves no room for its history"});
     }
     WriteWholeFile("set", path, bytes);
+    RemoveLeftovers(path);
 }
 
 std::optional<FolderLock> Lock(const UserPath& path, const EditOptions& options) {

@@ -303,6 +303,9 @@ TEST_F(Edit, ADamagedArchiveIsRefusedFigureByFigure) {
     AddOneOfEach("a.roi");
     const FolderArchive whole = FolderArchive::FromBytes(Bytes("a.roi"));
     for (const auto& [path, block] : whole.Blocks()) {
+        if (path == "history.zip") {
+            continue;  // Whatever becomes of the changes, the figures stay.
+        }
         for (const std::size_t left : {std::size_t{0}, block.size() / 2, block.size() - 1}) {
             FolderArchive damaged = whole;
             damaged.Put(path, FolderArchive::Block(block.begin(), block.begin() + static_cast<std::ptrdiff_t>(left)));

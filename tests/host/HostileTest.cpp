@@ -91,7 +91,7 @@ TEST_F(Hostile, ALackOfMemoryIsNotBlamedOnASoundSet) {
     };
     int lacks = 0;
     RunResult result;
-    for (int kib = 160 << 10; result.exitCode != 0 && kib < 600 << 10; kib += 2 << 10) {
+    for (int kib = 20 << 10; result.exitCode != 0 && kib < 600 << 10; kib += 2 << 10) {
         if (run(kib, {"classes"}).exitCode != 0) {
             continue;
         }

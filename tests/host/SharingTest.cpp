@@ -86,7 +86,7 @@ TEST_F(Sharing, TwentyChangesAreTakenBackAndDoneAgain) {
                   : std::vector<std::string>{"add", "a.roi", "ROIProfile", "--name", number, "--points", "1,2", "3,5"});
         states.push_back(Done({"list", "a.roi"}));
     }
-    EXPECT_TRUE(Has(Done({"log", "a.roi", "--format", "csv"}), "Z,done,add a.roi ROIProfile --name 19 --points 1"));
+    EXPECT_TRUE(Has(Done({"log", "a.roi", "--format", "csv"}), "Z,done,\"add a.roi ROIProfile --name 19 --points 1"));
     EXPECT_EQ(Roi({"undo", "a.roi", "--dry-run"}).err, "roi: dry run: changes spot\n");
     for (std::size_t i = kChanges; i > 0; --i) {
         Done({"undo", "a.roi"});
