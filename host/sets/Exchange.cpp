@@ -64,7 +64,9 @@ const FigureFormat& FormatFor(const UserPath& path, const std::string& name, std
     const FigureFormat* plain = nullptr;
     const FigureFormat* first = nullptr;
     std::vector<std::string> known;
-    const auto keepFirst = [](const FigureFormat*& kept, const FigureFormat& format) { kept = kept != nullptr ? kept : &format; };
+    const auto keepFirst = [](const FigureFormat*& kept, const FigureFormat& format) {
+        kept = kept != nullptr ? kept : &format;
+    };
     for (const FigureFormat& format : FigureFormats()) {
         known.emplace_back(format.name);
         if (name == format.name) {

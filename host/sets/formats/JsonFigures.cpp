@@ -23,7 +23,9 @@ json ObjectOf(const ForeignFigure& figure) {
         object["points"].push_back(std::move(numbers));
     }
     if (!figure.mask.IsEmpty()) {
-        object["mask"] = {{"width", figure.mask.Size().width}, {"height", figure.mask.Size().height}, {"counts", CountsOf(figure.mask)}};
+        object["mask"] = {{"width", figure.mask.Size().width},
+                          {"height", figure.mask.Size().height},
+                          {"counts", CountsOf(figure.mask)}};
     }
     return object;
 }
