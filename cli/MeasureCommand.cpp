@@ -52,6 +52,7 @@ struct MeasureOptions {
     bool channels = false;
     PixelOptions pixels;
     bool keepGoing = false;
+    bool lenient = false;
 };
 
 std::string Reason(const std::exception_ptr& failure, const UserPath& image) {
@@ -85,6 +86,10 @@ Tally WriteRows(Batch& batch, TableStream& table, Progress& progress, bool keepG
             Complain(Reason(outcome->failure, outcome->image));
             ++tally.failed;
         } else {
+            for (const std::string& warning : outcome->warnings) {
+                progress.Hide();
+                Warn(outcome->image.Typed(), warning);
+            }
             table.Add(std::move(outcome->rows));
         }
         progress.Advance();
@@ -110,7 +115,9 @@ void Run(const MeasureOptions& options) {
     const bool shown = ShowsProgress(options.format);
     Progress progress(shown, shown ? images.Count() : std::nullopt);
     TableStream table(NamesOf(columns), options.format);
-    Batch batch(set, images, {std::move(columns), options.channels, options.pixels.Rule(), options.jobs});
+    Batch batch(set, images,
+                {std::move(columns), options.channels, options.pixels.Rule(),
+                 options.lenient ? Damage::taken : Damage::refused, options.jobs});
     const Tally tally = WriteRows(batch, table, progress, options.keepGoing);
     progress.Hide();
     table.End();
@@ -150,6 +157,8 @@ void AddMeasureCommand(CLI::App& roi) {
                     "How many images to read and measure at a time; all processors unless given")
         ->check(CLI::Range(1U, 1024U).description(""))
         ->type_name("N");
+    command.add_flag("--lenient", options->lenient,
+                     "Measure what could be read of damaged images, with the status damaged");
     command.add_flag("--keep-going", options->keepGoing, "Measure the other images when one fails");
     options->pixels.AddTo(command, PixelOptions::kParts);
     command.callback([options] { Run(*options); });

@@ -55,7 +55,16 @@ std::optional<Format> FormatFor(const UserPath& path) {
 
 }  // namespace
 
-Image LoadImage(const ImageName& name) { return ImageFile(name).Read(); }
+Image LoadImage(const ImageName& name, Damage damage) {
+    ImageFile file(name, damage);
+    Image image = file.Read();
+    image.damaged = file.IsDamaged();
+    if (!name.page && file.Pages() > 1) {
+        image.page.warnings.push_back(
+            fmt::format("the first of its {} pages is taken; {}:2 names the second", file.Pages(), name.path.Typed()));
+    }
+    return image;
+}
 
 Raster Luma(const Image& image) {
     if (image.page.channels == 1) {

@@ -11,9 +11,9 @@
 
 namespace host {
 
-/// The page that a name means, the first when it means none, as a whole. Throws Error for a file that is missing or
-/// is not a sound image.
-Image LoadImage(const ImageName& name);
+/// The page that a name means as a whole, the first when it means none, with a warning where there are more. Throws
+/// Error for a file that is missing or, unless damage is taken, is not a sound image.
+Image LoadImage(const ImageName& name, Damage damage = Damage::refused);
 
 /// The one plane that is measured: of a colour image the luma 0.299 R + 0.587 G + 0.114 B in double precision, of any
 /// other its first channel in its own depth. Alpha is dropped and touches nothing.

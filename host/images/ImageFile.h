@@ -55,6 +55,7 @@ struct ImageName {
 struct Image {
     PageInfo page;  ///< its size is that of the whole page
     Raster pixels;
+    bool damaged = false;  ///< whether rows are missing or doubtful
 };
 
 class ImageFile {

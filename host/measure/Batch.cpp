@@ -27,12 +27,13 @@ struct Planes {
 };
 
 std::vector<std::vector<Cell>> MeasureFigures(const UserPath& image, const std::vector<Figure>& figures,
-                                              const std::vector<View>& views, const std::vector<Channel>& planes,
+                                              const std::vector<View>& views, const Planes& planes,
                                               const Columns& columns) {
     std::vector<std::vector<Cell>> rows;
     for (std::size_t i = 0; i < figures.size(); ++i) {
-        for (const Channel& channel : planes) {
-            const Measured measured{image, figures[i], views[i], channel, Measure(channel.values, views[i].pixels)};
+        for (const Channel& channel : planes.channels) {
+            const Measured measured{image,   figures[i],           views[i],
+                                    channel, planes.image.damaged, Measure(channel.values, views[i].pixels)};
             std::vector<Cell> row;
             for (const Column* column : columns) {
                 row.push_back(column->fill(measured));
@@ -86,9 +87,10 @@ std::optional<Batch::Outcome> Batch::Next() {
             Pending<Rows> front = std::move(m_measuring.front());
             m_measuring.pop_front();
             try {
-                return Outcome{std::move(front.image), front.result.get(), nullptr};
+                Rows rows = front.result.get();
+                return Outcome{std::move(front.image), std::move(rows.rows), std::move(rows.warnings), nullptr};
             } catch (...) {
-                return Outcome{std::move(front.image), {}, std::current_exception()};
+                return Outcome{std::move(front.image), {}, {}, std::current_exception()};
             }
         }
     }
@@ -101,7 +103,8 @@ void Batch::Read() {
         if (!image) {
             return;
         }
-        std::future<Image> read = m_workers.Run([name = *image] { return LoadImage(name); });
+        std::future<Image> read =
+            m_workers.Run([name = *image, damage = m_options.damage] { return LoadImage(name, damage); });
         m_reading.push_back({std::move(image->path), std::move(read)});
     }
 }
@@ -113,10 +116,11 @@ void Batch::MeasureFront() {
     std::future<Rows> rows;
     try {
         Image image = front.result.get();
-        Views views = m_regions.In(image.page.size);
+        Views views = m_regions.In(image.pixels.Size());
         rows = m_workers.Run([this, path = front.image, image = std::move(image), views = std::move(views)]() mutable {
             const Planes planes(std::move(image), m_options.channels);
-            return MeasureFigures(path, m_set.Figures(), *views, planes.channels, m_options.columns);
+            return Rows{MeasureFigures(path, m_set.Figures(), *views, planes, m_options.columns),
+                        planes.image.page.warnings};
         });
     } catch (...) {
         std::promise<Rows> failed;

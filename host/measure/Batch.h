@@ -40,6 +40,7 @@ struct BatchOptions {
     Columns columns;
     bool channels = false;  ///< a row for every channel of a colour image
     PixelRule rule = PixelRule::outline;
+    Damage damage = Damage::refused;
     unsigned int jobs = 1;
 };
 
@@ -49,6 +50,7 @@ class Batch {
     struct Outcome {
         UserPath image;
         std::vector<std::vector<Cell>> rows;
+        std::vector<std::string> warnings;
         std::exception_ptr failure;
     };
 
@@ -60,7 +62,10 @@ class Batch {
     std::optional<Outcome> Next();
 
   private:
-    using Rows = std::vector<std::vector<Cell>>;
+    struct Rows {
+        std::vector<std::vector<Cell>> rows;
+        std::vector<std::string> warnings;
+    };
     template <class Result>
     struct Pending {
         UserPath image;

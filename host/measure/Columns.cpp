@@ -16,6 +16,9 @@ namespace host {
 namespace {
 
 Cell StatusOf(const Measured& m) {
+    if (m.damaged) {
+        return "damaged";
+    }
     switch (m.view.placement) {
         case Placement::ok:
             return "ok";
@@ -47,7 +50,9 @@ constexpr Column kColumns[] = {
     {"image", "the image, as it was named", [](const Measured& m) { return Cell(m.image.Typed()); }},
     {"name", "the figure", [](const Measured& m) { return Cell(m.figure.name); }},
     {"class", "the figure's class", [](const Measured& m) { return Cell(std::string(m.figure.type->name)); }},
-    {"status", "ok, clipped (only what lies inside the image is measured), outside, or empty (no pixel at all)",
+    {"status",
+     "ok, clipped (only what lies inside the image is measured), outside, empty (no pixel at all), or\n"
+     "           damaged (what could be read of the image, with --lenient)",
      StatusOf},
     {"pixels", "how many pixels are measured; with --exact those of which a part counts, too",
      [](const Measured& m) { return Cell(m.statistics ? m.statistics->pixels : 0); }},

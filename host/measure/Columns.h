@@ -20,6 +20,7 @@ struct Measured {
     const Figure& figure;
     const View& view;
     const Channel& channel;
+    bool damaged;  ///< whether the image was read in spite of damage
     std::optional<Statistics> statistics;
 };
 
