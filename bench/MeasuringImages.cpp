@@ -233,7 +233,7 @@ Body PerFigure(SharedFolder kept, int count, Call call) {
 std::size_t Listed(const host::RoiSet& set) {
     std::size_t characters = 0;
     for (const host::Figure& figure : set.Figures()) {
-        characters += ParameterLine(host::Settable(host::ReadParameters(figure))).size();
+        characters += host::ParameterLine(host::Settable(host::ReadParameters(figure))).size();
     }
     return characters;
 }
