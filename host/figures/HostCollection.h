@@ -43,8 +43,10 @@ class HostCollection final : public Component<HostCollection, IComponentCollecti
   public:
     using Answers = InterfaceMap<IComponentCollection>;
 
-    HostCollection(ModuleFolder& modules, SmartPtr<IComponentCollection> framework) noexcept
-        : m_modules(modules), m_framework(std::move(framework)) {}
+    HostCollection(ModuleFolder modules, SmartPtr<IComponentCollection> framework) noexcept
+        : m_modules(std::move(modules)), m_framework(std::move(framework)) {}
+
+    ModuleFolder& Modules() noexcept { return m_modules; }
 
     Result GetItem(int index, IUnknown** item) noexcept override { return m_framework->GetItem(index, item); }
     Result FindByName(IString* name, int* index) noexcept override { return m_framework->FindByName(name, index); }
@@ -57,7 +59,7 @@ class HostCollection final : public Component<HostCollection, IComponentCollecti
   private:
     ComponentCreator CreatorOf(const char* module, tagREFString className);
 
-    ModuleFolder& m_modules;
+    ModuleFolder m_modules;
     SmartPtr<IComponentCollection> m_framework;
     std::map<std::wstring, ComponentCreator> m_creators;
 };

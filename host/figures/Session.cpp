@@ -67,22 +67,23 @@ void FillCaches(const Figure& figure) {
 
 }  // namespace
 
-Session::Session(const fs::path& modules) : m_modules(modules) {
-    const CurrentDirectory inFolder(modules);
+Session::Session(const fs::path& folder) {
+    const CurrentDirectory inFolder(folder);
+    ModuleFolder modules(folder);
     // A sibling that is missing would show only later, one figure at a time and on standard output.
     for (const char* sibling : {"CollectionsEx", "Collections", "CIF", "Geometry"}) {
-        m_modules.Require(sibling);
+        modules.Require(sibling);
     }
-    const auto createFunction = m_modules.Find<CreateFunctionEntry>("CollectionsEx", kCreateFunctionSymbol);
+    const auto createFunction = modules.Find<CreateFunctionEntry>("CollectionsEx", kCreateFunctionSymbol);
     const ComponentCreator create = CreatorOf(createFunction, "GlobalComponentCollection");
     SmartPtr<IComponentCollection> framework;
     if (create == nullptr || Failed(create(nullptr, &IID_IComponentCollection, framework.ReceiveVoid()))) {
-        throw Error("cannot use module", (modules / "CollectionsEx.so").string(), "it gives no component collection");
+        throw Error("cannot use module", (folder / "CollectionsEx.so").string(), "it gives no component collection");
     }
-    m_components = SmartPtr<HostCollection>::Adopt(new HostCollection(m_modules, std::move(framework)));
+    m_components = SmartPtr<HostCollection>::Adopt(new HostCollection(std::move(modules), std::move(framework)));
     UseComponents(m_components.Get());
-    m_initializeModule = m_modules.Find<InitializeModuleEntry>("ROI", kInitializeModuleSymbol);
-    m_createFunction = m_modules.Find<CreateFunctionEntry>("ROI", kCreateFunctionSymbol);
+    m_initializeModule = m_components->Modules().Find<InitializeModuleEntry>("ROI", kInitializeModuleSymbol);
+    m_createFunction = m_components->Modules().Find<CreateFunctionEntry>("ROI", kCreateFunctionSymbol);
     m_initializeModule(nullptr, m_components.Get());
     FillCaches(Create("", FigureClasses().front()->name));
 }

@@ -20,7 +20,7 @@ class Session {
     /// Loads the modules of a folder. The module and its siblings find each other relative to the current directory,
     /// which is therefore the folder of the modules until this returns, and from then on no longer matters. Throws
     /// Error, in the loader's own words, when a module is missing or broken.
-    explicit Session(const std::filesystem::path& modules = DefaultModuleFolder());
+    explicit Session(const std::filesystem::path& folder = DefaultModuleFolder());
     ~Session();
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
@@ -32,7 +32,6 @@ class Session {
     Figure Create(const std::string& name, const std::string& className) const;
 
   private:
-    ModuleFolder m_modules;
     InitializeModuleEntry m_initializeModule = nullptr;
     CreateFunctionEntry m_createFunction = nullptr;
     SmartPtr<HostCollection> m_components;

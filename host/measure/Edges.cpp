@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <optional>
 #include <utility>
 
 #include "contract/Numbers.h"
@@ -41,12 +40,12 @@ ImagePoint At(const Arc& arc, double angle) noexcept {
 class Tracer {
   public:
     void Trace(const Contour& contour) {
-        m_begin.reset();
+        m_begun = false;
         for (const auto& piece : contour) {
             std::visit([this](const auto& p) { Append(p); }, piece);
         }
-        if (m_begin) {
-            LineTo(*m_begin);
+        if (m_begun) {
+            LineTo(m_begin);
         }
     }
 
@@ -54,9 +53,10 @@ class Tracer {
 
   private:
     void Append(ImagePoint point) {
-        if (m_begin) {
+        if (m_begun) {
             LineTo(point);
         } else {
+            m_begun = true;
             m_begin = m_at = point;
         }
     }
@@ -111,7 +111,8 @@ class Tracer {
     }
 
     std::vector<Edge> m_edges;
-    std::optional<ImagePoint> m_begin;
+    bool m_begun = false;
+    ImagePoint m_begin;
     ImagePoint m_at;
 };
 
