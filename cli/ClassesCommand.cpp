@@ -27,7 +27,8 @@ std::string InterfacesOf(IUnknown& object) {
     for (const KnownInterface& known : kInterfaces) {
         SmartPtr<IUnknown> answer;
         if (Succeeded(object.QueryInterface(*known.iid, answer.ReceiveVoid()))) {
-            names += (names.empty() ? "" : " ") + std::string(known.name);
+            names += names.empty() ? "" : " ";
+            names += known.name;
         }
     }
     return names;
