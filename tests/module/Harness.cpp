@@ -252,10 +252,3 @@ Box BoundingRect(IROI* figure) {
     EXPECT_EQ(figure->GetBoundingRect(&box.left, &box.top, &box.width, &box.height), S_OK);
     return box;
 }
-
-Affine Random::Map() {
-    const Point turn = std::polar(In(0.6, 1.5), In(-3, 3));
-    const double shear = In(-0.4, 0.4);
-    return Affine(turn.real(), shear * turn.real() - turn.imag(), turn.imag(), shear * turn.imag() + turn.real(),
-                  In(-30, 30), In(-30, 30));
-}

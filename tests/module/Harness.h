@@ -6,7 +6,6 @@
 
 #include <complex>
 #include <cstdint>
-#include <random>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -137,26 +136,3 @@ struct Box {
 };
 void PrintTo(const Box& box, std::ostream* out);
 Box BoundingRect(IROI* figure);
-
-/// Half away from zero, as integer positions are rounded.
-inline int Rounded(double v) { return static_cast<int>(v >= 0 ? std::floor(v + 0.5) : std::ceil(v - 0.5)); }
-/// Whether rounding errors could turn the rounding of v.
-inline bool NearHalf(double v) { return std::abs(v - std::floor(v) - 0.5) < 1e-6; }
-inline double Angle(Point v) { return std::atan2(v.imag(), v.real()); }
-
-class Random {
-  public:
-    explicit Random(unsigned seed) : m_engine(seed) {}
-    double In(double low, double high) { return std::uniform_real_distribution<double>(low, high)(m_engine); }
-    int Below(int n) { return std::uniform_int_distribution<int>(0, n - 1)(m_engine); }
-    bool Chance(double p) { return In(0, 1) < p; }
-    Point PointIn(double low, double high) {
-        const double x = In(low, high);
-        return {x, In(low, high)};
-    }
-    /// A mild map: no collapse, no blow-up.
-    Affine Map();
-
-  private:
-    std::mt19937 m_engine;
-};

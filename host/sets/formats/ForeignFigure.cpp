@@ -51,17 +51,20 @@ double SignedArea(const Loop& loop) {
     return area;
 }
 
-// The first pixel of a mask figure: it lies centred in its rectangle.
-ImagePoint OriginOf(const Figure& figure, PixelSize mask) {
-    ImagePoint center;
-    figure.roi->GetCenter(&center.x, &center.y);
-    return {std::round(center.x - 0.5 * (mask.width - 1)), std::round(center.y - 0.5 * (mask.height - 1))};
+// Where the first pixel of a mask figure lies in the image: where its pixels are measured.
+ImagePoint OriginOf(const Figure& figure) {
+    int left = 0;
+    int top = 0;
+    unsigned int width = 0;
+    unsigned int height = 0;
+    figure.roi->GetBoundingRect(&left, &top, &width, &height);
+    return {static_cast<double>(left), static_cast<double>(top)};
 }
 
 Loops RunsOf(const Figure& figure) {
     Raster mask = MaskImageOf(figure);
     const auto [width, height] = mask.Size();
-    const ImagePoint origin = OriginOf(figure, mask.Size());
+    const ImagePoint origin = OriginOf(figure);
     Loops loops;
     for (int y = 0; y < height; ++y) {
         const unsigned char* const row = mask.Row<unsigned char>(y);
