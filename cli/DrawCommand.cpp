@@ -20,8 +20,9 @@ constexpr std::size_t kFewFigures = 20;
 const std::string kDetails = std::string(
                                  R"(The image with an edge around exactly the pixels of every figure that count, tinted.
 Names are shown of up to 20 figures, of more with --names. Images of more than 8 bits are stretched between the
-values below and above which a thousandth of the pixels lies. A close-up shows one figure alone; small ones are
-enlarged to at least 600 pixels, each pixel of the image a square.
+values below and above which a thousandth of the shown pixels lies. A close-up shows one figure alone and reads only
+its part of the image into memory; small ones are enlarged to at least 600 pixels, each pixel of the image a square.
+SVG and PDF hold the image and, as lines and letters, what is drawn over it.
 
 )") + kPixelRule + "\n";
 
@@ -37,24 +38,21 @@ struct DrawOptions {
     std::string crop;
 };
 
-Raster Drawn(const DrawOptions& options, const RoiSet& set, Raster picture) {
+OverlayOptions OverlayOf(const DrawOptions& options, const RoiSet& set) {
     const std::size_t shown = options.only.empty() ? set.Figures().size() : options.only.size();
-    OverlayOptions overlay{options.pixels.Rule(), options.nodes, options.names || shown <= kFewFigures, options.only};
-    if (!options.crop.empty()) {
-        overlay.names = true;
-        return DrawCloseUp(picture.View(), set, options.crop, overlay);
-    }
-    DrawOverlay(picture, set, overlay);
-    return picture;
+    const bool names = options.names || shown <= kFewFigures || !options.crop.empty();
+    return {options.pixels.Rule(), options.nodes, names, options.only, options.crop};
 }
 
 void Run(const DrawOptions& options) {
-    CheckImageEnding(options.output);
-    CheckOutput(options.output, {options.set, options.image}, {FileKind::image}, options.force);
+    CheckOverlayEnding(options.output);
+    CheckOutput(options.output, {options.set, options.image}, {FileKind::image, FileKind::drawing}, options.force);
     const Session session;
     const RoiSet set = RoiSet::Load(session, options.set);
-    const Image image = LoadImage(options.image);
-    SaveImage("overlay", options.output, Drawn(options, set, ForDisplay(image.pixels.View(), image.page.bits)).View());
+    ImageFile file(options.image);
+    const Overlay overlay(set, file.Page().size, OverlayOf(options, set));
+    const Image image = file.Read(overlay.Window());
+    SaveOverlay(options.output, overlay, ForDisplay(image.pixels.View(), image.page.bits).View());
 }
 
 }  // namespace
@@ -66,7 +64,8 @@ void AddDrawCommand(CLI::App& roi) {
     command.footer(kDetails + command.get_footer());
     AddSetArgument(command, options->set);
     command.add_option("IMAGE", options->image, "The image to draw over")->required();
-    command.add_option("-o,--output", options->output, "The picture to write; its ending names the format")->required();
+    command.add_option("-o,--output", options->output, "The picture to write: .png, .jpg, .tif, .svg or .pdf")
+        ->required();
     options->pixels.AddTo(command, PixelOptions::kParts);
     command.add_flag("--names", options->names, "Show the names of any number of figures");
     command.add_flag("--nodes", options->nodes, "Show the nodes with their numbers, as `roi nodes` and `roi drag` do");

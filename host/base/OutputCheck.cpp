@@ -63,7 +63,7 @@ bool IsOfKind(FileKind kind, std::string_view start) noexcept {
                                [&](std::string_view known) { return start.starts_with(known); }) ||
                    (start.starts_with("RIFF") && start.size() > 12 && start.substr(8).starts_with("WEBP"));
         case FileKind::drawing:
-            return IsXML(start, "<svg");
+            return IsXML(start, "<svg") || start.starts_with("%PDF-");
         case FileKind::set:
             return isArchive ? IsFolderSet(start) : IsXML(start, "<figures");
         case FileKind::imageJ:

@@ -101,8 +101,10 @@ std::vector<Channel> Channels(const Image& image) {
     return channels;
 }
 
+bool IsImageEnding(const UserPath& path) { return FormatFor(path).has_value(); }
+
 void CheckImageEnding(const UserPath& path) {
-    if (!FormatFor(path)) {
+    if (!IsImageEnding(path)) {
         throw UsageError("unknown image format", path.Typed(), "end the name in .png, .jpg or .tif");
     }
 }

@@ -29,7 +29,9 @@ struct Channel {
 /// that are neither are called by their numbers, from 1.
 std::vector<Channel> Channels(const Image& image);
 
-/// Throws a usage error unless the ending of the path names a format that SaveImage writes: PNG, JPEG or TIFF.
+/// Whether the ending of the path names a format that SaveImage writes: PNG, JPEG or TIFF.
+bool IsImageEnding(const UserPath& path);
+/// Throws a usage error unless it does.
 void CheckImageEnding(const UserPath& path);
 
 /// Writes an image of 1 to 4 channels (grey, grey and alpha, red, green and blue, these and alpha) in the format that

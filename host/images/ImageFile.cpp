@@ -1,6 +1,5 @@
 #include "host/images/ImageFile.h"
 
-#include <dlfcn.h>
 #include <fmt/format.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
@@ -13,7 +12,7 @@
 #include <system_error>
 #include <utility>
 
-#include "host/base/ModuleFolder.h"
+#include "host/base/LateModule.h"
 #include "host/base/SafeFile.h"
 #include "host/base/Text.h"
 
@@ -64,17 +63,6 @@ const Signature* SignatureOf(std::string_view start) noexcept {
                (s.later.empty() || (start.size() > 8 && start.substr(8).starts_with(s.later)));
     });
     return found != std::end(kSignatures) ? found : nullptr;
-}
-
-// What a module of codecs exports; the modules stay open. Throws std::runtime_error.
-template <class Entry>
-Entry EntryOf(const char* module, const char* symbol) {
-    void* const handle = dlopen((DefaultModuleFolder() / module).c_str(), RTLD_NOW | RTLD_LOCAL);
-    void* const entry = handle != nullptr ? dlsym(handle, symbol) : nullptr;
-    if (entry == nullptr) {
-        throw std::runtime_error(dlerror());
-    }
-    return reinterpret_cast<Entry>(entry);
 }
 
 struct Closed {

@@ -1,4 +1,5 @@
-// What `roi draw` shows: close-ups and numbered nodes, through the command as a user runs it.
+// What `roi draw` shows: edges, close-ups and numbered nodes, through the command as a user runs it.
+#include <opencv2/core.hpp>
 #include <opencv2/imgcodecs.hpp>
 
 #include "tests/host/RunRoi.h"
@@ -48,6 +49,64 @@ TEST_F(Draw, ACloseUpEndsWhereTheImageEnds) {
     EXPECT_EQ(picture.size(), cv::Size(30 * 20, 27 * 20));
     Add("ROIEllipse", "vast", {"RadiusX=1e300", "RadiusY=1e300"});
     EXPECT_EQ(Drawn({"--crop", "vast"}).size(), cv::Size(120 * 5, 80 * 5));
+}
+
+TEST_F(Draw, AnEdgeShowsOnAnyGround) {
+    Add("ROIRectangle", "box", {"CenterX=59.5", "CenterY=39.5", "Width=40", "Height=30"});
+    cv::Mat noise(80, 120, CV_8UC3);
+    cv::randu(noise, 0, 256);
+    const struct {
+        const char* what;
+        cv::Mat ground;
+    } cases[] = {
+        {"red", cv::Mat(80, 120, CV_8UC3, cv::Scalar(0, 0, 255))},
+        {"white", cv::Mat(80, 120, CV_8UC3, cv::Scalar::all(255))},
+        {"black", cv::Mat(80, 120, CV_8UC3, cv::Scalar::all(0))},
+        {"the figure's own colour", cv::Mat(80, 120, CV_8UC3, cv::Scalar(60, 205, 255))},
+        {"the border's own colour", cv::Mat(80, 120, CV_8UC3, cv::Scalar(24, 20, 16))},
+        {"noise", noise},
+    };
+    for (const auto& [what, ground] : cases) {
+        cv::imwrite((Folder() / "i.png").string(), ground);
+        const cv::Mat picture = Drawn({"--only", "box"});
+        // Columns 40 to 79 count: the bright line lies on 39 and 40, its dark borders on 38 and 41.
+        for (int y = 30; y < 50; ++y) {
+            EXPECT_GT(cv::norm(picture.at<cv::Vec3b>(y, 39), picture.at<cv::Vec3b>(y, 38), cv::NORM_INF), 100) << what;
+            EXPECT_GT(cv::norm(picture.at<cv::Vec3b>(y, 40), picture.at<cv::Vec3b>(y, 41), cv::NORM_INF), 100) << what;
+            EXPECT_EQ(picture.at<cv::Vec3b>(y, 37), ground.at<cv::Vec3b>(y, 37)) << what;
+            EXPECT_EQ(picture.at<cv::Vec3b>(y, 82), ground.at<cv::Vec3b>(y, 82)) << what;
+            EXPECT_LE(cv::norm(picture.at<cv::Vec3b>(y, 43), ground.at<cv::Vec3b>(y, 43), cv::NORM_INF), 40) << what;
+        }
+    }
+}
+
+TEST_F(Draw, LinesAndLettersAreWrittenAsSvgAndPdf) {
+    Add("ROIEllipse", "e", {"CenterX=60", "CenterY=40", "RadiusX=20", "RadiusY=20"});
+    Done({"draw", "s.roi", "i.png", "-o", "o.svg", "--nodes"});
+    const std::string svg = Bytes("o.svg");
+    EXPECT_TRUE(Has(svg, "<svg"));
+    EXPECT_TRUE(Has(svg, R"(viewBox="0 0 120 80")"));
+    EXPECT_TRUE(Has(svg, "data:image/png;base64")) << "the image";
+    EXPECT_TRUE(Has(svg, "fill-opacity:0.14")) << "the tint";
+    // What is there of its own kind is replaced.
+    for (int i = 0; i < 2; ++i) {
+        Done({"draw", "s.roi", "i.png", "-o", "o.pdf"});
+        EXPECT_TRUE(Starts(Bytes("o.pdf"), "%PDF-"));
+    }
+    EXPECT_TRUE(Has(Roi({"draw", "s.roi", "i.png", "-o", "o.eps"}).err, "unknown image format: o.eps: "));
+}
+
+TEST_F(Draw, WhatTouchesNoImageLoadsNoImageLibrary) {
+    Add("ROIEllipse", "e", {"CenterX=60", "CenterY=40", "RadiusX=20", "RadiusY=20"});
+    const auto loaded = [this](const std::string& command) {
+        return RunProgram({"/bin/sh", "-c", "LD_DEBUG=files " BIN_DIR "/roi " + command}, Folder()).err;
+    };
+    for (const char* command : {"list s.roi", "nodes s.roi e", "hit s.roi 60,40", "set s.roi e RadiusX=21"}) {
+        for (const char* library : {"Codecs.so", "CairoCanvas.so", "CIF.so", "libcairo", "libpng", "libopencv"}) {
+            EXPECT_FALSE(Has(loaded(command), std::string(library))) << command;
+        }
+    }
+    EXPECT_TRUE(Has(loaded("draw s.roi i.png -o o.png"), "libcairo")) << "what would be seen";
 }
 
 TEST_F(Draw, NodesAreNumberedOnRequest) {
