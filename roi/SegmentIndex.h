@@ -1,5 +1,5 @@
-// Finds the upright boxes that hold a point, without walking over all of them: the boxes are sorted into
-// buckets along the axis on which they are spread out most.
+// Finds the upright boxes that hold a point, without walking over all of them: a grid lies over them, and each
+// cell knows the boxes that reach it.
 #pragma once
 
 #include <memory>
@@ -23,24 +23,38 @@ class SegmentIndex {
     bool Build(const Extent<double>* boxes, int count) noexcept;
 
     /// Whether any of the boxes holds the point, edges included. A point outside the box around all of
-    /// them is answered at once; any other costs the boxes of one bucket.
+    /// them is answered at once; any other costs the boxes of one cell.
     bool Holds(Point p) const noexcept;
 
   private:
     using Box = Extent<double>;
 
-    int BucketOf(double along) const noexcept;
-    int CountBuckets(const Box* boxes, int count) noexcept;
+    // An axis of the grid, cut into cells of one width.
+    struct Axis {
+        double low = 0.0;      // Where the first cell begins,
+        double perUnit = 0.0;  // and how many cells there are to a pixel.
+        int cells = 1;
+
+        void Cut(double from, double to, int count) noexcept;
+        int CellOf(double along) const noexcept;
+    };
+    // The cells that a box reaches, first and last included; none for a box that can hold no point.
+    struct Reach {
+        int left, right, top, bottom;
+    };
+
+    int MeasureBoxes(const Box* boxes, int count, double* columns, double* rows) noexcept;
+    void LayGrid(const Box* boxes, int count) noexcept;
+    Reach ReachOf(const Box& box) const noexcept;
+    std::size_t CellAt(int column, int row) const noexcept;
 
     static constexpr Box kNothing = {1.0, -1.0, 1.0, -1.0};
 
     Box m_all = kNothing;
-    bool m_alongX = true;
-    double m_low = 0.0;      // Where the first bucket begins,
-    double m_perUnit = 0.0;  // and how many buckets there are to a pixel.
-    int m_buckets = 0;       // The last bucket ends at m_starts[m_buckets].
-    std::unique_ptr<int[]> m_starts;
-    std::unique_ptr<Box[]> m_boxes;  // Bucket by bucket; a box stands in every bucket that it reaches.
+    Axis m_x;
+    Axis m_y;
+    std::unique_ptr<int[]> m_starts;  // Row by row; the last cell ends at the entry behind it.
+    std::unique_ptr<Box[]> m_boxes;   // Cell by cell; a box stands in every cell that it reaches.
 };
 
 }  // namespace roi
