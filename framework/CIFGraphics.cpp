@@ -1,6 +1,7 @@
 #include "framework/CIFGraphics.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstring>
 #include <opencv2/imgproc.hpp>
@@ -126,16 +127,35 @@ struct ArcShape {
     }
 };
 
-// Sets the pixel that a point belongs to, when it lies in the image; whether it did.
-inline bool Plot(cv::Mat& target, double x, double y, unsigned char value) noexcept {
-    const double column = x + 0.5;
-    const double row = y + 0.5;
-    if (!(column >= 0.0 && column < target.cols && row >= 0.0 && row < target.rows)) {
-        return false;
+// Where an arc is drawn, and with what. Held by value, so that the pixels that it writes cannot be taken for its own.
+class Pen {
+  public:
+    Pen(cv::Mat& target, unsigned char value) noexcept
+        : m_pixels(target.data),
+          m_stride(target.step[0]),
+          m_width(target.cols),
+          m_height(target.rows),
+          m_value(value) {}
+
+    // Sets the pixel that a point belongs to, when it lies in the image; whether it did.
+    bool Plot(double x, double y) const noexcept {
+        const double column = x + 0.5;
+        const double row = y + 0.5;
+        if (!(column >= 0.0 && column < m_width && row >= 0.0 && row < m_height)) {
+            return false;
+        }
+        m_pixels[static_cast<std::size_t>(static_cast<int>(row)) * m_stride +
+                 static_cast<std::size_t>(static_cast<int>(column))] = m_value;
+        return true;
     }
-    target.ptr(static_cast<int>(row))[static_cast<int>(column)] = value;
-    return true;
-}
+
+  private:
+    unsigned char* m_pixels;
+    std::size_t m_stride;
+    double m_width;
+    double m_height;
+    unsigned char m_value;
+};
 
 // Calls `visit(position, offset)` for every pixel position from 0 to `size` - 1 along one axis at which
 // the ellipse runs more along this axis than across it; `offset` is its half-width across, there.
@@ -150,9 +170,19 @@ void AlongAxis(double center, double along, double across, int size, Visit visit
         return;
     }
     const double ratio = along > 0.0 ? across / along : 0.0;
-    for (int position = static_cast<int>(first); position <= static_cast<int>(last); ++position) {
-        const double distance = position - center;
-        visit(position, ratio * std::sqrt(std::max(0.0, along * along - distance * distance)));
+    // In portions, whose roots are taken side by side.
+    constexpr int kPortion = 32;
+    std::array<double, kPortion> offsets;
+    for (int begin = static_cast<int>(first); begin <= static_cast<int>(last); begin += kPortion) {
+        for (int i = 0; i < kPortion; ++i) {
+            const double distance = begin + i - center;
+            offsets[static_cast<std::size_t>(i)] =
+                ratio * std::sqrt(std::max(0.0, along * along - distance * distance));
+        }
+        const int count = std::min(kPortion, static_cast<int>(last) - begin + 1);
+        for (int i = 0; i < count; ++i) {
+            visit(begin + i, offsets[static_cast<std::size_t>(i)]);
+        }
     }
 }
 
@@ -161,9 +191,9 @@ void AlongAxis(double center, double along, double across, int size, Visit visit
 // large the radii are. Whether any pixel was in the image.
 bool DrawArc(cv::Mat& target, const ArcShape& arc, unsigned char value) {
     bool drawn = false;
-    const auto plot = [&](double dx, double dy) {
+    const auto plot = [&drawn, arc, pen = Pen(target, value)](double dx, double dy) {
         if (arc.Covers(dx, dy)) {
-            drawn |= Plot(target, arc.cx + dx, arc.cy + dy, value);
+            drawn |= pen.Plot(arc.cx + dx, arc.cy + dy);
         }
     };
     constexpr double kSides[] = {-1.0, 1.0};

@@ -37,6 +37,7 @@ Result CCIFImageCANVAS::Create(int width, int height, int planes, int bitsPerPix
     }
     m_image = cv::Mat(height, width, CV_8UC1, pixels);
     m_created.reset(pixels);
+    m_isBlank = true;
     return S_OK;
 }
 
@@ -44,6 +45,10 @@ Result CCIFImageCANVAS::Fill(int value) noexcept {
     if (m_image.empty()) {
         return E_FAIL;
     }
+    if (m_isBlank && value == 0) {
+        return S_OK;
+    }
+    m_isBlank = false;
     return Guarded("ICIF::Fill", [&] {
         m_image = cv::Scalar::all(value);
         return S_OK;
@@ -55,6 +60,7 @@ Result CCIFImageCANVAS::GetPixels(unsigned char** data, int* stride, int* planes
         return Misuse("IPixels::GetPixels", "null output");
     }
     const bool usable = !m_image.empty() && m_image.step[0] <= INT_MAX;
+    m_isBlank = false;
     *data = usable ? m_image.data : nullptr;
     *stride = usable ? static_cast<int>(m_image.step[0]) : 0;
     *planes = usable ? m_image.channels() : 0;
@@ -75,6 +81,7 @@ Result CCIFImageCANVAS::ReadFile(const char* path) noexcept {
             return E_FAIL;
         }
         m_image = std::move(image);
+        m_isBlank = false;
         m_created.reset();
         return S_OK;
     });
