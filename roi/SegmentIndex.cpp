@@ -123,14 +123,17 @@ bool SegmentIndex::Build(const Box* boxes, int count) noexcept {
     return true;
 }
 
-bool SegmentIndex::Holds(Point p) const noexcept {
+std::span<const Box> SegmentIndex::Beside(Point p) const noexcept {
     if (!roi::Holds(m_all, p)) {
-        return false;
+        return {};
     }
     const std::size_t cell = CellAt(m_x.CellOf(p.x), m_y.CellOf(p.y));
-    const Box* const boxes = m_boxes.get();
-    return std::any_of(boxes + m_starts[cell], boxes + m_starts[cell + 1],
-                       [p](const Box& box) { return roi::Holds(box, p); });
+    return {m_boxes.get() + m_starts[cell], m_boxes.get() + m_starts[cell + 1]};
+}
+
+bool SegmentIndex::Holds(Point p) const noexcept {
+    const std::span<const Box> beside = Beside(p);
+    return std::any_of(beside.begin(), beside.end(), [p](const Box& box) { return roi::Holds(box, p); });
 }
 
 }  // namespace roi

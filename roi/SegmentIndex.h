@@ -3,6 +3,7 @@
 #pragma once
 
 #include <memory>
+#include <span>
 
 #include "roi/Geometry.h"
 
@@ -25,6 +26,9 @@ class SegmentIndex {
     /// Whether any of the boxes holds the point, edges included. A point outside the box around all of
     /// them is answered at once; any other costs the boxes of one cell.
     bool Holds(Point p) const noexcept;
+
+    /// The boxes that a question for the point looks at, the index's own: none outside the box around all of them.
+    std::span<const Extent<double>> Beside(Point p) const noexcept;
 
   private:
     using Box = Extent<double>;
