@@ -52,6 +52,7 @@ struct ExportOptions {
     UserPath output;
     std::string format;
     bool force = false;
+    bool dryRun = false;
 };
 
 void Export(const ExportOptions& options) {
@@ -63,7 +64,10 @@ void Export(const ExportOptions& options) {
     const Session session;
     const RoiSet set = RoiSet::Load(session, options.set);
     std::vector<Warning> warnings;
-    WriteWholeFile("figures", options.output, format.write(set.Figures(), warnings));
+    const std::string bytes = format.write(set.Figures(), warnings);
+    if (!options.dryRun) {
+        WriteWholeFile("figures", options.output, bytes);
+    }
     for (const Warning& warning : warnings) {
         Warn(warning.subject, warning.text);
     }
@@ -90,6 +94,7 @@ void AddExportCommand(CLI::App& roi) {
     AddArgument(command, "FILE", options->output, "File to write");
     AddFormatName(command, options->format);
     AddForceOption(command, options->force);
+    command.add_flag("--dry-run", options->dryRun, "Only say what would not come over");
     command.callback([options] { Export(*options); });
 }
 

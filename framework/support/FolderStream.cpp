@@ -114,14 +114,6 @@ FolderArchive::Block ReadEntry(zip_t* archive, zip_uint64_t index, const zip_sta
     return block;
 }
 
-FolderArchive::Block ReadSpareEntry(zip_t* archive, zip_uint64_t index, const zip_stat_t& entry) {
-    try {
-        return ReadEntry(archive, index, entry);
-    } catch (const std::runtime_error&) {
-        return {};
-    }
-}
-
 zip_stat_t StatEntry(zip_t* archive, zip_uint64_t index) {
     constexpr zip_uint64_t kNeeded = ZIP_STAT_NAME | ZIP_STAT_SIZE | ZIP_STAT_COMP_METHOD | ZIP_STAT_ENCRYPTION_METHOD;
     zip_stat_t entry;
@@ -129,6 +121,10 @@ zip_stat_t StatEntry(zip_t* archive, zip_uint64_t index) {
     if (zip_stat_index(archive, index, 0, &entry) != 0 || (entry.valid & kNeeded) != kNeeded) {
         Fail(ReasonOf(zip_get_error(archive)));
     }
+    return entry;
+}
+
+void CheckEntry(const zip_stat_t& entry, zip_uint64_t largest) {
     if (entry.encryption_method != ZIP_EM_NONE) {
         Fail(std::string(entry.name) + ": encrypted");
     }
@@ -136,7 +132,18 @@ zip_stat_t StatEntry(zip_t* archive, zip_uint64_t index) {
     if (entry.comp_method != ZIP_CM_STORE && entry.comp_method != ZIP_CM_DEFLATE) {
         Fail(std::string(entry.name) + ": unknown compression");
     }
-    return entry;
+    if (entry.size > largest) {
+        Fail(std::string(entry.name) + ": declared size too large");
+    }
+}
+
+FolderArchive::Block ReadSpareEntry(zip_t* archive, zip_uint64_t index, const zip_stat_t& entry, zip_uint64_t largest) {
+    try {
+        CheckEntry(entry, largest);
+        return ReadEntry(archive, index, entry);
+    } catch (const std::runtime_error&) {
+        return {};
+    }
 }
 
 void AddEntry(zip_t* archive, const std::string& path, const FolderArchive::Block& block) {
@@ -189,7 +196,8 @@ FolderArchive FolderArchive::FromBytes(std::string_view bytes, std::string_view 
         Fail("empty");  // The library would take it for an archive without entries.
     }
     const Source source = MakeSource(bytes);
-    const Archive archive = OpenArchive(source, ZIP_RDONLY | ZIP_CHECKCONS);
+    // Not with ZIP_CHECKCONS: it would refuse an archive for what stands in the header of its spare block.
+    const Archive archive = OpenArchive(source, ZIP_RDONLY);
     const zip_int64_t count = zip_get_num_entries(archive.get(), 0);
     if (count > kMostEntries) {
         Fail("too many entries");
@@ -206,16 +214,18 @@ FolderArchive FolderArchive::FromBytes(std::string_view bytes, std::string_view 
         if (!IsSoundPath(path)) {
             Fail(std::string(entry.name) + ": not a plain relative path");
         }
-        if (entry.size > kLargestTotal - total) {
-            Fail(path + ": declared size too large");
+        const bool isSpare = path == spare;
+        if (!isSpare) {
+            CheckEntry(entry, kLargestTotal - total);
         }
-        total += entry.size;
         if (isFolder) {
             continue;  // Folders follow from the paths of their blocks.
         }
-        const auto read = path == spare ? ReadSpareEntry : ReadEntry;
-        if (!result.m_blocks.try_emplace(path, read(archive.get(), i, entry)).second) {
-            Fail(path + ": more than one entry of this name");
+        Block block = isSpare ? ReadSpareEntry(archive.get(), i, entry, kLargestTotal - total)
+                              : ReadEntry(archive.get(), i, entry);
+        total += block.size();
+        if (!result.m_blocks.try_emplace(std::move(path), std::move(block)).second) {
+            Fail(std::string(entry.name) + ": more than one entry of this name");
         }
     }
     return result;

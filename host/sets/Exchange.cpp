@@ -99,20 +99,21 @@ std::vector<Warning> ImportFigures(const Session& session, RoiSet& set, const Us
     const std::string bytes = ReadWholeFile("figures", path, kLargest);
     const FigureFormat& format = FormatFor(path, formatName, bytes);
     Reading reading;
+    std::vector<Warning> warnings;
     try {
         FreeNames names(set);
         for (ForeignFigure& figure : format.read(bytes, reading)) {
             std::string name = names.Take(figure.name);
             if (name != figure.name && !figure.name.empty()) {
-                reading.warnings.push_back({figure.name, "it is named " + name + " in the set"});
+                warnings.push_back({figure.name, "it is named " + name + " in the set"});
             }
             figure.name = std::move(name);
-            set.Add(Build(session, figure));
+            set.Add(Build(session, figure, warnings));
         }
     } catch (const std::exception& failure) {
         throw Error("cannot import", path.Typed(), failure.what());
     }
-    return reading.warnings;
+    return warnings;
 }
 
 }  // namespace host

@@ -118,6 +118,13 @@ TEST_F(Sharing, ADamagedHistoryHarmsNothing) {
         EXPECT_EQ(Done({"list", "d.roi"}), listing) << i;
         EXPECT_EQ(Roi({"undo", "d.roi"}).exitCode, 1) << i;
     }
+    // Its headers: the signature and the name of the first, the method, the sizes and the encryption of the second.
+    for (const std::size_t place : {start - 41, start - 1, end + 10, end + 22, end + 25, end + 8}) {
+        std::string damaged = sound;
+        damaged[place] ^= 0x41;
+        WriteBytes("h.roi", damaged);
+        EXPECT_EQ(Done({"list", "h.roi"}), listing) << place;
+    }
     EXPECT_EQ(Roi({"set", "d.roi", "spot", "CenterX=6"}).err,
               "roi: warning: d.roi: its history is damaged and begins anew\n");
     // Sound as an archive, and nonsense.

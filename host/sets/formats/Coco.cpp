@@ -20,16 +20,6 @@ struct Box {
     double left = HUGE_VAL, top = HUGE_VAL, right = -HUGE_VAL, bottom = -HUGE_VAL;
 };
 
-double AreaOf(const Loop& loop) {
-    double area = 0.0;
-    for (std::size_t i = 0; i < loop.size(); ++i) {
-        const ImagePoint& a = loop[i];
-        const ImagePoint& b = loop[(i + 1) % loop.size()];
-        area += 0.5 * (a.x * b.y - b.x * a.y);
-    }
-    return std::abs(area);
-}
-
 // The name becomes the category: what tells annotations apart there.
 json AnnotationOf(const Loops& loops, std::size_t number) {
     Box box;
@@ -44,7 +34,7 @@ json AnnotationOf(const Loops& loops, std::size_t number) {
             numbers.push_back(y);
             box = {std::min(box.left, x), std::min(box.top, y), std::max(box.right, x), std::max(box.bottom, y)};
         }
-        area += AreaOf(loop);
+        area += std::abs(SignedArea(loop));
         segmentation.push_back(std::move(numbers));
     }
     return {{"id", number},          {"image_id", 1},
@@ -53,13 +43,42 @@ json AnnotationOf(const Loops& loops, std::size_t number) {
             {"iscrowd", 0}};
 }
 
+// Counts as a text: each number in digits of five bits from the lowest on, as the character '0' plus the digit, and
+// plus 32 where another follows; the highest bit of the last digit is the sign. From the fourth number on, it is what
+// the count is more than the last but one.
+std::vector<std::int64_t> CountsIn(const std::string& text) {
+    constexpr unsigned kMostBits = 50;
+    std::vector<std::int64_t> counts;
+    std::int64_t number = 0;
+    unsigned bits = 0;
+    for (const char c : text) {
+        const int digit = c - '0';
+        if (digit < 0 || digit > 63 || bits > kMostBits) {
+            throw std::runtime_error("a mask whose counts are damaged");
+        }
+        number |= std::int64_t{digit & 31} << bits;
+        bits += 5;
+        if ((digit & 32) != 0) {
+            continue;
+        }
+        number -= (digit & 16) != 0 ? std::int64_t{1} << bits : 0;
+        counts.push_back(number + (counts.size() > 2 ? counts[counts.size() - 2] : 0));
+        number = 0;
+        bits = 0;
+    }
+    return counts;
+}
+
 // Counts run down the columns.
 Raster ColumnMask(const json& segmentation, Reading& reading) {
     const auto size = segmentation.at("size").get<std::vector<std::int64_t>>();
-    if (size.size() != 2 || !segmentation.at("counts").is_array()) {
-        throw std::runtime_error("a mask whose counts are no list of numbers");
+    if (size.size() != 2) {
+        throw std::runtime_error("a mask without a size");
     }
-    Raster columns = MaskOf(size[0], size[1], segmentation.at("counts").get<std::vector<std::int64_t>>(), reading);
+    const json& counts = segmentation.at("counts");
+    const auto numbers =
+        counts.is_string() ? CountsIn(counts.get<std::string>()) : counts.get<std::vector<std::int64_t>>();
+    Raster columns = MaskOf(size[0], size[1], numbers, reading);
     Raster mask = EmptyMask(columns.Size().height, columns.Size().width);
     for (int y = 0; y < mask.Size().height; ++y) {
         for (int x = 0; x < mask.Size().width; ++x) {
@@ -77,7 +96,7 @@ ForeignFigure FigureOf(const json& annotation, const std::string& name, Reading&
     if (segmentation.empty()) {
         const auto box = annotation.at("bbox").get<std::vector<double>>();
         if (box.size() != 4) {
-            throw std::runtime_error("a bbox has four numbers");
+            throw std::runtime_error("a bbox without four numbers");
         }
         return BoxFigure(name, {box[0] + 0.5 * box[2] - kHalf, box[1] + 0.5 * box[3] - kHalf}, box[2], box[3], 0.0);
     }
@@ -88,7 +107,9 @@ ForeignFigure FigureOf(const json& annotation, const std::string& name, Reading&
             loop.emplace_back(numbers[i].get<double>() - kHalf, numbers[i + 1].get<double>() - kHalf);
         }
     }
-    return RegionFigure(name, loops, reading);
+    ForeignFigure figure = RegionFigure(name, loops, reading);
+    TakeCarried(annotation, std::move(loops), figure, reading);
+    return figure;
 }
 
 }  // namespace
@@ -116,12 +137,13 @@ std::string WriteCoco(const std::vector<Figure>& figures, std::vector<Warning>& 
             continue;
         }
         if (!loops.holes.empty()) {
-            warnings.push_back({figure.name, "COCO keeps the outer edge alone, and not the hole"});
+            warnings.push_back({figure.name, "COCO shows the outer edge alone, and not the hole"});
         } else if (figure.type->contents != Contents::geometry) {
-            warnings.push_back({figure.name, "COCO keeps the outline and not the parameters"});
+            warnings.push_back({figure.name, "COCO shows the outline and not the parameters"});
         }
         const std::size_t number = annotations.size() + 1;
         annotations.push_back(AnnotationOf(loops, number));
+        annotations.back()[kCarried] = ValuesOf(Describe(figure));
         categories.push_back({{"id", number}, {"name", figure.name}});
     }
     return JsonText(

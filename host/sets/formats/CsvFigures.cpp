@@ -93,7 +93,7 @@ ForeignFigure FigureOf(std::vector<std::string> row, Reading& reading) {
         throw std::runtime_error(fmt::format("a row has {} fields", row.size()));
     }
     row.resize(kColumns);
-    ForeignFigure figure{row[0], row[1], {}, {}, MaskIn(row[4], reading)};
+    ForeignFigure figure{.name = row[0], .className = row[1], .mask = MaskIn(row[4], reading)};
     for (const std::string& text : Split(row[2], ' ')) {
         const Assignment assignment(text);
         figure.parameters.emplace_back(assignment.key, Number(assignment.value));

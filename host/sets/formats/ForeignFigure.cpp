@@ -4,25 +4,28 @@
 
 #include <algorithm>
 #include <cmath>
-#include <numeric>
+#include <optional>
 #include <stdexcept>
 
 #include "contract/Numbers.h"
 #include "host/figures/FigureClass.h"
 #include "host/figures/MaskPicture.h"
 #include "host/figures/Parameters.h"
+#include "host/sets/formats/MaskOutline.h"
 
 namespace host {
 
 namespace {
 
-// Chords of an arc, without its end when it goes all the way round.
+// Chords of an arc, without its end when it goes all the way round. Then it has chords for each quarter: one that
+// starts at an axis meets both.
 void AppendChords(const Arc& arc, Loop& loop) {
-    constexpr double kSagitta = 0.02;
+    constexpr double kSagitta = 0.001;
+    constexpr double kMost = 16384.0;
     const double radius = std::max({std::abs(arc.radiusX), std::abs(arc.radiusY), kSagitta});
     const double step = 2.0 * std::acos(std::max(1.0 - kSagitta / radius, 0.0));
-    const int count = static_cast<int>(std::clamp(std::ceil(std::abs(arc.delta) / step), 8.0, 1440.0));
     const bool full = std::abs(arc.delta) >= 2.0 * kPi;
+    const int count = 4 * static_cast<int>(std::clamp(std::ceil(0.25 * std::abs(arc.delta) / step), 2.0, 0.25 * kMost));
     for (int i = 0; i < (full ? count : count + 1); ++i) {
         const double angle = arc.start + arc.delta * i / count;
         loop.emplace_back(arc.center.x + arc.radiusX * std::cos(angle), arc.center.y + arc.radiusY * std::sin(angle));
@@ -39,16 +42,6 @@ Loop LoopOf(const Contour& contour) {
         }
     }
     return loop;
-}
-
-double SignedArea(const Loop& loop) {
-    double area = 0.0;
-    for (std::size_t i = 0; i < loop.size(); ++i) {
-        const ImagePoint& a = loop[i];
-        const ImagePoint& b = loop[(i + 1) % loop.size()];
-        area += 0.5 * (a.x * b.y - b.x * a.y);
-    }
-    return area;
 }
 
 // Where the first pixel of a mask figure lies in the image: where its pixels are measured.
@@ -84,41 +77,169 @@ Loops RunsOf(const Figure& figure) {
     return loops;
 }
 
-// The pixels inside the loops, by the even-odd rule.
-void FillRow(const std::vector<Loop>& loops, double y, double left, unsigned char* row, int width) {
-    std::vector<double> crossings;
-    for (const Loop& loop : loops) {
-        for (std::size_t i = 0; i < loop.size(); ++i) {
-            const ImagePoint& a = loop[i];
-            const ImagePoint& b = loop[(i + 1) % loop.size()];
-            if ((a.y <= y) != (b.y <= y)) {
-                crossings.push_back(a.x + (y - a.y) / (b.y - a.y) * (b.x - a.x) - left);
+// Where the sides of loops cross rows of pixels, the rows one after the other.
+class Crossings {
+  public:
+    // The rows are those from `top` on.
+    Crossings(const std::vector<Loop>& loops, double top, int rows, Reading& reading) {
+        for (const Loop& loop : loops) {
+            for (std::size_t i = 0; i < loop.size(); ++i) {
+                Append(loop[i], loop[(i + 1) % loop.size()], top, rows, reading);
             }
         }
+        std::sort(m_sides.begin(), m_sides.end(), [](const Side& a, const Side& b) { return a.first < b.first; });
     }
-    std::sort(crossings.begin(), crossings.end());
+
+    // Those of a row, from left to right. Each row but the first is asked for after the one above.
+    const std::vector<double>& InRow(int row) {
+        for (; m_next < m_sides.size() && m_sides[m_next].first <= row; ++m_next) {
+            m_live.push_back(m_next);
+        }
+        std::erase_if(m_live, [&](std::size_t side) { return m_sides[side].end <= row; });
+        m_found.clear();
+        for (const std::size_t side : m_live) {
+            m_found.push_back(m_sides[side].x + (row - m_sides[side].first) * m_sides[side].step);
+        }
+        std::sort(m_found.begin(), m_found.end());
+        return m_found;
+    }
+
+  private:
+    struct Side {
+        int first, end;  // The rows that it crosses.
+        double x, step;  // Where it crosses the first, and how much farther on each following.
+    };
+
+    // A side crosses the rows from its upper end, which counts, to its lower one, which does not.
+    void Append(ImagePoint a, ImagePoint b, double top, int rows, Reading& reading) {
+        if (a.y > b.y) {
+            std::swap(a, b);
+        }
+        const double first = std::clamp(std::ceil(a.y - top), 0.0, static_cast<double>(rows));
+        const double end = std::clamp(std::ceil(b.y - top), first, static_cast<double>(rows));
+        if (first == end) {
+            return;
+        }
+        reading.TakeCrossings(end - first);
+        const double step = (b.x - a.x) / (b.y - a.y);
+        m_sides.push_back({static_cast<int>(first), static_cast<int>(end), a.x + (first + top - a.y) * step, step});
+    }
+
+    std::vector<Side> m_sides;
+    std::size_t m_next = 0;
+    std::vector<std::size_t> m_live;
+    std::vector<double> m_found;
+};
+
+// Marks the pixels between crossings, by the even-odd rule.
+void FillRow(const std::vector<double>& crossings, double left, unsigned char* row, int width) {
     for (std::size_t i = 0; i + 1 < crossings.size(); i += 2) {
-        const double from = std::clamp(std::ceil(crossings[i]), 0.0, static_cast<double>(width));
-        const double to = std::clamp(std::ceil(crossings[i + 1]), from, static_cast<double>(width));
+        const double from = std::clamp(std::ceil(crossings[i] - left), 0.0, static_cast<double>(width));
+        const double to = std::clamp(std::ceil(crossings[i + 1] - left), from, static_cast<double>(width));
         std::fill(row + static_cast<int>(from), row + static_cast<int>(to), static_cast<unsigned char>(255));
     }
 }
 
+// Programs write coordinates with few decimals, some as numbers of 32 bits.
+bool AreEqual(const Loop& a, const Loop& b) {
+    constexpr double kTolerance = 0.01;
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](ImagePoint p, ImagePoint q) {
+        return std::abs(p.x - q.x) <= kTolerance && std::abs(p.y - q.y) <= kTolerance;
+    });
+}
+bool AreEqual(const std::vector<Loop>& a, const std::vector<Loop>& b) {
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                      [](const Loop& x, const Loop& y) { return AreEqual(x, y); });
+}
+
+// The corners of the pixels whose centres lie inside upright boxes.
+std::vector<Loop> WholePixels(std::vector<Loop> boxes) {
+    for (Loop& box : boxes) {
+        for (ImagePoint& corner : box) {
+            corner = {std::ceil(corner.x) - 0.5, std::ceil(corner.y) - 0.5};
+        }
+    }
+    return boxes;
+}
+
+// Loops in the order in which they are written: a region's holes behind its outlines.
+std::vector<Loop> InOrder(const std::vector<Loops>& regions) {
+    std::vector<Loop> loops;
+    for (const Loops& region : regions) {
+        loops.insert(loops.end(), region.outer.begin(), region.outer.end());
+        loops.insert(loops.end(), region.holes.begin(), region.holes.end());
+    }
+    return loops;
+}
+
+// Whether what a file draws is the figure: its line, or its outline, in some formats without the holes or, when it is
+// a box, as whole pixels, and when it is a mask, as polygons.
+bool IsDrawnAs(const Figure& figure, const std::vector<Loop>& drawn) {
+    if (figure.type->contents == Contents::points && AreEqual(drawn, {PointsOf(figure)})) {
+        return true;
+    }
+    const Loops loops = LoopsOf(figure);
+    return AreEqual(drawn, loops.outer) || AreEqual(drawn, InOrder({loops})) ||
+           AreEqual(drawn, InOrder(PolygonsOf(figure))) || AreEqual(drawn, WholePixels(loops.outer));
+}
+
 ForeignFigure Placed(std::string name, const char* className, ImagePoint center) {
-    return {std::move(name), className, {{"CenterX", center.x}, {"CenterY", center.y}}, {}, {}};
+    return {
+        .name = std::move(name), .className = className, .parameters = {{"CenterX", center.x}, {"CenterY", center.y}}};
+}
+
+void Take(double& left, double wanted, const char* what) {
+    if (!(wanted <= left)) {
+        throw std::runtime_error(what);
+    }
+    left -= wanted;
+}
+
+Figure BuildPlain(const Session& session, const ForeignFigure& description, const std::string& name) {
+    Figure figure = session.Create(name, description.className);
+    std::vector<ImagePoint> points;
+    std::transform(description.points.begin(), description.points.end(), std::back_inserter(points),
+                   [](const ForeignPoint& point) { return point.at; });
+    if (!points.empty()) {
+        SetPoints(figure, points);
+    }
+    const auto profile = figure.As<IROIProfile>();
+    for (std::size_t i = 0; profile && i < points.size(); ++i) {
+        const ForeignPoint& point = description.points[i];
+        profile->SetThickness(static_cast<int>(i), point.thickness1, point.thickness2);
+    }
+    if (!description.mask.IsEmpty()) {
+        SetMaskImage(figure, description.mask.View());
+    }
+    std::vector<Assignment> assignments;
+    for (const auto& [parameter, value] : description.parameters) {
+        assignments.emplace_back(parameter + '=' + NumberText(value));
+    }
+    SetParameters(figure, assignments);
+    return figure;
+}
+
+// Nothing where no figure is carried, and where others have changed what is drawn.
+std::optional<Figure> BuildCarried(const Session& session, const ForeignFigure& description) {
+    if (description.carried == nullptr) {
+        return std::nullopt;
+    }
+    try {
+        Figure figure = BuildPlain(session, *description.carried, description.name);
+        return IsDrawnAs(figure, description.drawn) ? std::optional(std::move(figure)) : std::nullopt;
+    } catch (const Error&) {
+        return std::nullopt;
+    }
 }
 
 }  // namespace
 
-void Reading::TakePixels(double pixels) {
-    if (!(pixels <= m_pixelsLeft)) {
-        throw std::runtime_error("its masks have too many pixels");
-    }
-    m_pixelsLeft -= pixels;
-}
+void Reading::TakePixels(double pixels) { Take(m_pixelsLeft, pixels, "its masks have too many pixels"); }
+
+void Reading::TakeCrossings(double rows) { Take(m_crossingsLeft, rows, "its outlines are too long"); }
 
 ForeignFigure Describe(const Figure& figure) {
-    ForeignFigure description{figure.name, figure.type->name, {}, {}, MaskImageOf(figure)};
+    ForeignFigure description{.name = figure.name, .className = figure.type->name, .mask = MaskImageOf(figure)};
     const auto profile = figure.As<IROIProfile>();
     for (const ImagePoint& at : PointsOf(figure)) {
         ForeignPoint& point = description.points.emplace_back(ForeignPoint{at});
@@ -137,28 +258,14 @@ ForeignFigure Describe(const Figure& figure) {
     return description;
 }
 
-Figure Build(const Session& session, const ForeignFigure& description) {
-    Figure figure = session.Create(description.name, description.className);
-    std::vector<ImagePoint> points;
-    std::transform(description.points.begin(), description.points.end(), std::back_inserter(points),
-                   [](const ForeignPoint& point) { return point.at; });
-    if (!points.empty()) {
-        SetPoints(figure, points);
+Figure Build(const Session& session, const ForeignFigure& description, std::vector<Warning>& warnings) {
+    if (auto carried = BuildCarried(session, description)) {
+        return std::move(*carried);
     }
-    const auto profile = figure.As<IROIProfile>();
-    for (std::size_t i = 0; profile && i < points.size(); ++i) {
-        const ForeignPoint& point = description.points[i];
-        profile->SetThickness(static_cast<int>(i), point.thickness1, point.thickness2);
+    if (!description.warning.empty()) {
+        warnings.push_back({description.name, description.warning});
     }
-    if (!description.mask.IsEmpty()) {
-        SetMaskImage(figure, description.mask.View());
-    }
-    std::vector<Assignment> assignments;
-    for (const auto& [name, value] : description.parameters) {
-        assignments.emplace_back(name + '=' + NumberText(value));
-    }
-    SetParameters(figure, assignments);
-    return figure;
+    return BuildPlain(session, description, description.name);
 }
 
 Loops LoopsOf(const Figure& figure) {
@@ -180,6 +287,23 @@ Loops LoopsOf(const Figure& figure) {
     return loops;
 }
 
+double SignedArea(const Loop& loop) {
+    double area = 0.0;
+    for (std::size_t i = 0; i < loop.size(); ++i) {
+        const ImagePoint& a = loop[i];
+        const ImagePoint& b = loop[(i + 1) % loop.size()];
+        area += 0.5 * (a.x * b.y - b.x * a.y);
+    }
+    return area;
+}
+
+std::vector<Loops> PolygonsOf(const Figure& figure) {
+    if (figure.type->outline(figure).isImage) {
+        return PolygonsOf(MaskImageOf(figure), OriginOf(figure));
+    }
+    return {LoopsOf(figure)};
+}
+
 ForeignFigure BoxFigure(std::string name, ImagePoint center, double width, double height, double degrees) {
     ForeignFigure figure = Placed(std::move(name), "ROIRectangle", center);
     figure.parameters.insert(figure.parameters.end(), {{"Width", width}, {"Height", height}, {"Angle", degrees}});
@@ -193,7 +317,7 @@ ForeignFigure EllipseFigure(std::string name, ImagePoint center, double radiusX,
 }
 
 ForeignFigure LineFigure(std::string name, const std::vector<ImagePoint>& points, double width) {
-    ForeignFigure figure{std::move(name), "ROIProfile", {}, {}, {}};
+    ForeignFigure figure{.name = std::move(name), .className = "ROIProfile"};
     const double thickness = 0.5 * (width > 0.0 ? width : 1.0);
     for (const ImagePoint& at : points) {
         figure.points.push_back({at, thickness, thickness});
@@ -201,11 +325,11 @@ ForeignFigure LineFigure(std::string name, const std::vector<ImagePoint>& points
     return figure;
 }
 
-ForeignFigure SpotFigure(std::string name, ImagePoint at) { return BoxFigure(std::move(name), at, 0.0, 0.0, 0.0); }
+ForeignFigure SpotFigure(std::string name, ImagePoint at) { return BoxFigure(std::move(name), at, 1.0, 1.0, 0.0); }
 
 ForeignFigure RegionFigure(std::string name, const std::vector<Loop>& loops, Reading& reading) {
     if (loops.size() == 1 && loops.front().size() >= 3) {
-        ForeignFigure shape{std::move(name), "ROIShape", {}, {}, {}};
+        ForeignFigure shape{.name = std::move(name), .className = "ROIShape"};
         for (const ImagePoint& at : loops.front()) {
             shape.points.push_back(ForeignPoint{at});
         }
@@ -227,11 +351,14 @@ ForeignFigure RegionFigure(std::string name, const std::vector<Loop>& loops, Rea
     }
     reading.TakePixels(width * height);
     Raster mask = EmptyMask(static_cast<int>(width), static_cast<int>(height));
+    Crossings crossings(loops, low.y, mask.Size().height, reading);
     for (int y = 0; y < mask.Size().height; ++y) {
-        FillRow(loops, low.y + y, low.x, mask.Row<unsigned char>(y), mask.Size().width);
+        FillRow(crossings.InRow(y), low.x, mask.Row<unsigned char>(y), mask.Size().width);
     }
-    reading.warnings.push_back({name, "a region of several outlines becomes a mask of its pixels"});
-    return MaskFigure(std::move(name), mask, static_cast<int>(low.x), static_cast<int>(low.y));
+    ForeignFigure figure =
+        MaskFigure(std::move(name), std::move(mask), static_cast<int>(low.x), static_cast<int>(low.y));
+    figure.warning = "a region of several outlines becomes a mask of its pixels";
+    return figure;
 }
 
 Raster EmptyMask(int width, int height) {

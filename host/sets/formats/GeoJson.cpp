@@ -28,14 +28,15 @@ json LinearRing(const Loop& loop, double shift) {
     return positions;
 }
 
-// The holes are those of the one polygon; several polygons have none.
-json AreaOf(const Loops& loops, double shift) {
+json AreaOf(const std::vector<Loops>& regions, double shift) {
     json polygons = json::array();
-    for (const Loop& loop : loops.outer) {
-        polygons.push_back({LinearRing(loop, shift)});
-    }
-    for (const Loop& hole : loops.holes) {
-        polygons.back().push_back(LinearRing(hole, shift));
+    for (const Loops& region : regions) {
+        for (const Loop& loop : region.outer) {
+            polygons.push_back({LinearRing(loop, shift)});
+        }
+        for (const Loop& hole : region.holes) {
+            polygons.back().push_back(LinearRing(hole, shift));
+        }
     }
     if (polygons.size() == 1) {
         return {{"type", "Polygon"}, {"coordinates", polygons[0]}};
@@ -49,19 +50,19 @@ json GeometryOf(const Figure& figure, double shift, std::vector<Warning>& warnin
         for (const ImagePoint& at : PointsOf(figure)) {
             line.push_back(PositionOf(at, shift));
         }
-        warnings.push_back({figure.name, "GeoJSON does not keep the thickness of a line"});
+        warnings.push_back({figure.name, "GeoJSON does not show the thickness of a line"});
         return {{"type", "LineString"}, {"coordinates", line}};
     }
-    const Loops loops = LoopsOf(figure);
-    if (loops.outer.empty()) {
+    const std::vector<Loops> regions = PolygonsOf(figure);
+    if (regions.empty() || regions.front().outer.empty()) {
         warnings.push_back({figure.name, "it encloses nothing and becomes no geometry"});
         return nullptr;
     }
-    json geometry = AreaOf(loops, shift);
+    json geometry = AreaOf(regions, shift);
     if (std::string_view(figure.type->name) == "ROIEllipse") {
         geometry["isEllipse"] = true;
     } else if (std::string_view(figure.type->name) != "ROIRectangle" && figure.type->contents != Contents::geometry) {
-        warnings.push_back({figure.name, std::string("GeoJSON keeps the outline of a ") + figure.type->name +
+        warnings.push_back({figure.name, std::string("GeoJSON shows the outline of a ") + figure.type->name +
                                              " and not its parameters"});
     }
     return geometry;
@@ -70,9 +71,11 @@ json GeometryOf(const Figure& figure, double shift, std::vector<Warning>& warnin
 std::string Write(const std::vector<Figure>& figures, double shift, std::vector<Warning>& warnings) {
     json features = json::array();
     for (const Figure& figure : figures) {
-        features.push_back({{"type", "Feature"},
-                            {"geometry", GeometryOf(figure, shift, warnings)},
-                            {"properties", {{"objectType", "annotation"}, {"name", figure.name}}}});
+        features.push_back(
+            {{"type", "Feature"},
+             {"geometry", GeometryOf(figure, shift, warnings)},
+             {"properties",
+              {{"objectType", "annotation"}, {"name", figure.name}, {kCarried, ValuesOf(Describe(figure))}}}});
     }
     return JsonText({{"type", "FeatureCollection"}, {"features", features}});
 }
@@ -115,7 +118,7 @@ bool IsBox(const Loop& loop) {
     return true;
 }
 
-ForeignFigure AreaFigure(const std::string& name, const std::vector<Loop>& loops, bool isEllipse, Reading& reading) {
+ForeignFigure AreaFigure(std::string name, const std::vector<Loop>& loops, bool isEllipse, Reading& reading) {
     if (loops.size() == 1 && !loops.front().empty() && (isEllipse || IsBox(loops.front()))) {
         const auto [left, right] = std::minmax_element(loops[0].begin(), loops[0].end(),
                                                        [](const auto& a, const auto& b) { return a.x < b.x; });
@@ -124,57 +127,66 @@ ForeignFigure AreaFigure(const std::string& name, const std::vector<Loop>& loops
         const ImagePoint center(0.5 * (left->x + right->x), 0.5 * (top->y + bottom->y));
         const double width = right->x - left->x;
         const double height = bottom->y - top->y;
-        return isEllipse ? EllipseFigure(name, center, 0.5 * width, 0.5 * height)
-                         : BoxFigure(name, center, width, height, 0.0);
+        return isEllipse ? EllipseFigure(std::move(name), center, 0.5 * width, 0.5 * height)
+                         : BoxFigure(std::move(name), center, width, height, 0.0);
     }
-    return RegionFigure(name, loops, reading);
+    return RegionFigure(std::move(name), loops, reading);
 }
 
-void AppendGeometry(const std::string& name, const json& geometry, double shift, Reading& reading,
+// What a feature says of itself, beside its geometry.
+struct Properties {
+    std::string name;
+    json all = json::object();
+
+    Properties() = default;
+    // QuPath gives names to few of its objects, and a class to many.
+    explicit Properties(const json& feature) : all(feature.value("properties", json())) {
+        if (!all.is_object()) {
+            all = json::object();
+        }
+        const json own = all.value("name", json());
+        const json classification = all.value("classification", json());
+        const json className = classification.is_object() ? classification.value("name", json()) : json();
+        name = own.is_string() ? own.get<std::string>() : className.is_string() ? className.get<std::string>() : "";
+    }
+};
+
+void AppendGeometry(const Properties& properties, const json& geometry, double shift, Reading& reading,
                     std::vector<ForeignFigure>& figures) {
     const std::string type = geometry.at("type");
     if (type == "GeometryCollection") {
         for (const json& part : geometry.at("geometries")) {
-            AppendGeometry(name, part, shift, reading, figures);
+            AppendGeometry(properties, part, shift, reading, figures);
         }
         return;
     }
     const json& coordinates = geometry.at("coordinates");
-    if (type == "Point") {
-        figures.push_back(SpotFigure(name, PointAt(coordinates, shift)));
-    } else if (type == "MultiPoint") {
-        for (const ImagePoint& at : PointsIn(coordinates, shift)) {
-            figures.push_back(SpotFigure(name, at));
+    const bool several = type.starts_with("Multi");
+    const json parts = several ? coordinates : json::array({coordinates});
+    const auto append = [&](ForeignFigure figure, std::vector<Loop> drawn) {
+        TakeCarried(properties.all, std::move(drawn), figure, reading);
+        figures.push_back(std::move(figure));
+    };
+    if (type.ends_with("Point")) {
+        for (const ImagePoint& at : PointsIn(parts, shift)) {
+            append(SpotFigure(properties.name, at), {});
         }
-    } else if (type == "LineString") {
-        figures.push_back(LineFigure(name, PointsIn(coordinates, shift), 1.0));
-    } else if (type == "MultiLineString") {
-        for (const json& line : coordinates) {
-            figures.push_back(LineFigure(name, PointsIn(line, shift), 1.0));
+    } else if (type.ends_with("LineString")) {
+        for (const json& line : parts) {
+            const std::vector<ImagePoint> points = PointsIn(line, shift);
+            append(LineFigure(properties.name, points, 1.0), {points});
         }
-    } else if (type == "Polygon" || type == "MultiPolygon") {
+    } else if (type.ends_with("Polygon")) {
         std::vector<Loop> loops;
-        for (const json& polygon : type == "Polygon" ? json::array({coordinates}) : coordinates) {
+        for (const json& polygon : parts) {
             for (const json& loop : polygon) {
                 loops.push_back(LoopIn(loop, shift));
             }
         }
-        figures.push_back(AreaFigure(name, loops, geometry.value("isEllipse", false), reading));
+        append(AreaFigure(properties.name, loops, geometry.value("isEllipse", false), reading), loops);
     } else {
         throw std::runtime_error("an unknown geometry: " + type);
     }
-}
-
-// QuPath gives names to few of its objects, and a class to many.
-std::string NameIn(const json& feature) {
-    const json properties = feature.value("properties", json());
-    if (!properties.is_object()) {
-        return {};
-    }
-    const json name = properties.value("name", json());
-    const json classification = properties.value("classification", json());
-    const json className = classification.is_object() ? classification.value("name", json()) : json();
-    return name.is_string() ? name.get<std::string>() : className.is_string() ? className.get<std::string>() : "";
 }
 
 std::vector<ForeignFigure> Read(std::string_view bytes, double shift, Reading& reading) {
@@ -186,7 +198,7 @@ std::vector<ForeignFigure> Read(std::string_view bytes, double shift, Reading& r
         const bool bare = !feature.contains("geometry");
         const json& geometry = bare ? feature : feature.at("geometry");
         if (!geometry.is_null()) {
-            AppendGeometry(bare ? "" : NameIn(feature), geometry, shift, reading, figures);
+            AppendGeometry(bare ? Properties() : Properties(feature), geometry, shift, reading, figures);
         }
     }
     return figures;

@@ -13,6 +13,7 @@
 #include "framework/support/Utf8.h"
 #include "host/figures/FigureClass.h"
 #include "host/sets/formats/Formats.h"
+#include "host/sets/formats/JsonText.h"
 
 namespace host {
 
@@ -46,6 +47,7 @@ enum Field : std::size_t {
     kRightAt = 14,
     kCountAt = 16,
     kX1At = 18,
+    kManyAt = 18,
     kY1At = 22,
     kX2At = 26,
     kY2At = 30,
@@ -54,11 +56,14 @@ enum Field : std::size_t {
     kSubtypeAt = 48,
     kOptionsAt = 50,
     kFloatAt = 52,
+    kCornerAt = 54,
     kHeader2At = 60,
     kNameAt = 16,
     kNameLengthAt = 20,
     kGroupAt = 30,
-    kFloatStrokeAt = 36
+    kFloatStrokeAt = 36,
+    kPropertiesAt = 40,
+    kPropertiesLengthAt = 44
 };
 
 // ---------------------------------------------------------------------------------------------------
@@ -92,40 +97,53 @@ class Bytes {
     std::string_view m_bytes;
 };
 
-std::string NameIn(const Bytes& bytes) {
+// A number of the second header; 0 where there is none.
+std::uint32_t Second(const Bytes& bytes, Field field, std::size_t size) {
     const std::size_t header2 = bytes.Unsigned(kHeader2At, 4);
-    if (header2 == 0 || header2 + kHeader > bytes.Size()) {
-        return {};
-    }
-    const std::size_t at = bytes.Unsigned(header2 + kNameAt, 4);
-    const std::size_t length = bytes.Unsigned(header2 + kNameLengthAt, 4);
-    constexpr std::size_t kLongest = 1000;
-    std::wstring name;
-    for (std::size_t i = 0; at != 0 && i < std::min(length, kLongest); ++i) {
+    return header2 == 0 || header2 + kHeader > bytes.Size() ? 0 : bytes.Unsigned(header2 + field, size);
+}
+
+// A text to which two fields of the second header point, or its beginning.
+std::string TextIn(const Bytes& bytes, Field start, Field count, std::size_t most) {
+    const std::size_t at = Second(bytes, start, 4);
+    const std::size_t length = at == 0 ? 0 : std::min<std::size_t>(Second(bytes, count, 4), most);
+    std::wstring text;
+    for (std::size_t i = 0; i < length; ++i) {
         std::uint32_t unit = bytes.Unsigned(at + 2 * i, 2);
         if ((unit & 0xFC00) == 0xD800 && i + 1 < length) {
             unit = 0x10000 + ((unit & 0x3FF) << 10 | (bytes.Unsigned(at + 2 * ++i, 2) & 0x3FF));
         }
-        name.push_back(static_cast<wchar_t>(unit));
+        text.push_back(static_cast<wchar_t>(unit));
     }
-    return ToUtf8(Text(name));
+    return ToUtf8(Text(text));
 }
 
-int GroupIn(const Bytes& bytes) {
-    const std::size_t header2 = bytes.Unsigned(kHeader2At, 4);
-    return header2 == 0 || header2 + kHeader > bytes.Size() ? 0
-                                                            : static_cast<int>(bytes.Unsigned(header2 + kGroupAt, 1));
+std::string NameIn(const Bytes& bytes) {
+    constexpr std::size_t kLongest = 1000;
+    return TextIn(bytes, kNameAt, kNameLengthAt, kLongest);
+}
+
+// The figure's own values among its properties, each of which is a line with a colon.
+nlohmann::ordered_json ValuesIn(const Bytes& bytes) {
+    const std::string lines = '\n' + TextIn(bytes, kPropertiesAt, kPropertiesLengthAt, bytes.Size());
+    const std::string key = fmt::format("\n{}: ", kCarried);
+    const std::size_t at = lines.find(key);
+    if (at == lines.npos) {
+        return nlohmann::ordered_json::object();
+    }
+    const std::size_t start = at + key.size();
+    return {{kCarried, ParseJsonText(std::string_view(lines).substr(start, lines.find('\n', start) - start))}};
 }
 
 double StrokeIn(const Bytes& bytes) {
-    const std::size_t header2 = bytes.Unsigned(kHeader2At, 4);
-    const double exact = header2 == 0 || header2 + kHeader > bytes.Size() ? 0.0 : bytes.Float(header2 + kFloatStrokeAt);
-    return exact > 0.0 ? exact : bytes.Short(kStrokeAt);
+    const double exact = std::bit_cast<float>(Second(bytes, kFloatStrokeAt, 4));
+    return exact > 0.0 && std::isfinite(exact) ? exact : bytes.Short(kStrokeAt);
 }
 
 // Points as whole numbers from the corner of the bounds or, where the file has them, exactly.
 std::vector<ImagePoint> PointsIn(const Bytes& bytes, bool subPixel) {
-    const std::size_t count = bytes.Unsigned(kCountAt, 2);
+    const std::size_t few = bytes.Unsigned(kCountAt, 2);
+    const std::size_t count = few > 0 ? few : bytes.Unsigned(kManyAt, 4);
     const int left = bytes.Short(kLeftAt);
     const int top = bytes.Short(kTopAt);
     std::vector<ImagePoint> points;
@@ -163,38 +181,45 @@ std::vector<Loop> PathsIn(const Bytes& bytes) {
     return loops;
 }
 
-// The line along which a rolled box or ellipse lies, and how wide it is across.
-ForeignFigure RolledFigure(const std::string& name, const Bytes& bytes, int subtype, Reading& reading) {
+// The line along which a rolled box or ellipse lies, and how wide it is across. An ellipse that is not upright is the
+// polygon that ImageJ draws.
+ForeignFigure RolledFigure(std::string name, const Bytes& bytes, int subtype, bool subPixel, Reading& reading) {
     const ImagePoint a(bytes.Float(kX1At) - kHalf, bytes.Float(kY1At) - kHalf);
     const ImagePoint b(bytes.Float(kX2At) - kHalf, bytes.Float(kY2At) - kHalf);
     const ImagePoint center(0.5 * (a.x + b.x), 0.5 * (a.y + b.y));
     const double length = std::hypot(b.x - a.x, b.y - a.y);
-    const double angle = std::atan2(b.y - a.y, b.x - a.x);
     const double across = bytes.Float(kFloatAt);
     if (subtype == kRotatedRect) {
-        return BoxFigure(name, center, length, across, angle * 180.0 / kPi);
+        return BoxFigure(std::move(name), center, length, across, std::atan2(b.y - a.y, b.x - a.x) * 180.0 / kPi);
     }
     const double radius = 0.5 * length;
-    const double other = radius * across;
-    const double quarters = angle / (0.5 * kPi);
-    if (quarters == std::round(quarters)) {
-        const bool upright = std::fmod(std::abs(quarters), 2.0) == 1.0;
-        return EllipseFigure(name, center, upright ? other : radius, upright ? radius : other);
+    if (a.x == b.x || a.y == b.y) {
+        const bool lies = a.y == b.y;
+        return EllipseFigure(std::move(name), center, lies ? radius : radius * across, lies ? radius * across : radius);
     }
-    constexpr int kCorners = 360;
-    Loop loop;
-    for (int i = 0; i < kCorners; ++i) {
-        const double t = 2.0 * kPi * i / kCorners;
-        const double x = radius * std::cos(t);
-        const double y = other * std::sin(t);
-        loop.emplace_back(center.x + x * std::cos(angle) - y * std::sin(angle),
-                          center.y + x * std::sin(angle) + y * std::cos(angle));
-    }
-    reading.warnings.push_back({name, "a rolled ellipse becomes a polygon"});
-    return RegionFigure(name, {loop}, reading);
+    ForeignFigure figure = RegionFigure(std::move(name), {PointsIn(bytes, subPixel)}, reading);
+    figure.warning = "a rolled ellipse becomes a polygon";
+    return figure;
 }
 
-ForeignFigure BoundedFigure(const std::string& name, const Bytes& bytes, bool isOval, bool subPixel) {
+// The corners of a box as chords of quarters of an ellipse.
+Loop RoundedLoop(double left, double top, double width, double height, double diameter) {
+    constexpr int kChords = 12;
+    const double radiusX = 0.5 * std::min(diameter, width);
+    const double radiusY = 0.5 * std::min(diameter, height);
+    Loop loop;
+    for (int corner = 0; corner < 4; ++corner) {
+        const double x = corner == 0 || corner == 3 ? left + width - radiusX : left + radiusX;
+        const double y = corner < 2 ? top + height - radiusY : top + radiusY;
+        for (int i = 0; i <= kChords; ++i) {
+            const double angle = 0.5 * kPi * (corner + static_cast<double>(i) / kChords);
+            loop.emplace_back(x + radiusX * std::cos(angle) - kHalf, y + radiusY * std::sin(angle) - kHalf);
+        }
+    }
+    return loop;
+}
+
+ForeignFigure BoundedFigure(std::string name, const Bytes& bytes, bool isOval, bool subPixel, Reading& reading) {
     double left = bytes.Short(kLeftAt);
     double top = bytes.Short(kTopAt);
     double width = bytes.Short(kRightAt) - left;
@@ -206,8 +231,61 @@ ForeignFigure BoundedFigure(const std::string& name, const Bytes& bytes, bool is
         height = bytes.Float(kY2At);
     }
     const ImagePoint center(left + 0.5 * width - kHalf, top + 0.5 * height - kHalf);
-    return isOval ? EllipseFigure(name, center, 0.5 * width, 0.5 * height)
-                  : BoxFigure(name, center, width, height, 0.0);
+    if (isOval) {
+        return EllipseFigure(std::move(name), center, 0.5 * width, 0.5 * height);
+    }
+    const int corner = bytes.Short(kCornerAt);
+    if (corner <= 0) {
+        ForeignFigure box = BoxFigure(std::move(name), center, width, height, 0.0);
+        const ImagePoint low(left - kHalf, top - kHalf);
+        const ImagePoint high(low.x + width, low.y + height);
+        box.drawn = {{low, {high.x, low.y}, high, {low.x, high.y}}};
+        return box;
+    }
+    ForeignFigure figure = RegionFigure(std::move(name), {RoundedLoop(left, top, width, height, corner)}, reading);
+    figure.warning = "a rounded rectangle becomes a polygon";
+    return figure;
+}
+
+ForeignFigure FigureOf(const Bytes& bytes, const std::string& name, Reading& reading) {
+    const int type = static_cast<int>(bytes.Unsigned(kTypeAt, 1));
+    const int subtype = bytes.Short(kSubtypeAt);
+    const bool subPixel = (bytes.Short(kOptionsAt) & kSubPixel) != 0 && bytes.Short(kVersionAt) >= 222;
+    const auto drawing = [](ForeignFigure figure, std::vector<Loop> drawn) {
+        figure.drawn = std::move(drawn);
+        return figure;
+    };
+    if (bytes.Unsigned(kShapeSizeAt, 4) > 0) {
+        const std::vector<Loop> paths = PathsIn(bytes);
+        return drawing(RegionFigure(name, paths, reading), paths);
+    }
+    switch (type) {
+        case kRect:
+        case kOval:
+            return BoundedFigure(name, bytes, type == kOval, subPixel, reading);
+        case kLine: {
+            const Loop ends = {{bytes.Float(kX1At) - kHalf, bytes.Float(kY1At) - kHalf},
+                               {bytes.Float(kX2At) - kHalf, bytes.Float(kY2At) - kHalf}};
+            return drawing(LineFigure(name, ends, StrokeIn(bytes)), {ends});
+        }
+        case kFreeLine:
+        case kPolyline:
+        case kAngle: {
+            const Loop points = PointsIn(bytes, subPixel);
+            return drawing(LineFigure(name, points, StrokeIn(bytes)), {points});
+        }
+        case kPolygon:
+        case kFreehand:
+        case kTraced: {
+            const Loop points = PointsIn(bytes, subPixel);
+            const bool rolled = type == kFreehand && (subtype == kEllipse || subtype == kRotatedRect);
+            return drawing(
+                rolled ? RolledFigure(name, bytes, subtype, subPixel, reading) : RegionFigure(name, {points}, reading),
+                {points});
+        }
+        default:
+            throw std::runtime_error(fmt::format("a figure of ImageJ's of unknown type {}", type));
+    }
 }
 
 void AppendFigure(std::string_view file, std::string name, Reading& reading, std::vector<ForeignFigure>& figures) {
@@ -215,51 +293,22 @@ void AppendFigure(std::string_view file, std::string name, Reading& reading, std
     if (!IsOfKind(FileKind::imageJ, file)) {
         throw std::runtime_error("not a figure of ImageJ's");
     }
-    const int type = static_cast<int>(bytes.Unsigned(kTypeAt, 1));
-    const int subtype = bytes.Short(kSubtypeAt);
-    const bool subPixel = (bytes.Short(kOptionsAt) & kSubPixel) != 0 && bytes.Short(kVersionAt) >= 222;
     if (const std::string own = NameIn(bytes); !own.empty()) {
         name = own;
     }
-    if (const int group = GroupIn(bytes); group > 0) {
-        reading.warnings.push_back({name, fmt::format("its group {} is not kept", group)});
-    }
-    if (bytes.Unsigned(kShapeSizeAt, 4) > 0) {
-        figures.push_back(RegionFigure(name, PathsIn(bytes), reading));
+    if (bytes.Unsigned(kTypeAt, 1) == kPoint) {
+        for (const ImagePoint& at : PointsIn(bytes, (bytes.Short(kOptionsAt) & kSubPixel) != 0)) {
+            // Whole numbers mean the pixel and not its corner.
+            figures.push_back(SpotFigure(name, {std::floor(at.x + kHalf), std::floor(at.y + kHalf)}));
+        }
         return;
     }
-    switch (type) {
-        case kRect:
-        case kOval:
-            figures.push_back(BoundedFigure(name, bytes, type == kOval, subPixel));
-            return;
-        case kLine:
-            figures.push_back(LineFigure(name,
-                                         {{bytes.Float(kX1At) - kHalf, bytes.Float(kY1At) - kHalf},
-                                          {bytes.Float(kX2At) - kHalf, bytes.Float(kY2At) - kHalf}},
-                                         StrokeIn(bytes)));
-            return;
-        case kFreeLine:
-        case kPolyline:
-        case kAngle:
-            figures.push_back(LineFigure(name, PointsIn(bytes, subPixel), StrokeIn(bytes)));
-            return;
-        case kPoint:
-            for (const ImagePoint& at : PointsIn(bytes, subPixel)) {
-                // Whole numbers mean the pixel and not its corner.
-                figures.push_back(SpotFigure(name, {std::floor(at.x + kHalf), std::floor(at.y + kHalf)}));
-            }
-            return;
-        case kPolygon:
-        case kFreehand:
-        case kTraced:
-            figures.push_back(type == kFreehand && (subtype == kEllipse || subtype == kRotatedRect)
-                                  ? RolledFigure(name, bytes, subtype, reading)
-                                  : RegionFigure(name, {PointsIn(bytes, subPixel)}, reading));
-            return;
-        default:
-            throw std::runtime_error(fmt::format("a figure of ImageJ's of unknown type {}", type));
+    ForeignFigure figure = FigureOf(bytes, name, reading);
+    TakeCarried(ValuesIn(bytes), figure.drawn, figure, reading);
+    if (const std::uint32_t group = Second(bytes, kGroupAt, 1); group > 0) {
+        figure.warning += fmt::format("{}its group {} is not kept", figure.warning.empty() ? "" : "; ", group);
     }
+    figures.push_back(std::move(figure));
 }
 
 // ---------------------------------------------------------------------------------------------------
@@ -345,32 +394,37 @@ class File {
         Put(kShapeSizeAt, static_cast<std::uint32_t>((m_bytes.size() - start) / 4), 4);
     }
 
-    // The second header and the name behind it.
-    std::string Named(const std::string& name, double stroke) {
+    // The second header, and behind it the name and the figure's own values, which ImageJ keeps as a property.
+    std::string Finished(const ForeignFigure& values, double stroke = 0.0) {
         const std::size_t header2 = m_bytes.size();
         Put(kHeader2At, static_cast<std::uint32_t>(header2), 4);
         PutShort(kStrokeAt, std::round(stroke));
         m_bytes.append(kHeader, '\0');
         PutFloat(header2 + kFloatStrokeAt, stroke);
-        std::uint32_t units = 0;
-        const auto append = [&](std::uint32_t unit) {
+        AppendText(values.name, header2 + kNameAt, header2 + kNameLengthAt);
+        AppendText(fmt::format("{}: {}\n", kCarried, ValuesOf(values).dump()), header2 + kPropertiesAt,
+                   header2 + kPropertiesLengthAt);
+        return m_bytes;
+    }
+
+  private:
+    void AppendText(const std::string& text, std::size_t startAt, std::size_t countAt) {
+        const std::size_t start = m_bytes.size();
+        const auto append = [this](std::uint32_t unit) {
             m_bytes.append(2, '\0');
             Put(m_bytes.size() - 2, unit, 2);
-            ++units;
         };
-        for (const wchar_t c : FromUtf8(name)) {
+        for (const wchar_t c : FromUtf8(text)) {
             const auto code = static_cast<std::uint32_t>(c);
             if (code >= 0x10000) {
                 append(0xD800 + ((code - 0x10000) >> 10));
             }
             append(code >= 0x10000 ? 0xDC00 + ((code - 0x10000) & 0x3FF) : code);
         }
-        Put(header2 + kNameAt, static_cast<std::uint32_t>(header2 + kHeader), 4);
-        Put(header2 + kNameLengthAt, units, 4);
-        return m_bytes;
+        Put(startAt, static_cast<std::uint32_t>(start), 4);
+        Put(countAt, static_cast<std::uint32_t>((m_bytes.size() - start) / 2), 4);
     }
 
-  private:
     std::string m_bytes;
     double m_left = 0.0;
     double m_top = 0.0;
@@ -385,43 +439,44 @@ double ParameterOf(const ForeignFigure& figure, std::string_view name) {
 // An upright box as the whole pixels in it, as ImageJ has them; a rolled one exactly.
 std::string BoxFile(const Figure& figure, const ForeignFigure& values, std::vector<Warning>& warnings) {
     const ImagePoint center(ParameterOf(values, "CenterX"), ParameterOf(values, "CenterY"));
-    const double width = std::abs(ParameterOf(values, "Width"));
-    const double height = std::abs(ParameterOf(values, "Height"));
+    const ImagePoint half(0.5 * std::abs(ParameterOf(values, "Width")), 0.5 * std::abs(ParameterOf(values, "Height")));
     const double angle = ParameterOf(values, "Angle") * kPi / 180.0;
     if (angle == 0.0) {
-        const double left = std::ceil(center.x - 0.5 * width);
-        const double top = std::ceil(center.y - 0.5 * height);
-        const double right = std::floor(center.x + 0.5 * width) + 1.0;
-        const double bottom = std::floor(center.y + 0.5 * height) + 1.0;
-        if (left - kHalf != center.x - 0.5 * width || right - kHalf != center.x + 0.5 * width ||
-            top - kHalf != center.y - 0.5 * height || bottom - kHalf != center.y + 0.5 * height) {
-            warnings.push_back({figure.name, "ImageJ keeps the whole pixels of a rectangle"});
+        const ImagePoint low(std::ceil(center.x - half.x), std::ceil(center.y - half.y));
+        const ImagePoint end(std::ceil(center.x + half.x), std::ceil(center.y + half.y));
+        if (low.x - kHalf != center.x - half.x || end.x - kHalf != center.x + half.x ||
+            low.y - kHalf != center.y - half.y || end.y - kHalf != center.y + half.y) {
+            warnings.push_back({figure.name, "ImageJ shows the whole pixels of a rectangle"});
         }
         File file(kRect, 0);
-        file.PutBounds(left, top, right, bottom);
-        return file.Named(figure.name, 0.0);
+        file.PutBounds(low.x, low.y, end.x, end.y);
+        return file.Finished(values);
     }
     File file(kFreehand, kSubPixel);
     file.Put(kSubtypeAt, kRotatedRect, 2);
-    const ImagePoint half(0.5 * width * std::cos(angle), 0.5 * width * std::sin(angle));
-    file.PutLine({center.x - half.x, center.y - half.y}, {center.x + half.x, center.y + half.y});
-    file.PutFloat(kFloatAt, height);
+    const ImagePoint along(half.x * std::cos(angle), half.x * std::sin(angle));
+    file.PutLine(center - along, center + along);
+    file.PutFloat(kFloatAt, 2.0 * half.y);
     const Loops loops = LoopsOf(figure);
     file.PutBoundsOf(loops.outer);
     file.AppendPoints(loops.outer.front());
-    return file.Named(figure.name, 0.0);
+    return file.Finished(values);
 }
 
-std::string OvalFile(const Figure& figure, const ForeignFigure& values) {
+// Nothing for an ellipse whose box is not made of whole pixels: ImageJ would measure one that is.
+std::string OvalFile(const ForeignFigure& values) {
     const double width = 2.0 * std::abs(ParameterOf(values, "RadiusX"));
     const double height = 2.0 * std::abs(ParameterOf(values, "RadiusY"));
     const double left = ParameterOf(values, "CenterX") + kHalf - 0.5 * width;
     const double top = ParameterOf(values, "CenterY") + kHalf - 0.5 * height;
-    File file(kOval, kSubPixel);
-    file.PutBounds(std::floor(left), std::floor(top), std::floor(left) + std::ceil(width),
-                   std::floor(top) + std::ceil(height));
-    file.PutLine({left - kHalf, top - kHalf}, {width - kHalf, height - kHalf});
-    return file.Named(figure.name, 0.0);
+    for (const double number : {width, height, left, top}) {
+        if (number != std::round(number)) {
+            return {};
+        }
+    }
+    File file(kOval, 0);
+    file.PutBounds(left, top, left + width, top + height);
+    return file.Finished(values);
 }
 
 std::string LineFile(const Figure& figure, const ForeignFigure& values, std::vector<Warning>& warnings) {
@@ -431,7 +486,7 @@ std::string LineFile(const Figure& figure, const ForeignFigure& values, std::vec
         return point.thickness1 == first.thickness1 && point.thickness2 == first.thickness1;
     });
     if (!uniform) {
-        warnings.push_back({figure.name, "ImageJ keeps one width of a line, as wide on both sides"});
+        warnings.push_back({figure.name, "ImageJ shows one width of a line, as wide on both sides"});
     }
     const bool straight = points.size() == 2;
     File file(straight ? kLine : kPolyline, kSubPixel);
@@ -441,16 +496,16 @@ std::string LineFile(const Figure& figure, const ForeignFigure& values, std::vec
     } else {
         file.AppendPoints(points);
     }
-    return file.Named(figure.name, first.thickness1 + first.thickness2);
+    return file.Finished(values, first.thickness1 + first.thickness2);
 }
 
-std::string AreaFile(const Figure& figure, std::vector<Warning>& warnings) {
+std::string AreaFile(const Figure& figure, const ForeignFigure& values, std::vector<Warning>& warnings) {
     Loops loops = LoopsOf(figure);
     if (loops.outer.empty()) {
         throw std::runtime_error(figure.name + ": it encloses nothing");
     }
     if (figure.type->contents == Contents::nothing) {
-        warnings.push_back({figure.name, std::string("ImageJ keeps the outline of a ") + figure.type->name +
+        warnings.push_back({figure.name, std::string("ImageJ shows the outline of a ") + figure.type->name +
                                              " and not its parameters"});
     }
     constexpr std::size_t kMostPoints = 65535;
@@ -458,13 +513,13 @@ std::string AreaFile(const Figure& figure, std::vector<Warning>& warnings) {
         File file(kPolygon, kSubPixel);
         file.PutBoundsOf(loops.outer);
         file.AppendPoints(loops.outer.front());
-        return file.Named(figure.name, 0.0);
+        return file.Finished(values);
     }
     loops.outer.insert(loops.outer.end(), loops.holes.begin(), loops.holes.end());
     File file(kRect, 0);
     file.PutBoundsOf(loops.outer);
     file.AppendPaths(loops.outer);
-    return file.Named(figure.name, 0.0);
+    return file.Finished(values);
 }
 
 std::string FileOf(const Figure& figure, std::vector<Warning>& warnings) {
@@ -473,13 +528,13 @@ std::string FileOf(const Figure& figure, std::vector<Warning>& warnings) {
     if (type == "ROIRectangle") {
         return BoxFile(figure, values, warnings);
     }
-    if (type == "ROIEllipse") {
-        return OvalFile(figure, values);
+    if (std::string oval = type == "ROIEllipse" ? OvalFile(values) : ""; !oval.empty()) {
+        return oval;
     }
     if (type == "ROIProfile" && values.points.size() > 1) {
         return LineFile(figure, values, warnings);
     }
-    return AreaFile(figure, warnings);
+    return AreaFile(figure, values, warnings);
 }
 
 }  // namespace

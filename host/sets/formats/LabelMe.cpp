@@ -24,30 +24,29 @@ json ShapeOf(const std::string& name, const char* type, const std::vector<ImageP
 
 void AppendShapes(const Figure& figure, std::vector<Warning>& warnings, json& shapes) {
     if (figure.type->contents == Contents::points) {
-        warnings.push_back({figure.name, "LabelMe does not keep the thickness of a line"});
+        warnings.push_back({figure.name, "LabelMe does not show the thickness of a line"});
         shapes.push_back(ShapeOf(figure.name, "linestrip", PointsOf(figure)));
+        shapes.back()[kCarried] = ValuesOf(Describe(figure));
         return;
     }
     const Loops loops = LoopsOf(figure);
     if (loops.outer.empty()) {
         warnings.push_back({figure.name, "it encloses nothing and is left out"});
     } else if (!loops.holes.empty()) {
-        warnings.push_back({figure.name, "LabelMe keeps the outer edge alone, and not the hole"});
+        warnings.push_back({figure.name, "LabelMe shows the outer edge alone, and not the hole"});
     } else if (figure.type->contents != Contents::geometry) {
-        warnings.push_back({figure.name, "LabelMe keeps the outline and not the parameters"});
+        warnings.push_back({figure.name, "LabelMe shows the outline and not the parameters"});
     }
     for (const Loop& loop : loops.outer) {
         shapes.push_back(ShapeOf(figure.name, "polygon", loop));
     }
+    if (loops.outer.size() == 1) {
+        shapes.back()[kCarried] = ValuesOf(Describe(figure));
+    }
 }
 
-ForeignFigure FigureOf(const json& shape, Reading& reading) {
-    const std::string name = shape.at("label");
-    const std::string type = shape.value("shape_type", "polygon");
-    std::vector<ImagePoint> points;
-    for (const json& position : shape.at("points")) {
-        points.emplace_back(position.at(0).get<double>() - kHalf, position.at(1).get<double>() - kHalf);
-    }
+ForeignFigure FigureOf(const std::string& name, const std::string& type, const std::vector<ImagePoint>& points,
+                       Reading& reading) {
     if (type == "line" || type == "linestrip") {
         return LineFigure(name, points, 1.0);
     }
@@ -68,13 +67,23 @@ ForeignFigure FigureOf(const json& shape, Reading& reading) {
     return RegionFigure(name, {points}, reading);
 }
 
+ForeignFigure FigureIn(const json& shape, Reading& reading) {
+    std::vector<ImagePoint> points;
+    for (const json& position : shape.at("points")) {
+        points.emplace_back(position.at(0).get<double>() - kHalf, position.at(1).get<double>() - kHalf);
+    }
+    ForeignFigure figure = FigureOf(shape.at("label"), shape.value("shape_type", "polygon"), points, reading);
+    TakeCarried(shape, {points}, figure, reading);
+    return figure;
+}
+
 }  // namespace
 
 std::vector<ForeignFigure> ReadLabelMe(std::string_view bytes, Reading& reading) {
     const json whole = ParseJsonText(bytes);
     std::vector<ForeignFigure> figures;
     for (const json& shape : whole.at("shapes")) {
-        figures.push_back(FigureOf(shape, reading));
+        figures.push_back(FigureIn(shape, reading));
     }
     return figures;
 }
