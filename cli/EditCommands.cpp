@@ -27,35 +27,11 @@ struct AddOptions {
     UserPath mask;
 };
 
-// 255 where an image of one channel is above 0, and 0 elsewhere.
-Raster AboveZero(const RasterView& image) {
-    Raster mask(image.size, 1, Depth::u8);
-    InType(image.depth, [&](auto* type) {
-        using Value = std::remove_pointer_t<decltype(type)>;
-        for (int y = 0; y < image.size.height; ++y) {
-            const auto* const row = image.Row<Value>(y);
-            std::transform(row, row + image.size.width, mask.Row<std::uint8_t>(y),
-                           [](Value value) -> std::uint8_t { return value > 0 ? 255 : 0; });
-        }
-    });
-    return mask;
-}
-
-// The rectangle is given the size at which its box covers the image's pixels one for one, and lies at their place.
-void GiveMask(const Figure& figure, const UserPath& path) {
-    const auto mask = figure.As<IROIMask>();
-    if (!mask) {
-        throw UsageError("cannot take --mask", figure.type->name, "only ROIMask has an image");
-    }
+void TakeMask(const Figure& figure, const UserPath& path) {
     if (StartOfFile(path, 2) == "\xFF\xD8") {
         throw UsageError("cannot take --mask", path.Typed(), "a JPEG does not keep the marks as they are; use a PNG");
     }
-    const Raster image = Luma(LoadImage(path));
-    SetMaskImage(figure, image.Depth() == Depth::u8 ? image.View() : AboveZero(image.View()).View());
-    const double right = image.Size().width - 1.0;
-    const double bottom = image.Size().height - 1.0;
-    mask->SetSize(right, bottom);
-    mask->SetCenter(0.5 * right, 0.5 * bottom);
+    GiveMask(figure, Luma(LoadImage(path)).View());
 }
 
 void AddFigure(const AddOptions& options) {
@@ -66,7 +42,7 @@ void AddFigure(const AddOptions& options) {
             SetPoints(figure, options.points);
         }
         if (!options.mask.Typed().empty()) {
-            GiveMask(figure, options.mask);
+            TakeMask(figure, options.mask);
         }
         SetParameters(figure, options.values);
     });

@@ -1,6 +1,7 @@
 // The one kind of error that the host throws: what failed, on what, and why.
 #pragma once
 
+#include <cerrno>
 #include <stdexcept>
 #include <string_view>
 
@@ -25,6 +26,9 @@ class Error : public std::runtime_error {
   private:
     ErrorKind m_kind;
 };
+
+/// What sort of failure a code of the system is.
+constexpr ErrorKind KindOf(int code) noexcept { return code == ENOENT ? ErrorKind::missingFile : ErrorKind::failed; }
 
 /// A mistake of the caller's.
 inline Error UsageError(std::string_view what, std::string_view subject, std::string_view why) {

@@ -5,7 +5,8 @@
 
 namespace host {
 
-/// The folder of the running program when the modules lie there, or else where an installation puts them.
+/// The folder of the running program, or of the library that the host is part of, when the modules lie there, or else
+/// where an installation puts them.
 std::filesystem::path DefaultModuleFolder();
 
 }  // namespace host

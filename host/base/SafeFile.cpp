@@ -169,7 +169,9 @@ bool WriteOver(const std::filesystem::path& path, std::string_view bytes) {
 }  // namespace
 
 std::string ReadWholeFile(std::string_view kind, const UserPath& path, std::size_t largest) {
-    const auto fail = [&](int code) { return Error(fmt::format("cannot read {}", kind), path.Typed(), Reason(code)); };
+    const auto fail = [&](int code) {
+        return Error(fmt::format("cannot read {}", kind), path.Typed(), Reason(code), KindOf(code));
+    };
     const Descriptor file(open(path.Absolute().c_str(), O_RDONLY | O_CLOEXEC));
     if (file.Number() < 0) {
         throw fail(errno);

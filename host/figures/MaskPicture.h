@@ -10,6 +10,11 @@ namespace host {
 /// Error when the framework cannot hold it.
 void SetMaskImage(const Figure& figure, const RasterView& image);
 
+/// Gives a mask figure an image of one channel and any depth, copied: every value above 0 marks a pixel. The rectangle
+/// is given the size at which its box covers the image's pixels one for one, and lies at their place. Throws a usage
+/// error for other classes, and Error as SetMaskImage does.
+void GiveMask(const Figure& figure, const RasterView& image);
+
 /// Whether a figure is a mask that has an image.
 bool HasMaskImage(const Figure& figure) noexcept;
 

@@ -12,32 +12,27 @@ namespace host {
 
 namespace {
 
-// Calls `body` for every row with its number and its first value, in the type of the depth.
-template <class Body>
-void ForEachRow(const RasterView& image, Body body) {
+// Makes a plane of as many pixels: `make` gives the value of a pixel, whose first channel it is called with, and the
+// step from channel to channel.
+template <class Value, class Make>
+Raster PlaneOf(const RasterView& image, Depth depth, Make make) {
+    Raster plane(image.size, 1, depth);
     InType(image.depth, [&](auto* type) {
-        using Value = std::remove_pointer_t<decltype(type)>;
+        using Stored = std::remove_pointer_t<decltype(type)>;
+        constexpr auto kSize = static_cast<std::ptrdiff_t>(sizeof(Stored));
         for (int y = 0; y < image.size.height; ++y) {
-            body(y, image.Row<Value>(y));
-        }
-    });
-}
-
-// The channels that are no alpha and are shown: red, green and blue, or the grey alone.
-int Colours(const PageInfo& page) noexcept { return page.isColour ? 3 : 1; }
-
-// A raster as it is made: in rows without gaps.
-Raster FirstChannel(const Image& image) {
-    const RasterView from = image.pixels.View();
-    Raster plane(from.size, 1, from.depth);
-    ForEachRow(from, [&](int y, const auto* values) {
-        auto* const to = plane.Row<std::remove_cvref_t<decltype(*values)>>(y);
-        for (int x = 0; x < from.size.width; ++x) {
-            to[x] = values[x * from.channels];
+            auto* const to = plane.Row<std::conditional_t<std::is_void_v<Value>, Stored, Value>>(y);
+            const auto* from = image.Row<Stored>(y);
+            for (int x = 0; x < image.size.width; ++x, from += image.columnStride / kSize) {
+                to[x] = make(from, image.channelStride / kSize);
+            }
         }
     });
     return plane;
 }
+
+// The channels that are no alpha and are shown: red, green and blue, or the grey alone.
+int Colours(const PageInfo& page) noexcept { return page.isColour ? 3 : 1; }
 
 std::optional<Format> FormatFor(const UserPath& path) {
     constexpr std::pair<std::string_view, Format> kEndings[] = {{".png", Format::png},
@@ -67,36 +62,33 @@ Image LoadImage(const ImageName& name, Damage damage) {
 }
 
 Raster Luma(const Image& image) {
-    if (image.page.channels == 1) {
-        return image.pixels;
-    }
-    if (!image.page.isColour) {
-        return FirstChannel(image);
-    }
-    Raster luma(image.pixels.Size(), 1, Depth::f64);
-    ForEachRow(image.pixels.View(), [&](int y, const auto* rgb) {
-        double* const to = luma.Row<double>(y);
-        for (int x = 0; x < image.pixels.Size().width; ++x, rgb += image.page.channels) {
-            to[x] = 0.299 * static_cast<double>(rgb[0]) + 0.587 * static_cast<double>(rgb[1]) +
-                    0.114 * static_cast<double>(rgb[2]);
-        }
-    });
-    return luma;
+    return image.page.channels == 1 ? image.pixels : Luma(image.page, image.pixels.View());
 }
 
-std::vector<Channel> Channels(const Image& image) {
-    const RasterView view = image.pixels.View();
-    const int colours = Colours(image.page);
-    if (view.channels == 1 + (image.page.hasAlpha ? 1 : 0)) {
-        return {{"L", view.Channel(0)}};
+Raster Luma(const PageInfo& page, const RasterView& pixels) {
+    if (!page.isColour) {
+        return PlaneOf<void>(pixels, pixels.depth, [](const auto* value, std::ptrdiff_t) { return *value; });
+    }
+    return PlaneOf<double>(pixels, Depth::f64, [](const auto* rgb, std::ptrdiff_t step) {
+        return 0.299 * static_cast<double>(rgb[0]) + 0.587 * static_cast<double>(rgb[step]) +
+               0.114 * static_cast<double>(rgb[2 * step]);
+    });
+}
+
+std::vector<Channel> Channels(const Image& image) { return Channels(image.page, image.pixels.View()); }
+
+std::vector<Channel> Channels(const PageInfo& page, const RasterView& pixels) {
+    const int colours = Colours(page);
+    if (pixels.channels == 1 + (page.hasAlpha ? 1 : 0)) {
+        return {{"L", pixels.Channel(0)}};
     }
     std::vector<Channel> channels;
-    for (int i = 0; i < view.channels; ++i) {
-        const bool isAlpha = image.page.hasAlpha && i == colours;
-        const std::string name = image.page.isColour && i < colours ? std::string(1, "RGB"[i])
-                                 : isAlpha                          ? "A"
-                                                                    : std::to_string(i + 1);
-        channels.push_back({name, view.Channel(i)});
+    for (int i = 0; i < pixels.channels; ++i) {
+        const bool isAlpha = page.hasAlpha && i == colours;
+        const std::string name = page.isColour && i < colours ? std::string(1, "RGB"[i])
+                                 : isAlpha                    ? "A"
+                                                              : std::to_string(i + 1);
+        channels.push_back({name, pixels.Channel(i)});
     }
     return channels;
 }

@@ -18,6 +18,8 @@ Image LoadImage(const ImageName& name, Damage damage = Damage::refused);
 /// The one plane that is measured: of a colour image the luma 0.299 R + 0.587 G + 0.114 B in double precision, of any
 /// other its first channel in its own depth. Alpha is dropped and touches nothing.
 Raster Luma(const Image& image);
+/// The same of pixels that lie elsewhere; `page` says what their channels are. A plane of its own rows.
+Raster Luma(const PageInfo& page, const RasterView& pixels);
 
 /// One plane of an image and its name; a view of the image, whose pixels must live as long.
 struct Channel {
@@ -28,6 +30,7 @@ struct Channel {
 /// The planes of a colour image as R, G, B and, where it has one, A; a grey image, without its alpha, as L. Channels
 /// that are neither are called by their numbers, from 1.
 std::vector<Channel> Channels(const Image& image);
+std::vector<Channel> Channels(const PageInfo& page, const RasterView& pixels);
 
 /// Whether the ending of the path names a format that SaveImage writes: PNG, JPEG or TIFF.
 bool IsImageEnding(const UserPath& path);

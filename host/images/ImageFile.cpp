@@ -65,6 +65,8 @@ const Signature* SignatureOf(std::string_view start) noexcept {
     return found != std::end(kSignatures) ? found : nullptr;
 }
 
+constexpr const char* kUnreadable = "cannot read image";
+
 struct Closed {
     void operator()(std::FILE* file) const noexcept { std::fclose(file); }
 };
@@ -103,7 +105,7 @@ File Opened(const std::filesystem::path& path) {
     File file(std::fopen(path.c_str(), "rbe"));
     struct stat status {};
     if (!file || fstat(fileno(file.get()), &status) != 0) {
-        throw std::runtime_error(Reason(errno));
+        throw std::system_error(errno, std::generic_category());
     }
     return S_ISREG(status.st_mode) ? std::move(file) : Copied(file.get());
 }
@@ -181,6 +183,8 @@ ImageFile::ImageFile(const ImageName& name, Damage damage)
         Open();
     } catch (const Error&) {
         throw;
+    } catch (const std::system_error& failure) {
+        throw Error(kUnreadable, m_typed, failure.what(), KindOf(failure.code().value()));
     } catch (const std::runtime_error& failure) {
         throw Unreadable(failure.what());
     }
@@ -223,7 +227,7 @@ void ImageFile::Open() {
     CheckFault();
 }
 
-Error ImageFile::Unreadable(std::string_view why) const { return {"cannot read image", m_typed, why}; }
+Error ImageFile::Unreadable(std::string_view why) const { return {kUnreadable, m_typed, why}; }
 
 // Throws what the codec has found wrong, or takes it.
 void ImageFile::CheckFault() {

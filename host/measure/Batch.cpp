@@ -26,14 +26,21 @@ struct Planes {
     Planes& operator=(const Planes&) = delete;
 };
 
+template <class Result>
+bool IsReady(const std::future<Result>& result) {
+    return result.wait_for(std::chrono::seconds(0)) == std::future_status::ready;
+}
+
+}  // namespace
+
 std::vector<std::vector<Cell>> MeasureFigures(const UserPath& image, const std::vector<Figure>& figures,
-                                              const std::vector<View>& views, const Planes& planes,
-                                              const Columns& columns) {
+                                              const std::vector<View>& views, const std::vector<Channel>& channels,
+                                              bool damaged, const Columns& columns) {
     std::vector<std::vector<Cell>> rows;
     for (std::size_t i = 0; i < figures.size(); ++i) {
-        for (const Channel& channel : planes.channels) {
-            const Measured measured{image,   figures[i],           views[i],
-                                    channel, planes.image.damaged, Measure(channel.values, views[i].pixels)};
+        for (const Channel& channel : channels) {
+            const Measured measured{image,   figures[i], views[i],
+                                    channel, damaged,    Measure(channel.values, views[i].pixels)};
             std::vector<Cell> row;
             for (const Column* column : columns) {
                 row.push_back(column->fill(measured));
@@ -43,13 +50,6 @@ std::vector<std::vector<Cell>> MeasureFigures(const UserPath& image, const std::
     }
     return rows;
 }
-
-template <class Result>
-bool IsReady(const std::future<Result>& result) {
-    return result.wait_for(std::chrono::seconds(0)) == std::future_status::ready;
-}
-
-}  // namespace
 
 Regions::Regions(const RoiSet& set, PixelRule rule) {
     for (const Figure& figure : set.Figures()) {
@@ -109,6 +109,15 @@ void Batch::Read() {
     }
 }
 
+Views Batch::ViewsIn(PixelSize image) {
+    if (!m_options.alone) {
+        return m_regions.In(image);
+    }
+    Views views;
+    m_options.alone([&] { views = m_regions.In(image); });
+    return views;
+}
+
 // Starts to measure the first of the images that are read, once it is.
 void Batch::MeasureFront() {
     Pending<Image> front = std::move(m_reading.front());
@@ -116,11 +125,12 @@ void Batch::MeasureFront() {
     std::future<Rows> rows;
     try {
         Image image = front.result.get();
-        Views views = m_regions.In(image.pixels.Size());
-        rows = m_workers.Run([this, path = front.image, image = std::move(image), views = std::move(views)]() mutable {
+        const Views views = ViewsIn(image.pixels.Size());
+        rows = m_workers.Run([this, path = front.image, image = std::move(image), views]() mutable {
             const Planes planes(std::move(image), m_options.channels);
-            return Rows{MeasureFigures(path, m_set.Figures(), *views, planes, m_options.columns),
-                        planes.image.page.warnings};
+            return Rows{
+                MeasureFigures(path, m_set.Figures(), *views, planes.channels, planes.image.damaged, m_options.columns),
+                planes.image.page.warnings};
         });
     } catch (...) {
         std::promise<Rows> failed;

@@ -7,6 +7,7 @@
 
 #include <deque>
 #include <exception>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -36,12 +37,20 @@ class Regions {
     Views m_views;
 };
 
+/// A row for every figure and each of its channels: `views` are what the image shows of the figures, in their order.
+/// Asks the module nothing, so any thread may do it.
+std::vector<std::vector<Cell>> MeasureFigures(const UserPath& image, const std::vector<Figure>& figures,
+                                              const std::vector<View>& views, const std::vector<Channel>& channels,
+                                              bool damaged, const Columns& columns);
+
 struct BatchOptions {
     Columns columns;
     bool channels = false;  ///< a row for every channel of a colour image
     PixelRule rule = PixelRule::outline;
     Damage damage = Damage::refused;
     unsigned int jobs = 1;
+    /// Runs what asks the module, within Next, where others may ask it, too. None runs it as it is.
+    std::function<void(const std::function<void()>&)> alone = {};
 };
 
 class Batch {
@@ -74,6 +83,7 @@ class Batch {
 
     void Read();
     void MeasureFront();
+    Views ViewsIn(PixelSize image);
 
     const RoiSet& m_set;
     ImageList& m_images;

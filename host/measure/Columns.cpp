@@ -94,6 +94,8 @@ const Column& ColumnNamed(const std::string& name) {
 
 }  // namespace
 
+std::span<const Column> AllColumns() noexcept { return kColumns; }
+
 Columns PickColumns(const std::string& list, bool channels) {
     Columns columns;
     if (list.empty()) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -29,6 +30,9 @@ struct Column {
     const char* meaning;
     Cell (*fill)(const Measured& measured);
 };
+
+/// All columns, in the order in which people are told of them.
+std::span<const Column> AllColumns() noexcept;
 
 using Columns = std::vector<const Column*>;
 

@@ -53,6 +53,7 @@ class RoiSet {
     const std::vector<Figure>& Figures() const noexcept { return m_figures; }
     /// The figure of that name. Throws Error, with the nearest name, when there is none.
     const Figure& At(const std::string& name) const;
+    Figure& At(const std::string& name) { return m_figures[IndexOf(name)]; }
 
     /// Appends a figure with its class's defaults. Throws Error for a bad or taken name or class.
     Figure& Add(const Session& session, const std::string& name, const std::string& className);

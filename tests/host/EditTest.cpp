@@ -250,7 +250,7 @@ TEST_F(Edit, EveryMistakeIsOneLineAndLeavesTheSetAlone) {
         {{"add", "a.roi", "ROIDonut", "--name", "\xC3"}, 2, "bad figure name: \xC3: not UTF-8"},
         {{"add", "a.roi", "ROIDonut", "--name", std::string(201, 'n')}, 2, "bad figure name: nnn"},
         {{"add", "a.roi", "ROIDonut", "--name", "n", "--points", "1,2"}, 2, "cannot take points: ROIDonut: "},
-        {{"add", "a.roi", "ROIDonut", "--name", "n", "--mask", "mask.png"}, 2, "cannot take --mask: ROIDonut: "},
+        {{"add", "a.roi", "ROIDonut", "--name", "n", "--mask", "mask.png"}, 2, "cannot take a mask: ROIDonut: "},
         {{"add", "a.roi", "ROIMask", "--name", "n", "--mask", "a.roi"}, 1, "cannot read image: a.roi: "},
         {{"add", "a.roi", "ROIProfile", "--name", "n", "--points", "1;2"}, 2, "not a point: 1;2: "},
         {{"add", "no/folder.roi", "ROIDonut", "--name", "n"}, 1, "cannot write set: no/folder.roi: "},
