@@ -1,19 +1,19 @@
 """Plain values that figures give."""
 
-from typing import Any, List, NamedTuple, Union
+import typing
 
 
-class Node(NamedTuple):
+class Node(typing.NamedTuple):
     """A node of a figure, at the point (x, y) in image pixels."""
 
-    node: Union[int, str]
+    node: typing.Union[int, str]
     meaning: str
     x: float
     y: float
 
 
-class Outline(NamedTuple):
+class Outline(typing.NamedTuple):
     """Loops around a figure and around its holes: arrays of shape (n, 2)."""
 
-    outer: List[Any]
-    holes: List[Any]
+    outer: typing.List[typing.Any]
+    holes: typing.List[typing.Any]

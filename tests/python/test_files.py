@@ -41,7 +41,8 @@ def test_other_programs_files_are_read_and_written(tmp_path):
     figures = roi.Set()
     figures.add("ROIEllipse", "cell", CenterX=30, CenterY=20, RadiusX=10, RadiusY=7)
     figures.add("ROIRectangle", "box", CenterX=50, CenterY=40, Width=20, Height=10)
-    figures.export(tmp_path / "RoiSet.zip")
+    with pytest.warns(roi.FigureWarning, match="box: ImageJ keeps"):
+        figures.export(tmp_path / "RoiSet.zip")
     read = roi.read(tmp_path / "RoiSet.zip")
     assert list(read) == ["cell", "box"] and read["cell"]["RadiusX"] == 10
     figures.save(tmp_path / "cells.roi")
@@ -94,6 +95,8 @@ def test_notebooks_show_sets_and_figures(every_class):
 
 def test_stubs_are_what_the_package_is():
     pytest.importorskip("mypy")
-    done = subprocess.run([sys.executable, "-m", "mypy.stubtest", "roi", "--ignore-missing-stub"],
-                          capture_output=True, text=True, env={**os.environ, "MYPYPATH": os.path.dirname(roi.__path__[0])})
+    # The metaclass is pybind11's, and only a set makes a FileTables.
+    done = subprocess.run([sys.executable, "-m", "mypy.stubtest", "roi", "--ignore-missing-stub", "--allowlist", "/dev/stdin"],
+                          input="roi.Figure\nroi.FileTables.__init__", capture_output=True, text=True,
+                          env={**os.environ, "MYPYPATH": os.path.dirname(roi.__path__[0])})
     assert done.returncode == 0, done.stdout + done.stderr
