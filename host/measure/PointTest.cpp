@@ -10,8 +10,8 @@ namespace host {
 
 namespace {
 
-// Where an edge lies within the rows from top to bottom, all of it where these are no numbers, with room for the rounding
-// of its x.
+// Where an edge lies within the rows from top to bottom, all of it where these are no numbers, with room for the
+// rounding of its x.
 std::pair<double, double> ReachOf(const Edge& edge, double top, double bottom) noexcept {
     const double first = edge.X(top > edge.top ? std::min(top, edge.bottom) : edge.top);
     const double last = edge.X(bottom < edge.bottom ? std::max(bottom, edge.top) : edge.bottom);
