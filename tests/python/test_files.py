@@ -41,7 +41,7 @@ def test_other_programs_files_are_read_and_written(tmp_path):
     figures = roi.Set()
     figures.add("ROIEllipse", "cell", CenterX=30, CenterY=20, RadiusX=10, RadiusY=7)
     figures.add("ROIRectangle", "box", CenterX=50, CenterY=40, Width=20, Height=10)
-    with pytest.warns(roi.FigureWarning, match="box: ImageJ keeps"):
+    with pytest.warns(roi.FigureWarning, match="box: ImageJ"):
         figures.export(tmp_path / "RoiSet.zip")
     read = roi.read(tmp_path / "RoiSet.zip")
     assert list(read) == ["cell", "box"] and read["cell"]["RadiusX"] == 10
