@@ -39,6 +39,8 @@ ImagePoint At(const Arc& arc, double angle) noexcept {
 // Follows the contours and keeps what rows cross.
 class Tracer {
   public:
+    explicit Tracer(LevelEdges level) : m_level(level) {}
+
     void Trace(const Contour& contour) {
         m_begun = false;
         for (const auto& piece : contour) {
@@ -105,11 +107,12 @@ class Tracer {
         return from.y <= to.y ? Edge{from.y, to.y, from.x, to.x, 1} : Edge{to.y, from.y, to.x, from.x, -1};
     }
     void Keep(const Edge& edge) {
-        if (edge.top < edge.bottom) {
+        if (edge.top < edge.bottom || m_level == LevelEdges::kept) {
             m_edges.push_back(edge);
         }
     }
 
+    LevelEdges m_level;
     std::vector<Edge> m_edges;
     bool m_begun = false;
     ImagePoint m_begin;
@@ -137,11 +140,11 @@ double Edge::Y(double x) const noexcept {
     return Between(top + (x - xTop) * (bottom - top) / (xBottom - xTop), top, bottom);
 }
 
-std::vector<Edge> EdgesOf(const Outline& outline) {
+std::vector<Edge> EdgesOf(const Outline& outline, LevelEdges level) {
     if (!IsFinite(outline)) {
         return {};
     }
-    Tracer tracer;
+    Tracer tracer(level);
     for (const Contour& contour : outline.contours) {
         tracer.Trace(contour);
     }

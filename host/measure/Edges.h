@@ -36,8 +36,10 @@ struct EdgeExtent {
     double bottom;
 };
 
-/// The edges of all contours, without level ones, which no row crosses. None when a coordinate is not a finite number.
-std::vector<Edge> EdgesOf(const Outline& outline);
+/// The edges of all contours. Level ones, which no row crosses, are left out unless wanted. None when a coordinate is
+/// not a finite number.
+enum class LevelEdges { leftOut, kept };
+std::vector<Edge> EdgesOf(const Outline& outline, LevelEdges level = LevelEdges::leftOut);
 
 EdgeExtent ExtentOf(const std::vector<Edge>& edges) noexcept;
 

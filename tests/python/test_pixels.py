@@ -31,6 +31,19 @@ def test_points_lie_inside_the_loops_of_the_outline(figure):
     assert figure.contains(np.empty((0, 2))).shape == (0,)
 
 
+@pytest.mark.parametrize("scale", [1, 1e-3, 1e-310, 1e9, 1e306])
+def test_many_points_are_answered_as_few_are(figure, scale):
+    if figure.class_name == "ROIMask" and scale != 1:
+        pytest.skip("an image has the size of its pixels")
+    ell = roi.Figure("ROIShape", points=[(10, 10), (70, 10), (70, 31), (40, 31), (40, 80), (10, 80)])
+    for tested in (figure, ell):
+        tested = roi.Figure("ROIShape", points=tested.outline().outer[0] * scale) if scale != 1 else tested
+        corners = np.concatenate(tested.outline().outer or [np.zeros((1, 2))])
+        points = np.random.default_rng(9).uniform((0, 0), (130, 90), (6000, 2)) * scale
+        points = np.concatenate([points, corners, corners[:, ::-1], [(np.nan, 5), (5, np.inf), (-np.inf, np.nan)]])
+        assert (tested.contains(points) == np.concatenate([tested.contains(part) for part in np.array_split(points, 9)])).all()
+
+
 def test_hits_are_the_module_s():
     ellipse = roi.Figure("ROIEllipse", CenterX=20, CenterY=30, RadiusX=16, RadiusY=4)
     # The module tests an ellipse as the circle of the same area.
@@ -43,7 +56,6 @@ def test_coverage_is_the_exact_area(figure):
     coverage = figure.coverage(SHAPE)
     assert coverage.min() == 0 and coverage.max() == 1
     assert ((coverage > 0) | ~figure.mask(SHAPE)).all()
-    x, y = np.concatenate([np.repeat(GRID, 2500, axis=0)[:0], GRID]).T
     fine = (np.arange(16) + 0.5) / 16 - 0.5
     sampled = np.mean([figure.contains(GRID + (dx, dy)) for dx in fine for dy in fine], axis=0).reshape(SHAPE)
     assert abs(coverage - sampled).max() < 0.07
