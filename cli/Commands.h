@@ -35,6 +35,7 @@ void AddDrawCommand(CLI::App& roi);
 void AddMaskCommand(CLI::App& roi);
 void AddLabelsCommand(CLI::App& roi);
 void AddProfileCommand(CLI::App& roi);
+void AddOpenCommand(CLI::App& roi);
 void AddImportCommand(CLI::App& roi);
 void AddExportCommand(CLI::App& roi);
 void AddUndoCommand(CLI::App& roi);

@@ -1,4 +1,4 @@
-// roi point: the polyline of a profile, point by point.
+// roi point: the points of a profile or a polygon, one by one.
 #include <fmt/format.h>
 
 #include <memory>
@@ -6,6 +6,7 @@
 #include "cli/Commands.h"
 #include "host/base/Error.h"
 #include "host/base/Text.h"
+#include "host/figures/Points.h"
 #include "host/sets/RoiSet.h"
 
 namespace host::cli {
@@ -20,83 +21,52 @@ struct PointOptions {
     std::vector<std::string> arguments;
 };
 
-// The arguments of one action, read against the profile that they edit.
-class Polyline {
-  public:
-    Polyline(const Figure& figure, const PointOptions& options)
-        : m_profile(figure.As<IROIProfile>()), m_options(options) {
-        if (!m_profile) {
-            throw UsageError("cannot edit points", figure.name, "only a ROIProfile has points to edit");
-        }
+void Expect(bool sound, const char* form) {
+    if (!sound) {
+        throw UsageError("usage", "roi point", fmt::format("write roi point SET NAME {}", form));
     }
+}
 
-    void Add() {
-        Expect(!m_options.arguments.empty(), "add X,Y...");
-        for (const std::string& text : m_options.arguments) {
-            const ImagePoint point(text);
-            Require(m_profile->AddPoint(point.x, point.y));
-        }
+// The first argument.
+int IndexOf(const PointOptions& options) {
+    const auto index = ParseInteger(options.arguments.front());
+    if (!index) {
+        throw UsageError("no such point", options.arguments.front(), "points are counted from 0");
     }
-    void Insert() {
-        const ImagePoint point = IndexedPoint("insert INDEX X,Y");
-        Require(m_profile->InsertPoint(Index(Count()), point.x, point.y));
-    }
-    void Move() {
-        const ImagePoint point = IndexedPoint("move INDEX X,Y");
-        Require(m_profile->SetPoint(Index(Count() - 1), point.x, point.y));
-    }
-    void Remove() {
-        Expect(m_options.arguments.size() == 1, "remove INDEX");
-        Require(m_profile->RemovePoint(Index(Count() - 1)));
-    }
+    return *index;
+}
 
-  private:
-    int Count() const {
-        int count = 0;
-        m_profile->GetNumberPoints(&count);
-        return count;
+void Add(Figure& figure, const PointOptions& options) {
+    Expect(!options.arguments.empty(), "add X,Y...");
+    for (const std::string& text : options.arguments) {
+        AddPoint(figure, ImagePoint(text));
     }
+}
 
-    static void Expect(bool sound, const char* form) {
-        if (!sound) {
-            throw UsageError("usage", "roi point", fmt::format("write roi point SET NAME {}", form));
-        }
-    }
+void Insert(Figure& figure, const PointOptions& options) {
+    Expect(options.arguments.size() == 2, "insert INDEX X,Y");
+    InsertPoint(figure, IndexOf(options), ImagePoint(options.arguments[1]));
+}
 
-    ImagePoint IndexedPoint(const char* form) const {
-        Expect(m_options.arguments.size() == 2, form);
-        return ImagePoint(m_options.arguments[1]);
-    }
+void Move(Figure& figure, const PointOptions& options) {
+    Expect(options.arguments.size() == 2, "move INDEX X,Y");
+    MovePoint(figure, IndexOf(options), ImagePoint(options.arguments[1]));
+}
 
-    // The first argument as an index from 0 to `last`.
-    int Index(int last) const {
-        const std::string& text = m_options.arguments.front();
-        const auto index = ParseInteger(text);
-        if (!index || *index < 0 || *index > last) {
-            throw UsageError("no such point", text, fmt::format("the profile has {} points, counted from 0", Count()));
-        }
-        return *index;
-    }
+void Remove(Figure& figure, const PointOptions& options) {
+    Expect(options.arguments.size() == 1, "remove INDEX");
+    RemovePoint(figure, IndexOf(options));
+}
 
-    void Require(Result result) const {
-        if (Failed(result)) {
-            throw Error("cannot edit points", m_options.name, "out of memory");
-        }
-    }
+constexpr std::pair<const char*, void (*)(Figure&, const PointOptions&)> kActions[] = {
+    {"add", Add}, {"insert", Insert}, {"move", Move}, {"remove", Remove}};
 
-    SmartPtr<IROIProfile> m_profile;
-    const PointOptions& m_options;
-};
-
-constexpr std::pair<const char*, void (Polyline::*)()> kActions[] = {
-    {"add", &Polyline::Add}, {"insert", &Polyline::Insert}, {"move", &Polyline::Move}, {"remove", &Polyline::Remove}};
-
-void EditPointsIn(const RoiSet& set, const PointOptions& options) {
-    Polyline polyline(set.At(options.name), options);
+void EditPointsIn(RoiSet& set, const PointOptions& options) {
+    Figure& figure = set.At(options.name);
     std::vector<std::string> known;
     for (const auto& [name, edit] : kActions) {
         if (options.action == name) {
-            (polyline.*edit)();
+            edit(figure, options);
             return;
         }
         known.emplace_back(name);
@@ -106,17 +76,17 @@ void EditPointsIn(const RoiSet& set, const PointOptions& options) {
 
 void EditPoints(const PointOptions& options) {
     const Session session;
-    Edit(session, options.set, options.edit, [&options](const RoiSet& set) { EditPointsIn(set, options); });
+    Edit(session, options.set, options.edit, [&options](RoiSet& set) { EditPointsIn(set, options); });
 }
 
 }  // namespace
 
 void AddPointCommand(CLI::App& roi) {
-    CLI::App& command = AddCommand(roi, "point", "Adds, inserts, moves or removes points of a profile",
+    CLI::App& command = AddCommand(roi, "point", "Adds, inserts, moves or removes points of a profile or a polygon",
                                    "roi point part.roi scan insert 1 520,505.5");
     const auto options = std::make_shared<PointOptions>();
     AddSetArgument(command, options->set);
-    AddArgument(command, "NAME", options->name, "Name of the profile");
+    AddArgument(command, "NAME", options->name, "Name of the figure");
     command
         .add_option("ACTION", options->action,
                     "add X,Y... | insert INDEX X,Y | move INDEX X,Y | remove INDEX; indices count from 0")

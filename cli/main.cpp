@@ -36,6 +36,7 @@ void AddCommands(CLI::App& roi) {
     AddMaskCommand(roi);
     AddLabelsCommand(roi);
     AddProfileCommand(roi);
+    AddOpenCommand(roi);
     AddExportCommand(roi);
     AddImportCommand(roi);
     AddUndoCommand(roi);

@@ -10,6 +10,7 @@ pkg_check_modules(libzip REQUIRED IMPORTED_TARGET GLOBAL libzip)
 pkg_check_modules(libpng REQUIRED IMPORTED_TARGET GLOBAL libpng)
 pkg_check_modules(libjpeg REQUIRED IMPORTED_TARGET GLOBAL libjpeg)
 pkg_check_modules(libtiff REQUIRED IMPORTED_TARGET GLOBAL libtiff-4)
+pkg_check_modules(httplib REQUIRED IMPORTED_TARGET GLOBAL cpp-httplib)
 pkg_check_modules(vips REQUIRED IMPORTED_TARGET GLOBAL vips)
 pkg_check_modules(cairo REQUIRED IMPORTED_TARGET GLOBAL cairo-svg cairo-pdf)
 

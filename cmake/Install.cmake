@@ -5,7 +5,7 @@ install(FILES README.md CHANGELOG.md DESTINATION ${ROI_DOC_DIR} COMPONENT Runtim
 install(DIRECTORY docs DESTINATION ${ROI_DOC_DIR} COMPONENT Runtime)
 if(ROI_HOST)
     install(TARGETS roi RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT Runtime)
-    install(TARGETS Collections CollectionsEx CIF Geometry ImageCodecs VipsCodecs CairoCanvas
+    install(TARGETS Collections CollectionsEx CIF Geometry ImageCodecs VipsCodecs CairoCanvas Workbench
         LIBRARY DESTINATION ${ROI_MODULE_DIR} COMPONENT Runtime)
     install(FILES ${PROJECT_BINARY_DIR}/roi.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT Runtime)
     install(FILES ${PROJECT_BINARY_DIR}/roi.bash RENAME roi

@@ -22,6 +22,10 @@ struct Arc {
 /// A closed curve: corners and arcs in order, joined by straight lines, the last to the first.
 using Contour = std::vector<std::variant<ImagePoint, Arc>>;
 
+/// The curve as a polygon, its arcs as chords at most `tolerance` pixels off: at least eight for each arc, and at most
+/// 16,384 whatever that needs. The first corner does not come again.
+std::vector<ImagePoint> CornersOf(const Contour& contour, double tolerance);
+
 /// What lies inside by the nonzero rule: a point belongs to the region when the contours run around it, taken
 /// together, a number of times that is not 0. Contours that run in opposite directions cancel, those that run in the
 /// same one count once.

@@ -109,6 +109,13 @@ std::vector<NamedValue> Named(const Values& values) {
 
 }  // namespace
 
+const char* UnitOf(const NamedValue& value) noexcept {
+    if (IsAngle(value.name)) {
+        return "degrees";
+    }
+    return std::holds_alternative<double>(value.value) && value.name != "FixedAspect" ? "px" : "";
+}
+
 std::vector<NamedValue> Settable(std::vector<NamedValue> values) {
     std::erase_if(values, [](const NamedValue& value) { return !value.IsState(); });
     return values;

@@ -20,6 +20,9 @@ void ApplyParameterList(const Figure& figure, INamedCollection& list);
 /// The entries of a figure's parameter list, angles to 15 digits; none for a figure without any.
 std::vector<NamedValue> ReadParameters(const Figure& figure);
 
+/// "degrees" for an angle, "px" for a length, and nothing for a ratio, a flag and an action.
+const char* UnitOf(const NamedValue& value) noexcept;
+
 /// Those of the values that can be set and mean something when they are.
 std::vector<NamedValue> Settable(std::vector<NamedValue> values);
 

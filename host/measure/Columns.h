@@ -36,6 +36,9 @@ std::span<const Column> AllColumns() noexcept;
 
 using Columns = std::vector<const Column*>;
 
+/// All columns there are.
+std::span<const Column> AllColumns() noexcept;
+
 /// The columns of a list `a,b,c`, in its order; without a list those that are always there, and the channel
 /// where there are several. Throws a usage error, with the nearest name, for an unknown column, and for
 /// one that comes twice.

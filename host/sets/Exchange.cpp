@@ -96,7 +96,11 @@ const FigureFormat& FormatFor(const UserPath& path, const std::string& name, std
 
 std::vector<Warning> ImportFigures(const Session& session, RoiSet& set, const UserPath& path,
                                    const std::string& formatName) {
-    const std::string bytes = ReadWholeFile("figures", path, kLargest);
+    return ImportFigures(session, set, path, formatName, ReadWholeFile("figures", path, kLargest));
+}
+
+std::vector<Warning> ImportFigures(const Session& session, RoiSet& set, const UserPath& path,
+                                   const std::string& formatName, std::string_view bytes) {
     const FigureFormat& format = FormatFor(path, formatName, bytes);
     Reading reading;
     std::vector<Warning> warnings;

@@ -18,5 +18,8 @@ const FigureFormat& FormatFor(const UserPath& path, const std::string& name, std
 /// that were there. Throws Error, with the set changed in part, for a file that cannot be read.
 std::vector<Warning> ImportFigures(const Session& session, RoiSet& set, const UserPath& path,
                                    const std::string& formatName);
+/// The same with the bytes of a file; `path` names it and is not opened.
+std::vector<Warning> ImportFigures(const Session& session, RoiSet& set, const UserPath& path,
+                                   const std::string& formatName, std::string_view bytes);
 
 }  // namespace host

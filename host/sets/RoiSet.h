@@ -54,6 +54,7 @@ class RoiSet {
     /// The figure of that name. Throws Error, with the nearest name, when there is none.
     const Figure& At(const std::string& name) const;
     Figure& At(const std::string& name) { return m_figures[IndexOf(name)]; }
+    bool Has(const std::string& name) const noexcept { return m_index.contains(name); }
 
     /// Appends a figure with its class's defaults. Throws Error for a bad or taken name or class.
     Figure& Add(const Session& session, const std::string& name, const std::string& className);

@@ -151,6 +151,18 @@ void SaveMaskImage(const Figure& figure, FolderArchive& archive, std::uint64_t& 
     archive.Put(FolderOf(figure) + "/mask.png", {png.begin(), png.end()});
 }
 
+// Copies the blocks of a figure from one archive to another.
+void KeepBlocks(const Figure& figure, const FolderArchive& from, FolderArchive& to, std::uint64_t& pixelsLeft) {
+    const std::string folder = FolderOf(figure) + '/';
+    const auto& blocks = from.Blocks();
+    for (auto at = blocks.lower_bound(folder); at != blocks.end() && at->first.starts_with(folder); ++at) {
+        to.Put(at->first, at->second);
+    }
+    if (const FolderArchive::Block* const png = to.Find(folder + "mask.png")) {
+        TakePixels(figure, DeclaredPixels(*png).value_or(0), pixelsLeft);
+    }
+}
+
 void LoadMaskImage(const Figure& figure, const FolderArchive& archive, std::uint64_t& pixelsLeft) {
     if (const FolderArchive::Block* png = archive.Find(FolderOf(figure) + "/mask.png")) {
         const auto declared = DeclaredPixels(*png);
@@ -213,11 +225,20 @@ void LoadFigure(Figure& figure, const std::shared_ptr<FolderArchive>& archive, s
 }  // namespace
 
 std::shared_ptr<FolderArchive> PackFigures(const std::vector<Figure>& figures) {
+    return PackFigures(figures, {}, [](const std::string&) { return false; });
+}
+
+std::shared_ptr<FolderArchive> PackFigures(const std::vector<Figure>& figures, const FolderArchive& before,
+                                           const std::function<bool(const std::string&)>& isKept) {
     auto archive = std::make_shared<FolderArchive>();
     std::vector<ListedFigure> listing;
     std::uint64_t pixelsLeft = kMostMaskPixels;
     for (const Figure& figure : figures) {
         listing.push_back({figure.name, figure.type->name});
+        if (isKept(figure.name)) {
+            KeepBlocks(figure, before, *archive, pixelsLeft);
+            continue;
+        }
         SaveState(figure, MakeFolderStream(archive, FolderOf(figure)).Get());
         SaveMaskImage(figure, *archive, pixelsLeft);
         SaveGeometry(figure, *archive);

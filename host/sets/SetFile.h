@@ -2,6 +2,7 @@
 // any other std::exception, with the reason, for anything unsound.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -21,6 +22,9 @@ std::vector<Figure> ReadFolderSet(const Session& session, std::string_view bytes
 /// The same between figures and the archive, and the archive that a file's bytes are. A damaged history is an empty
 /// block.
 std::shared_ptr<FolderArchive> PackFigures(const std::vector<Figure>& figures);
+/// The same, but a figure that `isKept` has the blocks that it has in `before`.
+std::shared_ptr<FolderArchive> PackFigures(const std::vector<Figure>& figures, const FolderArchive& before,
+                                           const std::function<bool(const std::string&)>& isKept);
 std::vector<Figure> UnpackFigures(const Session& session, const std::shared_ptr<FolderArchive>& archive);
 std::shared_ptr<FolderArchive> ArchiveFromBytes(std::string_view bytes);
 

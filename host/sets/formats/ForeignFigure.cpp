@@ -17,32 +17,7 @@ namespace host {
 
 namespace {
 
-// Chords of an arc, without its end when it goes all the way round. Then it has chords for each quarter: one that
-// starts at an axis meets both.
-void AppendChords(const Arc& arc, Loop& loop) {
-    constexpr double kSagitta = 0.001;
-    constexpr double kMost = 16384.0;
-    const double radius = std::max({std::abs(arc.radiusX), std::abs(arc.radiusY), kSagitta});
-    const double step = 2.0 * std::acos(std::max(1.0 - kSagitta / radius, 0.0));
-    const bool full = std::abs(arc.delta) >= 2.0 * kPi;
-    const int count = 4 * static_cast<int>(std::clamp(std::ceil(0.25 * std::abs(arc.delta) / step), 2.0, 0.25 * kMost));
-    for (int i = 0; i < (full ? count : count + 1); ++i) {
-        const double angle = arc.start + arc.delta * i / count;
-        loop.emplace_back(arc.center.x + arc.radiusX * std::cos(angle), arc.center.y + arc.radiusY * std::sin(angle));
-    }
-}
-
-Loop LoopOf(const Contour& contour) {
-    Loop loop;
-    for (const auto& part : contour) {
-        if (const Arc* const arc = std::get_if<Arc>(&part)) {
-            AppendChords(*arc, loop);
-        } else {
-            loop.push_back(std::get<ImagePoint>(part));
-        }
-    }
-    return loop;
-}
+constexpr double kSagitta = 0.001;
 
 // Where the first pixel of a mask figure lies in the image: where its pixels are measured.
 ImagePoint OriginOf(const Figure& figure) {
@@ -274,7 +249,8 @@ Loops LoopsOf(const Figure& figure) {
         return RunsOf(figure);
     }
     std::vector<Loop> all;
-    std::transform(outline.contours.begin(), outline.contours.end(), std::back_inserter(all), LoopOf);
+    std::transform(outline.contours.begin(), outline.contours.end(), std::back_inserter(all),
+                   [](const Contour& contour) { return CornersOf(contour, kSagitta); });
     std::erase_if(all, [](const Loop& loop) { return loop.size() < 3; });
     std::vector<double> areas;
     std::transform(all.begin(), all.end(), std::back_inserter(areas), SignedArea);

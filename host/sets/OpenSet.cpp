@@ -1,0 +1,85 @@
+#include "host/sets/OpenSet.h"
+
+#include <sys/stat.h>
+
+#include <memory>
+#include <utility>
+
+#include "host/base/Error.h"
+#include "host/base/FolderLock.h"
+
+namespace host {
+
+OpenSet::OpenSet(const Session& session, UserPath path, Observer observer)
+    : m_session(session), m_path(std::move(path)), m_observer(std::move(observer)), m_stamp(StampOfFile()) {
+    CheckSetEnding(m_path);
+    m_stored = LoadStored(m_session, m_path, true);
+    CountHistory();
+}
+
+// All 0 where there is no file.
+OpenSet::Stamp OpenSet::StampOfFile() const {
+    struct stat status {};
+    if (stat(m_path.Absolute().c_str(), &status) != 0) {
+        return {};
+    }
+    return {status.st_ino, status.st_size, status.st_mtim.tv_sec, status.st_mtim.tv_nsec};
+}
+
+// A damaged history is none; the next edit begins it anew.
+void OpenSet::CountHistory() {
+    m_changes = 0;
+    m_done = 0;
+    try {
+        const History history(m_stored.archive);
+        m_changes = history.Changes().size();
+        m_done = history.Done();
+    } catch (const std::exception&) {
+        return;
+    }
+}
+
+void OpenSet::Refresh() {
+    const Stamp stamp = StampOfFile();
+    if (stamp == m_stamp) {
+        return;
+    }
+    StoredSet read = LoadStored(m_session, m_path, false);
+    const std::vector<FigureChange> changes = Changes(m_stored, read);
+    m_stored = std::move(read);
+    m_stamp = stamp;
+    CountHistory();
+    m_observer(changes);
+}
+
+EditResult OpenSet::Edit(const EditOptions& options, const std::function<Names(RoiSet&)>& edit) {
+    const FolderLock lock("set", m_path, options.wait);
+    Refresh();
+    EditResult result;
+    try {
+        const Names touched = edit(m_stored.set);
+        result = Commit(m_path, options, m_stored, [&](const std::string& name) {
+            return m_stored.names.contains(name) && !touched.contains(name);
+        });
+    } catch (...) {
+        // Figures are changed in place.
+        m_stored.set = RoiSet::Load(m_session, m_path, std::make_shared<FolderArchive>(m_stored.archive));
+        throw;
+    }
+    m_stamp = StampOfFile();
+    CountHistory();
+    m_observer(result.changes);
+    return result;
+}
+
+EditResult OpenSet::Step(const EditOptions& options, host::Step step) {
+    const FolderLock lock("set", m_path, options.wait);
+    Refresh();
+    EditResult result = StepStored(m_session, m_path, options, step, m_stored);
+    m_stamp = StampOfFile();
+    CountHistory();
+    m_observer(result.changes);
+    return result;
+}
+
+}  // namespace host

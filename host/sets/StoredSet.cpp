@@ -1,0 +1,161 @@
+#include "host/sets/StoredSet.h"
+
+#include <algorithm>
+#include <memory>
+#include <utility>
+
+#include "host/base/Error.h"
+#include "host/base/SafeFile.h"
+#include "host/sets/SetFile.h"
+
+namespace host {
+
+namespace {
+
+// The name of the figure that a block belongs to; empty for any other.
+std::string FigureOf(const std::string& path) {
+    constexpr std::string_view kFolder = "figures/";
+    const std::size_t end = path.find('/', kFolder.size());
+    return path.starts_with(kFolder) && end != path.npos ? path.substr(kFolder.size(), end - kFolder.size()) : "";
+}
+
+std::set<std::string> NamesOf(const std::vector<Figure>& figures) {
+    std::set<std::string> names;
+    std::transform(figures.begin(), figures.end(), std::inserter(names, names.end()),
+                   [](const Figure& figure) { return figure.name; });
+    return names;
+}
+
+// Figures of both sets of which a block differs.
+std::set<std::string> Touched(const FolderArchive& before, const FolderArchive& after) {
+    std::set<std::string> touched;
+    const auto compare = [&touched](const FolderArchive& one, const FolderArchive& other) {
+        for (const auto& [path, block] : one.Blocks()) {
+            const FolderArchive::Block* const there = other.Find(path);
+            if (there == nullptr || *there != block) {
+                touched.insert(FigureOf(path));
+            }
+        }
+    };
+    compare(before, after);
+    compare(after, before);
+    return touched;
+}
+
+// The history in a set's file; a damaged one begins anew.
+History HistoryToGoOn(const FolderArchive& archive, const UserPath& path, std::vector<Warning>& warnings) {
+    try {
+        return History(archive);
+    } catch (const std::exception&) {
+        warnings.push_back({path.Typed(), "its history is damaged and begins anew"});
+        return {};
+    }
+}
+
+StoredSet Stored(RoiSet set, std::shared_ptr<FolderArchive> archive) {
+    StoredSet stored;
+    stored.names = NamesOf(set.Figures());
+    stored.set = std::move(set);
+    stored.archive = std::move(*archive);
+    return stored;
+}
+
+// Writes a set with its history, or without it where both together are too large.
+void Write(const UserPath& path, FolderArchive& archive, const History& history, std::vector<Warning>& warnings) {
+    std::string bytes = Named("cannot write set", path, [&] { return archive.ToBytes(); });
+    try {
+        history.SaveIn(archive);
+        bytes = archive.ToBytes();
+    } catch (const std::exception&) {
+        warnings.push_back({path.Typed(), "the set leaves no room for its history"});
+    }
+    WriteWholeFile("set", path, bytes);
+    RemoveLeftovers(path);
+}
+
+}  // namespace
+
+StoredSet::StoredSet() : archive(std::move(*PackFigures({}))) {}
+
+std::vector<FigureChange> Changes(const StoredSet& before, const StoredSet& after) {
+    std::vector<FigureChange> changes;
+    for (const std::string& name : before.names) {
+        if (!after.names.contains(name)) {
+            changes.push_back({"removes", name});
+        }
+    }
+    const std::set<std::string> touched = Touched(before.archive, after.archive);
+    for (const std::string& name : after.names) {
+        if (!before.names.contains(name)) {
+            changes.push_back({"adds", name});
+        } else if (touched.contains(name)) {
+            changes.push_back({"changes", name});
+        }
+    }
+    return changes;
+}
+
+void CheckKeepsHistory(const UserPath& path) {
+    if (path.Extension() != ".roi") {
+        throw UsageError("no history", path.Typed(), "only a .roi file keeps one");
+    }
+}
+
+StoredSet LoadStored(const Session& session, const UserPath& path, bool create) {
+    std::error_code failure;
+    if (path.Extension() != ".roi") {
+        RoiSet set = create ? RoiSet::LoadOrCreate(session, path) : RoiSet::Load(session, path);
+        auto archive = PackFigures(set.Figures());
+        return Stored(std::move(set), std::move(archive));
+    }
+    if (create && !std::filesystem::exists(path.Absolute(), failure)) {
+        return {};
+    }
+    const auto archive = RoiSet::LoadArchive(path);
+    return Stored(RoiSet::Load(session, path, archive), archive);
+}
+
+EditResult Commit(const UserPath& path, const EditOptions& options, StoredSet& stored,
+                  const std::function<bool(const std::string&)>& isKept) {
+    StoredSet after = Stored(stored.set, Named("cannot write set", path, [&] {
+                                 return PackFigures(stored.set.Figures(), stored.archive, isKept);
+                             }));
+    EditResult result{stored.set.LostIn(path), Changes(stored, after)};
+    if (options.dryRun) {
+        return result;
+    }
+    if (path.Extension() != ".roi") {
+        stored.set.Save(path);
+    } else {
+        History history = HistoryToGoOn(stored.archive, path, result.warnings);
+        if (!history.Record(options.what, stored.archive, after.archive)) {
+            result.warnings.push_back({path.Typed(), "the change is too large to be kept in the history"});
+        }
+        Write(path, after.archive, history, result.warnings);
+    }
+    stored = std::move(after);
+    return result;
+}
+
+EditResult StepStored(const Session& session, const UserPath& path, const EditOptions& options, Step step,
+                      StoredSet& stored) {
+    CheckKeepsHistory(path);
+    History history = Named("cannot use history", path, [&] { return History(stored.archive); });
+    const bool undoing = step == Step::undo;
+    if (undoing ? history.Done() == 0 : history.Done() == history.Changes().size()) {
+        throw Error(undoing ? "nothing to undo" : "nothing to redo", path.Typed(), "its history has no such change");
+    }
+    const auto archive = Named("cannot use history", path, [&] {
+        return std::make_shared<FolderArchive>(undoing ? history.Undo(stored.archive) : history.Redo(stored.archive));
+    });
+    // Nothing is written that could not be read back, whatever the history holds.
+    StoredSet after = Stored(RoiSet::Load(session, path, archive), archive);
+    EditResult result{{}, Changes(stored, after)};
+    if (!options.dryRun) {
+        Write(path, after.archive, history, result.warnings);
+        stored = std::move(after);
+    }
+    return result;
+}
+
+}  // namespace host

@@ -1,0 +1,165 @@
+#include "workbench/Measuring.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+#include <type_traits>
+
+#include "host/figures/FigureClass.h"
+#include "host/measure/Edges.h"
+#include "host/measure/ProfileCurve.h"
+#include "workbench/FigureText.h"
+
+namespace host::workbench {
+
+namespace {
+
+// One channel of a page, or the luma of a part of it, in the page's coordinates.
+struct Plane {
+    Raster luma;
+    Channel channel;
+};
+
+Plane ChannelOf(const LoadedPage& page, int index) {
+    return {{}, {page.ChannelNames()[static_cast<std::size_t>(index)], page.Pixels().Level(0).Channel(index)}};
+}
+
+// What is measured of a page: only the part in `box`, which must lie in it, can be relied on.
+Plane MeasuredOf(const LoadedPage& page, std::optional<int> channel, const PixelRect& box) {
+    if (channel || !page.Info().isColour || box.IsEmpty()) {
+        return ChannelOf(page, channel.value_or(0));
+    }
+    const RasterView part = page.Pixels().Level(0).Part(box);
+    Image copied{page.Info(), Raster(part.size, part.channels, part.depth), false};
+    for (int y = 0; y < part.size.height; ++y) {
+        std::copy_n(part.Row<std::byte>(y), copied.pixels.RowBytes(), copied.pixels.Row<std::byte>(y));
+    }
+    Plane plane{Luma(copied), {"L", {}}};
+    RasterView view = plane.luma.View();
+    view.data -= box.top * view.rowStride + box.left * view.columnStride;
+    view.size = page.Info().size;
+    plane.channel.values = view;
+    return plane;
+}
+
+// The pixels that samples of a profile may touch.
+PixelRect ReachOf(IROIProfile& profile, PixelSize page) {
+    EdgeExtent extent{static_cast<double>(page.width), static_cast<double>(page.height), 0.0, 0.0};
+    int count = 0;
+    profile.GetNumberPoints(&count);
+    for (int i = 0; i < count; ++i) {
+        ImagePoint at;
+        double thickness1 = 0.0;
+        double thickness2 = 0.0;
+        profile.GetPoint(i, &at.x, &at.y, nullptr, &thickness1, &thickness2);
+        const double margin = std::max(std::abs(thickness1), std::abs(thickness2)) + 2.0;
+        extent = {std::min(extent.left, at.x - margin), std::min(extent.top, at.y - margin),
+                  std::max(extent.right, at.x + margin), std::max(extent.bottom, at.y + margin)};
+    }
+    const auto within = [](double value, int most) { return static_cast<int>(std::clamp<double>(value, 0.0, most)); };
+    const int left = within(extent.left, page.width);
+    const int top = within(extent.top, page.height);
+    return {left, top, within(std::ceil(extent.right), page.width) - left,
+            within(std::ceil(extent.bottom), page.height) - top};
+}
+
+std::vector<double> ValuesAt(const RasterView& plane, const PixelSet& pixels) {
+    std::vector<double> values;
+    InType(plane.depth, [&](auto* type) {
+        using Value = std::remove_pointer_t<decltype(type)>;
+        for (const Span& span : pixels.spans) {
+            for (int x = span.firstX; x <= span.lastX; ++x) {
+                const std::byte* const at = plane.data + span.y * plane.rowStride + x * plane.columnStride;
+                const double value = static_cast<double>(*reinterpret_cast<const Value*>(at));
+                if (std::isfinite(value)) {
+                    values.push_back(value);
+                }
+            }
+        }
+    });
+    return values;
+}
+
+// A number that is not finite becomes null.
+template <class Values>
+Json ListOf(const std::vector<CurvePoint>& curve, Values value) {
+    Json list = Json::array();
+    for (const CurvePoint& point : curve) {
+        list.push_back(value(point));
+    }
+    return list;
+}
+
+}  // namespace
+
+void AppendRows(const Figure& figure, const Measurement& measurement, Json& rows) {
+    const LoadedPage& page = *measurement.page;
+    const View view = Region(figure, measurement.rule).In(page.Info().size);
+    const PixelRect box = BoxAround(view.pixels);
+    const int channels = measurement.channels ? static_cast<int>(page.ChannelNames().size()) : 1;
+    for (int i = 0; i < channels; ++i) {
+        const Plane plane = MeasuredOf(page, measurement.channels ? std::optional(i) : std::nullopt, box);
+        const Measured measured{page.Path(),   figure, view,
+                                plane.channel, false,  Measure(plane.channel.values, view.pixels)};
+        Json row = Json::array();
+        for (const Column* column : measurement.columns) {
+            row.push_back(CellJson(column->fill(measured)));
+        }
+        rows.push_back(std::move(row));
+    }
+}
+
+Json HistogramOf(const Figure& figure, const LoadedPage& page, std::optional<int> channel) {
+    constexpr double kMostSteps = 256.0;
+    const PixelSet pixels = Region(figure, PixelRule::outline).In(page.Info().size).pixels;
+    const Plane plane = MeasuredOf(page, channel, BoxAround(pixels));
+    const std::vector<double> values = ValuesAt(plane.channel.values, pixels);
+    Json edges = Json::array();
+    std::vector<std::int64_t> counts;
+    if (!values.empty()) {
+        const auto [low, high] = std::minmax_element(values.begin(), values.end());
+        const bool areWhole = plane.channel.values.depth < Depth::f32;
+        const bool oneByOne = areWhole && *high - *low < kMostSteps;
+        const double from = oneByOne ? *low - 0.5 : *low;
+        const double steps = oneByOne ? *high - *low + 1.0 : *high > *low ? kMostSteps : 1.0;
+        const double width = oneByOne || *high == *low ? 1.0 : (*high - *low) / kMostSteps;
+        counts.resize(static_cast<std::size_t>(steps));
+        for (const double value : values) {
+            ++counts[static_cast<std::size_t>(std::clamp(std::floor((value - from) / width), 0.0, steps - 1.0))];
+        }
+        for (double i = 0.0; i <= steps; ++i) {
+            edges.push_back(from + i * width);
+        }
+    }
+    return {{"edges", edges}, {"counts", counts}};
+}
+
+Json ProfileOf(const Figure& figure, const LoadedPage& page, std::optional<int> channel) {
+    const auto profile = figure.As<IROIProfile>();
+    if (!profile) {
+        throw UsageError("not a profile", figure.name, fmt::format("it is of class {}", figure.type->name));
+    }
+    const Plane plane = MeasuredOf(page, channel, ReachOf(*profile, page.Info().size));
+    const std::vector<CurvePoint> curve = SampleCurve(*profile, figure.name, plane.channel.values);
+    return {{"distance", ListOf(curve, [](const CurvePoint& p) { return p.distance; })},
+            {"x", ListOf(curve, [](const CurvePoint& p) { return p.at.x; })},
+            {"y", ListOf(curve, [](const CurvePoint& p) { return p.at.y; })},
+            {"mean", ListOf(curve, [](const CurvePoint& p) { return p.mean; })},
+            {"std", ListOf(curve, [](const CurvePoint& p) { return p.deviation; })},
+            {"samples", ListOf(curve, [](const CurvePoint& p) { return p.samples; })}};
+}
+
+Json ValueAt(const LoadedPage& page, int x, int y) {
+    const RasterView image = page.Pixels().Level(0);
+    if (x < 0 || x >= image.size.width || y < 0 || y >= page.Pixels().Rows()) {
+        return nullptr;
+    }
+    return InType(image.depth, [&](auto* type) {
+        using Value = std::remove_pointer_t<decltype(type)>;
+        const Value* const pixel = image.Row<Value>(y) + static_cast<std::ptrdiff_t>(x) * image.channels;
+        return Json(std::vector<Value>(pixel, pixel + image.channels));
+    });
+}
+
+}  // namespace host::workbench

@@ -1,0 +1,136 @@
+#include "workbench/PagePixels.h"
+
+#include <fcntl.h>
+#include <sys/mman.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <filesystem>
+#include <stdexcept>
+#include <system_error>
+#include <type_traits>
+
+#include "host/base/Descriptor.h"
+
+namespace host::workbench {
+
+namespace {
+
+// What may lie in memory; more goes to a file, which the system writes out and drops from memory as it sees fit.
+constexpr std::size_t kMostMemory = std::size_t{256} << 20;
+
+std::byte* Mapped(std::size_t bytes) {
+    const auto check = [](bool good, int code) {
+        if (!good) {
+            throw std::runtime_error("no room for its pixels: " + std::generic_category().message(code));
+        }
+    };
+    Descriptor file(-1);
+    if (bytes > kMostMemory) {
+        const std::filesystem::path folder = std::filesystem::temp_directory_path();
+        file = Descriptor(open(folder.c_str(), O_RDWR | O_TMPFILE | O_CLOEXEC, 0600));
+        check(file.Number() >= 0, errno);
+        // A page of a file that the disk has no room for would end the program when it is touched.
+        const int failure = posix_fallocate(file.Number(), 0, static_cast<off_t>(bytes));
+        check(failure == 0, failure);
+    }
+    const bool inFile = file.Number() >= 0;
+    void* const data = mmap(nullptr, std::max<std::size_t>(bytes, 1), PROT_READ | PROT_WRITE,
+                            inFile ? MAP_SHARED : MAP_PRIVATE | MAP_ANONYMOUS, file.Number(), 0);
+    check(data != MAP_FAILED, errno);
+    return static_cast<std::byte*>(data);
+}
+
+template <class Value>
+using Sum = std::conditional_t<std::is_integral_v<Value> && sizeof(Value) < 8, std::int64_t, double>;
+
+template <class Value>
+Value Mean(Sum<Value> sum, int count) noexcept {
+    if constexpr (std::is_same_v<Sum<Value>, std::int64_t>) {
+        return static_cast<Value>((sum + count / 2) / count);
+    } else {
+        return static_cast<Value>(sum / count);
+    }
+}
+
+// One row of a copy out of the two below it, or the last one alone.
+template <class Value>
+void ReduceRow(const Value* upper, const Value* lower, int width, int channels, Value* to) noexcept {
+    const int rows = lower != upper ? 2 : 1;
+    for (int x = 0; x < (width + 1) / 2; ++x) {
+        const int columns = 2 * x + 1 < width ? 2 : 1;
+        for (int channel = 0; channel < channels; ++channel) {
+            Sum<Value> sum = 0;
+            for (int column = 0; column < columns; ++column) {
+                const int at = (2 * x + column) * channels + channel;
+                sum += static_cast<Sum<Value>>(upper[at]) + (rows == 2 ? static_cast<Sum<Value>>(lower[at]) : 0);
+            }
+            to[x * channels + channel] = Mean<Value>(sum, rows * columns);
+        }
+    }
+}
+
+}  // namespace
+
+PagePixels::PagePixels(const PageInfo& page) : m_channels(page.channels), m_depth(page.depth) {
+    for (PixelSize size = page.size;; size = {(size.width + 1) / 2, (size.height + 1) / 2}) {
+        m_levels.emplace_back(size, m_bytes);
+        m_bytes += RowBytes(size) * static_cast<std::size_t>(size.height);
+        m_bytes += (8 - m_bytes % 8) % 8;
+        if (std::max(size.width, size.height) <= kTileSide) {
+            break;
+        }
+    }
+    m_data = Mapped(m_bytes);
+}
+
+PagePixels::~PagePixels() { munmap(m_data, std::max<std::size_t>(m_bytes, 1)); }
+
+std::size_t PagePixels::RowBytes(const PixelSize& size) const noexcept {
+    return static_cast<std::size_t>(size.width) * static_cast<std::size_t>(m_channels) * BytesOf(m_depth);
+}
+
+RasterView PagePixels::Level(int level) const noexcept {
+    const Copy& copy = m_levels[static_cast<std::size_t>(level)];
+    const auto value = static_cast<std::ptrdiff_t>(BytesOf(m_depth));
+    return {m_data + copy.offset,
+            copy.size,
+            m_channels,
+            m_depth,
+            value,
+            value * m_channels,
+            static_cast<std::ptrdiff_t>(RowBytes(copy.size))};
+}
+
+std::byte* PagePixels::NextRow() noexcept {
+    const Copy& whole = m_levels.front();
+    return m_data + RowBytes(whole.size) * static_cast<std::size_t>(whole.rows);
+}
+
+void PagePixels::RowIsThere() {
+    ++m_levels.front().rows;
+    for (std::size_t level = 0; level + 1 < m_levels.size(); ++level) {
+        const int rows = m_levels[level].rows;
+        if (rows % 2 == 1 && rows < m_levels[level].size.height) {
+            return;
+        }
+        Reduce(level);
+    }
+}
+
+// Makes the next row of the copy after `from`, of its last two rows.
+void PagePixels::Reduce(std::size_t from) {
+    Copy& copy = m_levels[from + 1];
+    const RasterView source = Level(static_cast<int>(from));
+    const int upper = 2 * copy.rows;
+    const int lower = std::min(upper + 1, source.size.height - 1);
+    InType(m_depth, [&](auto* type) {
+        using Value = std::remove_pointer_t<decltype(type)>;
+        std::byte* const to = m_data + copy.offset + RowBytes(copy.size) * static_cast<std::size_t>(copy.rows);
+        ReduceRow(source.Row<Value>(upper), source.Row<Value>(lower), source.size.width, m_channels,
+                  reinterpret_cast<Value*>(to));
+    });
+    ++copy.rows;
+}
+
+}  // namespace host::workbench
