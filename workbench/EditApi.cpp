@@ -3,6 +3,7 @@
 
 #include <utility>
 
+#include "host/sets/SetFile.h"
 #include "workbench/Api.h"
 #include "workbench/Editing.h"
 #include "workbench/SetEdits.h"
@@ -53,16 +54,19 @@ std::optional<std::int64_t> RevisionOf(const Json& body) {
 RoiSet CopiesOf(const std::set<std::string>& names, const Desk& desk) {
     RoiSet copies;
     for (const std::string& name : names) {
-        copies.Add(CopyOf(desk.Set().At(name), desk.TheSession()));
+        copies.Add(ReadBack(desk.TheSession(), desk.Set().At(name)));
     }
     return copies;
 }
 
-// What would become of the figures.
+// What would become of the figures, once they are saved.
 std::string Preview(const Desk& desk, const Json& body, const std::optional<Measurement>& measurement) {
     const Edits edits(body.value("edits", Json()), desk.Set());
     RoiSet copies = CopiesOf(edits.Named(), desk);
-    edits.ApplyTo(copies, desk.TheSession());
+    for (const std::string& name : edits.ApplyTo(copies, desk.TheSession())) {
+        Figure& figure = copies.At(name);
+        figure = ReadBack(desk.TheSession(), figure);
+    }
     std::string text = fmt::format("{{\"revision\":{},\"removed\":[],\"figures\":[", desk.History().Current());
     for (const Figure& figure : copies.Figures()) {
         text += (&figure == &copies.Figures().front() ? "" : ",") +

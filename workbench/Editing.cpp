@@ -183,7 +183,7 @@ void Duplicate(Work& work, const Json& edit) {
     }
     const ImagePoint by{NumberOf(edit.value("dx", Json(0)), "dx"), NumberOf(edit.value("dy", Json(0)), "dy")};
     for (std::size_t i = 0; i < names.size(); ++i) {
-        Figure copy = CopyOf(work.set.At(names[i]), work.session);
+        Figure copy = ReadBack(work.session, work.set.At(names[i]));
         copy.name = copies[i];
         work.set.Add(std::move(copy));
         MoveFigure(work.Touch(copies[i]), by);
@@ -328,21 +328,6 @@ std::set<std::string> Edits::ApplyTo(RoiSet& set, const Session& session) const 
         OperationOf(edit).apply(work, edit);
     }
     return work.touched;
-}
-
-Figure CopyOf(const Figure& figure, const Session& session) {
-    if (figure.type->contents != Contents::image) {
-        return std::move(UnpackFigures(session, PackFigures({figure})).front());
-    }
-    // Packing would encode its image, which both may share.
-    SmartPtr<IUnknown> replica;
-    figure.roi->Replicate(replica.Receive());
-    Figure copy{figure.name, figure.type, SmartPtr<IROI>::QueryFrom(replica.Get()), nullptr};
-    if (!copy.roi) {
-        throw Error("cannot copy", figure.name, "out of memory");
-    }
-    ApplyParameterList(copy, *ParameterList(figure));
-    return copy;
 }
 
 }  // namespace host::workbench

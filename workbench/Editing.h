@@ -33,7 +33,4 @@ class Edits {
 /// A name that no figure of a set has: the stem with a number from 1 on.
 std::string FreshName(const std::string& stem, const RoiSet& set);
 
-/// A figure that is exactly the same.
-Figure CopyOf(const Figure& figure, const Session& session);
-
 }  // namespace host::workbench

@@ -69,7 +69,9 @@ Picture PictureOf(Api& api, const httplib::Request& request) {
         throw Error("cannot draw", page->Path().Typed(), "the image has too many pixels for a picture of it");
     }
     page->AwaitWhole();
-    OverlayOptions options{.nodes = FlagParameter(request, "nodes"), .names = FlagParameter(request, "names", true)};
+    OverlayOptions options;
+    options.nodes = FlagParameter(request, "nodes");
+    options.names = FlagParameter(request, "names", true);
     options.only = TextParameters(request, "name");
     auto overlay =
         api.module.Ask([&](const Desk& desk) { return std::make_unique<const Overlay>(desk.Set(), size, options); });

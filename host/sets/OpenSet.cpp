@@ -7,6 +7,7 @@
 
 #include "host/base/Error.h"
 #include "host/base/FolderLock.h"
+#include "host/sets/SetFile.h"
 
 namespace host {
 
@@ -56,8 +57,9 @@ EditResult OpenSet::Edit(const EditOptions& options, const std::function<Names(R
     const FolderLock lock("set", m_path, options.wait);
     Refresh();
     EditResult result;
+    Names touched;
     try {
-        const Names touched = edit(m_stored.set);
+        touched = edit(m_stored.set);
         result = Commit(m_path, options, m_stored, [&](const std::string& name) {
             return m_stored.names.contains(name) && !touched.contains(name);
         });
@@ -65,6 +67,11 @@ EditResult OpenSet::Edit(const EditOptions& options, const std::function<Names(R
         // Figures are changed in place.
         m_stored.set = RoiSet::Load(m_session, m_path, std::make_shared<FolderArchive>(m_stored.archive));
         throw;
+    }
+    // As the next program sees them, too.
+    for (const std::string& name : touched) {
+        Figure& figure = m_stored.set.At(name);
+        figure = ReadBack(m_session, figure);
     }
     m_stamp = StampOfFile();
     CountHistory();

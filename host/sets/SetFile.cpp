@@ -272,6 +272,21 @@ std::shared_ptr<FolderArchive> ArchiveFromBytes(std::string_view bytes) {
     return std::make_shared<FolderArchive>(FolderArchive::FromBytes(bytes, kHistoryBlock));
 }
 
+Figure ReadBack(const Session& session, const Figure& figure) {
+    if (figure.type->contents != Contents::image) {
+        return std::move(UnpackFigures(session, PackFigures({figure})).front());
+    }
+    // Packing would encode the image.
+    SmartPtr<IUnknown> replica;
+    figure.roi->Replicate(replica.Receive());
+    Figure copy{figure.name, figure.type, SmartPtr<IROI>::QueryFrom(replica.Get()), nullptr};
+    if (!copy.roi) {
+        throw Error("cannot copy", figure.name, "out of memory");
+    }
+    ApplyParameterList(copy, *ParameterList(figure));
+    return copy;
+}
+
 // ---------------------------------------------------------------------------------------------------
 // XML
 

@@ -28,6 +28,10 @@ std::shared_ptr<FolderArchive> PackFigures(const std::vector<Figure>& figures, c
 std::vector<Figure> UnpackFigures(const Session& session, const std::shared_ptr<FolderArchive>& archive);
 std::shared_ptr<FolderArchive> ArchiveFromBytes(std::string_view bytes);
 
+/// A copy of a figure as it comes back from a `.roi` file: a shear that no setter would take, for one, does not. A mask
+/// and its copy share their image. Throws Error.
+Figure ReadBack(const Session& session, const Figure& figure);
+
 /// `.xml`: <figures> with a <figure name="..." class="..."> for each, in which <values> holds what the
 /// figure saves of itself.
 std::string WriteXMLSet(const std::vector<Figure>& figures);
