@@ -122,8 +122,10 @@ void Set(Work& work, const Json& edit) { SetParameters(work.Touch(TextMember(edi
 void Drag(Work& work, const Json& edit) {
     const int flags = (edit.value("ctrl", false) ? kKeepCenter : 0) | (edit.value("shift", false) ? kBothAxes : 0);
     const Figure& figure = work.Touch(TextMember(edit, "name"));
-    NodesOf(figure);  // A grip takes its length when somebody asks where it lies.
+    // A grip takes its length when somebody asks where it lies, as roi drag does before and after.
+    NodesOf(figure);
     DragNode(figure, TextMember(edit, "node"), PointMember(edit, "x", "y"), flags);
+    NodesOf(figure);
 }
 
 // A polygon, which the module leaves where it is, moves with its points.
@@ -327,6 +329,7 @@ std::set<std::string> Edits::ApplyTo(RoiSet& set, const Session& session) const 
     for (const Json& edit : m_list) {
         OperationOf(edit).apply(work, edit);
     }
+    std::erase_if(work.touched, [&set](const std::string& name) { return !set.Has(name); });
     return work.touched;
 }
 
