@@ -6,9 +6,9 @@
 
 #include "host/draw/Display.h"
 #include "host/draw/Overlay.h"
+#include "host/figures/MaskPicture.h"
 #include "host/images/Image.h"
 #include "host/sets/Exchange.h"
-#include "host/sets/MaskSource.h"
 #include "workbench/Api.h"
 #include "workbench/Editing.h"
 #include "workbench/SetEdits.h"
@@ -92,8 +92,10 @@ void SendOverlay(Api& api, const httplib::Request& request, httplib::Response& r
 // A new mask of what is above 0 in the image that the body is.
 void AddMask(Api& api, const httplib::Request& request, httplib::Response& response) {
     CheckWritable(api, request.path);
-    CheckKeepsMarks(request.body, "the file");
-    const Image image = DecodeImage(request.body);
+    if (request.body.starts_with("\xFF\xD8")) {
+        throw UsageError("cannot take mask", "the file", "a JPEG does not keep the marks as they are; use a PNG");
+    }
+    const Raster marks = Luma(DecodeImage(request.body));
     const bool isPlaced = request.has_param("x");
     const ImagePoint at =
         isPlaced ? ImagePoint(NumberParameter(request, "x"), NumberParameter(request, "y")) : ImagePoint();
@@ -102,7 +104,7 @@ void AddMask(Api& api, const httplib::Request& request, httplib::Response& respo
             request.has_param("name") ? TextParameter(request, "name") : FreshName("mask", desk.Set());
         return EditSetOf(desk, "workbench: add " + name, std::nullopt, {}, [&](RoiSet& set) {
             const Figure& figure = set.Add(desk.TheSession(), name, "ROIMask");
-            TakeMask(figure, image);
+            GiveMask(figure, marks.View());
             if (isPlaced) {
                 figure.roi->SetCenter(at.x, at.y);
             }
