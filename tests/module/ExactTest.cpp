@@ -231,7 +231,9 @@ TEST(Exact, MasksThatSucceedMayHaveNoPixels) {
     for (IROI* figure : {static_cast<IROI*>(rectangle.Get()), static_cast<IROI*>(ring.Get())}) {
         const SmartPtr<ICIF> mask = MaskOf(figure);
         ASSERT_TRUE(mask);
-        EXPECT_EQ(PixelsOf(*mask).data, nullptr);
+        const ImagePixels none = PixelsOf(*mask);
+        EXPECT_EQ(none.data, nullptr);
+        EXPECT_EQ(none.width | none.height | none.stride | none.planes | none.bits, 0);
     }
     for (const double radius : {0.25, -9.0}) {  // The size is read as signed.
         ring->SetRadius(0, radius, 9);
