@@ -37,7 +37,7 @@ INSTANTIATE_TEST_SUITE_P(Faults, FaultyModule, testing::ValuesIn(kFaulty),
                          [](const auto& info) { return std::string(info.param.module); });
 
 TEST_P(FaultyModule, FailsTheGroupThatCoversItAndNoOther) {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#if defined(ROI_SANITIZE)
     GTEST_SKIP() << "the sanitizer has its own way with crashes, memory and exports";
 #endif
     const Faulty& faulty = GetParam();

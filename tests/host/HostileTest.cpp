@@ -4,7 +4,7 @@
 
 namespace {
 
-#if defined(__SANITIZE_ADDRESS__)
+#if defined(ROI_SANITIZE)
 constexpr const char* kMemory = "unlimited";  // The sanitizer maps terabytes.
 #else
 constexpr const char* kMemory = "1048576";  // KiB
@@ -75,7 +75,7 @@ TEST_F(Hostile, FilesOfAnySizeAreRefusedBeforeTheyFillTheMemory) {
 
 // Wherever there is memory enough to start, the set is listed or the lack is named, and the file is never blamed.
 TEST_F(Hostile, ALackOfMemoryIsNotBlamedOnASoundSet) {
-#if defined(__SANITIZE_ADDRESS__)
+#if defined(ROI_SANITIZE)
     GTEST_SKIP() << "the sanitizer maps terabytes";
 #endif
     std::string points;
