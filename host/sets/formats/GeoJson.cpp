@@ -32,7 +32,7 @@ json AreaOf(const std::vector<Loops>& regions, double shift) {
     json polygons = json::array();
     for (const Loops& region : regions) {
         for (const Loop& loop : region.outer) {
-            polygons.push_back({LinearRing(loop, shift)});
+            polygons.push_back(json::array({LinearRing(loop, shift)}));  // Bare braces are a copy to some compilers.
         }
         for (const Loop& hole : region.holes) {
             polygons.back().push_back(LinearRing(hole, shift));
