@@ -94,11 +94,37 @@ export class Figures {
     list = [];
     /** @type {Map<string, Figure>} */
     #byName = new Map();
+    /** The boxes of the figures in the list, side by side, which is what makes looking for them fast. */
+    #boxes = new Float32Array(0);
 
     /** @param {Figure[]} figures */
     replaceAll(figures) {
         this.list = figures;
         this.#byName = new Map(figures.map((figure) => [figure.name, figure]));
+        this.#fillBoxes();
+    }
+
+    #fillBoxes() {
+        this.#boxes = new Float32Array(this.list.length * 4);
+        this.list.forEach(({ left, top, right, bottom }, i) => this.#boxes.set([left, top, right, bottom], i * 4));
+    }
+
+    /**
+     * The figures whose boxes meet a box of the image, in the order of the set.
+     * @param {number} left
+     * @param {number} top
+     * @param {number} right
+     * @param {number} bottom
+     */
+    near(left, top, right, bottom) {
+        const boxes = this.#boxes;
+        const found = [];
+        for (let i = 0, at = 0; at < boxes.length; i += 1, at += 4) {
+            if (boxes[at] <= right && boxes[at + 1] <= bottom && boxes[at + 2] >= left && boxes[at + 3] >= top) {
+                found.push(this.list[i]);
+            }
+        }
+        return found;
     }
 
     /** @param {string} name */
@@ -120,6 +146,7 @@ export class Figures {
             const place = new Map(changes.order.map((name, i) => [name, i]));
             this.list.sort((a, b) => (place.get(a.name) ?? 0) - (place.get(b.name) ?? 0));
         }
+        this.#fillBoxes();
     }
 
     /** @param {Figure} figure */

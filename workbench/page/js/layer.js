@@ -2,7 +2,7 @@
 
 import { ViewCanvas } from "./canvas.js";
 import { cssColor, kRim, pixelColor } from "./colors.js";
-import { countLines, FastPen, isInView, smoothPen, trace } from "./paint.js";
+import { countLines, FastPen, smoothPen, trace } from "./paint.js";
 import { on, state } from "./state.js";
 
 /** @typedef {import("./figures.js").Figure} Figure */
@@ -19,12 +19,24 @@ const kMostNames = 300;
 const elsewhere = new Set();
 
 const fast = new FastPen();
+/** Whether the fast pen's last picture shows the figures as they are. */
+let isFresh = false;
 
-/** @param {View} view */
-function visible(view) {
-    return state.figures.list.filter(
-        (figure) => isInView(figure, view) && !state.hidden.has(figure.name) && !elsewhere.has(figure.name),
+/**
+ * The figures in a part of a view.
+ * @param {View} view
+ * @param {import("./paint.js").Part} part
+ */
+function visible({ scale, left, top }, part) {
+    const found = state.figures.near(
+        (part.left - left) / scale,
+        (part.top - top) / scale,
+        (part.right - left) / scale,
+        (part.bottom - top) / scale,
     );
+    return state.hidden.size + elsewhere.size === 0
+        ? found
+        : found.filter(({ name }) => !state.hidden.has(name) && !elsewhere.has(name));
 }
 
 /**
@@ -50,24 +62,25 @@ function paintSmooth(figures, context, view) {
 }
 
 /**
- * @param {Figure[]} figures
  * @param {CanvasRenderingContext2D} context
  * @param {View} view
  * @param {number} ratio
  */
-function paintFast(figures, context, view, ratio) {
-    const { scale, left, top, width, height } = view;
+function paintFast(context, view, ratio) {
+    // On whole pixels, so that a picture that moved can be kept.
     const device = {
-        scale: scale * ratio,
-        left: left * ratio,
-        top: top * ratio,
-        width: Math.round(width * ratio),
-        height: Math.round(height * ratio),
+        scale: view.scale * ratio,
+        left: Math.round(view.left * ratio),
+        top: Math.round(view.top * ratio),
+        width: Math.round(view.width * ratio),
+        height: Math.round(view.height * ratio),
     };
-    fast.begin(device.width, device.height);
-    for (const figure of figures) {
-        fast.use(pixelColor(figure.class));
-        trace(figure, device, fast);
+    for (const part of fast.begin(device, isFresh)) {
+        fast.stayIn(part);
+        for (const figure of visible(device, part)) {
+            fast.use(pixelColor(figure.class));
+            trace(figure, device, fast);
+        }
     }
     fast.putOn(context);
 }
@@ -92,16 +105,23 @@ function paintNames(figures, context, view) {
 }
 
 const canvas = new ViewCanvas("figures", (context, view, ratio) => {
-    const figures = visible(view);
-    if (areFew(figures, view)) {
+    const figures = visible(view, { left: 0, top: 0, right: view.width, bottom: view.height });
+    const few = areFew(figures, view);
+    if (few) {
         paintSmooth(figures, context, view);
     } else {
-        paintFast(figures, context, view, ratio);
+        paintFast(context, view, ratio);
     }
+    isFresh = !few;
     if (state.showNames && figures.length <= kMostNames) {
         paintNames(figures, context, view);
     }
 });
+
+function askAnew() {
+    isFresh = false;
+    canvas.ask();
+}
 
 /**
  * Leaves figures out, or takes them in again when nobody else draws them.
@@ -110,7 +130,7 @@ const canvas = new ViewCanvas("figures", (context, view, ratio) => {
 export function drawnElsewhere(names) {
     elsewhere.clear();
     names.forEach((name) => elsewhere.add(name));
-    canvas.ask();
+    askAnew();
 }
 
-on(["figures", "hidden", "names"], () => canvas.ask());
+on(["figures", "hidden", "names"], askAnew);

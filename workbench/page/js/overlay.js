@@ -5,7 +5,7 @@ import { ViewCanvas } from "./canvas.js";
 import { cssColor, kRim } from "./colors.js";
 import { fromJson } from "./figures.js";
 import { drawnElsewhere } from "./layer.js";
-import { isInView, smoothPen, trace } from "./paint.js";
+import { smoothPen, trace } from "./paint.js";
 import { on, primary, state } from "./state.js";
 
 /** @typedef {import("./figures.js").Figure} Figure */
@@ -128,7 +128,7 @@ const canvas = new ViewCanvas("overlay", (context, view) => {
     const shown = [hovered, ...state.selected.slice(-kMostSelected)].filter((name) => !drafted.has(name));
     for (const name of shown) {
         const figure = state.figures.get(name);
-        if (figure && isInView(figure, view) && !state.hidden.has(name)) {
+        if (figure && !state.hidden.has(name)) {
             paintOutline(context, view, figure);
         }
     }

@@ -76,15 +76,8 @@ function nodeBelow(event) {
  */
 async function figureBelow({ x, y }) {
     const tolerance = kOutlineReach / pixelSize();
-    const near = state.figures.list.some(
-        (one) =>
-            x >= one.left - tolerance &&
-            x <= one.right + tolerance &&
-            y >= one.top - tolerance &&
-            y <= one.bottom + tolerance &&
-            !state.hidden.has(one.name),
-    );
-    if (!near) {
+    const near = state.figures.near(x - tolerance, y - tolerance, x + tolerance, y + tolerance);
+    if (near.every((figure) => state.hidden.has(figure.name))) {
         return "";
     }
     /** @type {{names: string[]}} */
