@@ -110,3 +110,13 @@ export function show(value, digits = 4) {
     }
     return Math.abs(value) < 10 ** -digits ? value.toExponential(2) : String(Number(value.toFixed(digits)));
 }
+
+/**
+ * Notes in the browser's timeline when something was shown first, at the end of this frame.
+ * @param {string} name
+ */
+export function markOnce(name) {
+    if (performance.getEntriesByName(name).length === 0) {
+        requestAnimationFrame(() => performance.mark(name));
+    }
+}

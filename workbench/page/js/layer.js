@@ -3,6 +3,7 @@
 import { ViewCanvas } from "./canvas.js";
 import { cssColor, kRim, pixelColor } from "./colors.js";
 import { countLines, FastPen, smoothPen, trace } from "./paint.js";
+import { markOnce } from "./dom.js";
 import { on, state } from "./state.js";
 
 /** @typedef {import("./figures.js").Figure} Figure */
@@ -113,6 +114,9 @@ const canvas = new ViewCanvas("figures", (context, view, ratio) => {
         paintFast(context, view, ratio);
     }
     isFresh = !few;
+    if (figures.length > 0) {
+        markOnce("figures shown");
+    }
     if (state.showNames && figures.length <= kMostNames) {
         paintNames(figures, context, view);
     }

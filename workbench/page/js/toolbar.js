@@ -96,3 +96,5 @@ map.on("zoomend", showZoom);
 showBindings();
 on("tool", showTool);
 on("history", showHistory);
+// Which state of the set the page shows, for those who drive it by script.
+on("figures", () => (document.documentElement.dataset.revision = String(state.server.revision)));

@@ -2,7 +2,7 @@
 // [y, x] of the image; the map's own pixel 0 is the image's left and top border, at -0.5.
 
 import { imageQuery, on, state } from "./state.js";
-import { byId } from "./dom.js";
+import { byId, markOnce } from "./dom.js";
 
 /** @typedef {import("../../types").XY} XY */
 
@@ -115,7 +115,10 @@ class Tiles extends L.GridLayer {
     createTile(at, done) {
         const tile = document.createElement("img");
         tile.alt = "";
-        tile.addEventListener("load", () => done(null, tile));
+        tile.addEventListener("load", () => {
+            done(null, tile);
+            markOnce("image shown");
+        });
         tile.addEventListener("error", () => done(new Error("no tile"), tile));
         tile.src = tileUrl(at, this.rows);
         return tile;

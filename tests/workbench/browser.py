@@ -1,0 +1,293 @@
+"""The workbench in a real browser: starting it, the mouse and the keys on its page, and what the page shows.
+
+A test program imports everything and ends with `main()`. Without chromium, its driver or selenium it says so and
+returns 77, which ctest takes for skipped."""
+import json
+import os
+import re
+import shutil
+import signal
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+from pathlib import Path
+
+try:
+    from selenium import webdriver
+    from selenium.webdriver.common.by import By
+    from selenium.webdriver.common.keys import Keys
+    from selenium.webdriver.common.actions.action_builder import ActionBuilder
+    from selenium.webdriver.common.actions.mouse_button import MouseButton
+    from selenium.webdriver.chrome.service import Service
+except ImportError:
+    webdriver = None
+
+BIN = Path(os.environ.get("ROI_BIN", Path(__file__).parents[2] / "build/bin"))
+PATIENCE = 30.0
+CTRL, SHIFT = "\ue009", "\ue008"
+
+# A part with one figure of every class that can be made of numbers, none of them symmetric.
+FIGURES = {
+    "plate": ("ROIRectangle", "CenterX=320.5 CenterY=200 Width=180 Height=90 Angle=-12"),
+    "slot": ("ROIParallelogram", "CenterX=600 CenterY=130 Width=176 Height=70 Roll=7 Shear=25"),
+    "bore": ("ROIEllipse", "CenterX=160 CenterY=420 RadiusX=66 RadiusY=41.5"),
+    "ring": ("ROIDonut", "CenterX=400 CenterY=430 RadiusX1=40 RadiusY1=52 RadiusX2=93 RadiusY2=75"),
+    "fan": ("ROIArcDonut", "CenterX=660 CenterY=420 Radius1X=50 Radius1Y=50 Radius2X=110 Radius2Y=110"
+                           " StartAngle=-150 DeltaAngle=120"),
+}
+SCAN = ("scan", "ROIProfile", "90,90 190,140 250,60")
+
+
+def roi(*arguments, check=True):
+    done = subprocess.run([BIN / "roi", *map(str, arguments)], capture_output=True, text=True)
+    if check and done.returncode != 0:
+        raise AssertionError(f"roi {arguments}: {done.stderr}")
+    return done.stdout
+
+
+def parameters(path, name):
+    """The parameters of a figure as the command reads them from the file; of a figure with points, those too."""
+    (figure,) = [one for one in json.loads(roi("list", path, "--format", "json")) if one["name"] == name]
+    return figure
+
+
+def nodes(path, name):
+    return {one["node"]: (one["x"], one["y"]) for one in json.loads(roi("nodes", path, name, "--format", "json"))}
+
+
+def make_part(folder):
+    """A set and its image in a folder."""
+    path, image = folder / "part.roi", folder / "part.png"
+    subprocess.run([BIN / "draw_part", image], check=True)
+    for name, (kind, values) in FIGURES.items():
+        roi("add", path, kind, "--name", name, *values.split())
+    name, kind, points = SCAN
+    roi("add", path, kind, "--name", name, "--points", *points.split())
+    return path, image
+
+
+class Server:
+    """`roi open`, until it is stopped."""
+
+    def __init__(self, *arguments):
+        self.process = subprocess.Popen([BIN / "roi", "open", *map(str, arguments), "--no-browser"],
+                                        stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
+        self.started = time.monotonic()
+        line = self.process.stdout.readline()
+        found = re.search(r"http://\S+", line)
+        if not found:
+            raise AssertionError(f"roi open printed no address: {line!r} {self.process.stderr.read()}")
+        self.address = found.group()
+        self.port = re.search(r":(\d+)", self.address).group(1)
+
+    def stop(self):
+        if self.process.poll() is None:
+            self.process.send_signal(signal.SIGINT)
+            self.process.wait(PATIENCE)
+        self.process.stdout.close()
+        self.process.stderr.close()
+
+
+def start_browser(*flags):
+    options = webdriver.ChromeOptions()
+    options.binary_location = shutil.which("chromium")
+    for flag in ("--headless=new", "--no-sandbox", "--window-size=1400,1000", "--disable-dev-shm-usage", *flags):
+        options.add_argument(flag)
+    options.set_capability("goog:loggingPrefs", {"browser": "ALL"})
+    driver = webdriver.Chrome(options=options, service=Service(shutil.which("chromedriver")))
+    driver.set_script_timeout(PATIENCE)
+    return driver
+
+
+def until(what, ready, patience=PATIENCE):
+    """Waits for something to be true, and gives it."""
+    end = time.monotonic() + patience
+    while True:
+        answer = ready()
+        if answer:
+            return answer
+        if time.monotonic() > end:
+            raise AssertionError(f"waited in vain for {what}")
+        time.sleep(0.02)
+
+
+class Page:
+    """A window with the page in it."""
+
+    def __init__(self, driver, address):
+        self.driver = driver
+        self.window = driver.current_window_handle
+        driver.get(address)
+        until("the page", lambda: self.text("#set-state"))
+
+    def activate(self):
+        self.driver.switch_to.window(self.window)
+        return self
+
+    def run(self, script, *arguments):
+        return self.driver.execute_script(script, *arguments)
+
+    def all(self, selector):
+        return self.driver.find_elements(By.CSS_SELECTOR, selector)
+
+    def one(self, selector):
+        return until(selector, lambda: self.all(selector))[0]
+
+    def text(self, selector):
+        return self.run("return document.querySelector(arguments[0])?.textContent ?? ''", selector)
+
+    def names(self):
+        return [one.text for one in self.all(".figure-list .item .name")]
+
+    def revision(self):
+        return int(self.run("return document.documentElement.dataset.revision ?? 0"))
+
+    def changes(self, action):
+        """Does something and waits until the page shows the set that came of it."""
+        before = self.revision()
+        action()
+        until("a change of the set", lambda: self.revision() > before)
+
+    def field(self, label):
+        return self.one(f'#properties [aria-label="{label}"]')
+
+    def type(self, label, text):
+        field = self.field(label)
+        field.send_keys(Keys.CONTROL, "a")
+        field.send_keys(text, Keys.ENTER)
+
+    def select(self, name):
+        row = until(name, lambda: [one for one in self.all(".figure-list .item") if one.find_element(
+            By.CSS_SELECTOR, ".name").text == name])[0]
+        row.click()
+        until("its properties", lambda: self.run("return document.getElementById('figure-name')?.value") == name)
+
+    def measured(self, name, column):
+        """What the table of measurements says, read as a number."""
+        columns = [one.text.rstrip(" ▴▾") for one in self.all("#measurements [role=columnheader]")]
+        for row in self.all("#measurements .item"):
+            cells = [one.text for one in row.find_elements(By.CSS_SELECTOR, "[role=gridcell]")]
+            if name in cells:
+                return float(cells[columns.index(column)])
+        return None
+
+    # The mouse, in coordinates of the image
+
+    def screen(self, x, y):
+        return tuple(self.driver.execute_async_script("""
+            const [x, y, done] = arguments;
+            import("/static/js/viewport.js").then(({ screenPoint, map }) => {
+                const at = screenPoint({ x, y });
+                const box = map.getContainer().getBoundingClientRect();
+                done([Math.round(at.x + box.left), Math.round(at.y + box.top)]);
+            });""", x, y))
+
+    def move(self, *places):
+        actions = ActionBuilder(self.driver, duration=20)
+        for x, y in places:
+            actions.pointer_action.move_to_location(*self.screen(x, y))
+        actions.perform()
+
+    def place(self):
+        """Where the page says that the mouse is."""
+        return tuple(float(one) for one in self.text("#status-place").split(","))
+
+    def drag(self, start, end, keys=(), release=True):
+        """Drags with the left button and modifiers; gives the point of the image that it ends at."""
+        actions = ActionBuilder(self.driver, duration=20)
+        actions.pointer_action.move_to_location(*self.screen(*start))
+        actions.pointer_action.pointer_down(MouseButton.LEFT)
+        for key in keys:
+            actions.key_action.key_down(key)
+        middle = tuple((a + b) / 2 for a, b in zip(start, end))
+        for at in (middle, end):
+            actions.pointer_action.move_to_location(*self.screen(*at))
+        actions.perform()
+        at = self.place()
+        if release:
+            self.release(keys)
+        return at
+
+    def release(self, keys=()):
+        actions = ActionBuilder(self.driver, duration=20)
+        actions.pointer_action.pointer_up(MouseButton.LEFT)
+        for key in keys:
+            actions.key_action.key_up(key)
+        actions.perform()
+
+    def click(self, x, y, times=1):
+        actions = ActionBuilder(self.driver, duration=20)
+        actions.pointer_action.move_to_location(*self.screen(x, y))
+        for _ in range(times):
+            actions.pointer_action.pointer_down(MouseButton.LEFT).pointer_up(MouseButton.LEFT)
+        actions.perform()
+        return self.place()
+
+    def press(self, *keys, on="#view"):
+        self.run("document.querySelector(arguments[0]).focus()", on)
+        actions = ActionBuilder(self.driver, duration=20)
+        for key in keys:
+            actions.key_action.key_down(key)
+        for key in reversed(keys):
+            actions.key_action.key_up(key)
+        actions.perform()
+
+    def toast(self):
+        return until("a message", lambda: self.text(".toast span"))
+
+
+class WorkbenchTest(unittest.TestCase):
+    """One browser for all tests of a program, and for each test a folder, a part, a server and a page."""
+
+    arguments = ()
+
+    @classmethod
+    def setUpClass(cls):
+        cls.driver = start_browser()
+
+    @classmethod
+    def tearDownClass(cls):
+        cls.driver.quit()
+
+    def setUp(self):
+        self.folder = Path(tempfile.mkdtemp())
+        self.addCleanup(shutil.rmtree, self.folder)
+        self.set, self.image = make_part(self.folder)
+        self.server = self.start(self.set, self.image, *self.arguments)
+        self.page = Page(self.driver, self.server.address)
+        self.addCleanup(self.no_errors)
+
+    def start(self, *arguments):
+        server = Server(*arguments)
+        self.addCleanup(server.stop)
+        return server
+
+    def no_errors(self):
+        """Errors that no test expects are faults: scripts that fail, files that the policy refuses."""
+        if self._outcome.success:
+            errors = [one["message"] for one in self.driver.get_log("browser") if "favicon" not in one["message"]
+                      and one["level"] == "SEVERE" and "status of 4" not in one["message"] and "ERR_" not in one["message"]]
+            self.assertEqual(errors, [])
+
+    def copy(self):
+        """The set as it is now, for the command to do the same to."""
+        path = self.folder / "copy.roi"
+        shutil.copy(self.set, path)
+        return path
+
+    def assert_same(self, path, name):
+        """The figure in the set is, to the last digit, that in the file."""
+        self.assertEqual(parameters(self.set, name), parameters(path, name))
+        self.assertEqual(nodes(self.set, name), nodes(path, name))
+
+
+def main():
+    missing = [name for name in ("chromium", "chromedriver") if not shutil.which(name)]
+    if webdriver is None:
+        missing.append("python3-selenium")
+    if missing:
+        print(f"skipped: the workbench is tried in a browser, and {', '.join(missing)} cannot be found")
+        sys.exit(77)
+    unittest.main(verbosity=2)

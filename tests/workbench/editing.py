@@ -1,0 +1,93 @@
+"""Properties, history, and the table of measurements."""
+import csv
+
+from browser import *
+
+
+class Editing(WorkbenchTest):
+    def test_parameters_by_kind(self):
+        page = self.page
+        page.select("slot")
+        page.changes(lambda: page.type("Width", "201.25"))
+        page.changes(lambda: page.field("LockA").click())
+        page.changes(lambda: page.type("Shear", "-11.5"))
+        values = parameters(self.set, "slot")["parameters"]
+        self.assertEqual((values["Width"], values["LockA"], round(values["Shear"], 9)), (201.25, 1, -11.5))
+        side = until("side A", lambda: page.field("A").text)
+        self.assertAlmostEqual(float(side), 201.25 - 70 * __import__("math").tan(__import__("math").radians(-11.5)), places=4)
+        page.select("scan")
+        page.changes(lambda: page.one("#properties .action button").click())
+        self.assertEqual(len(nodes(self.set, "scan")), len(nodes(self.copy(), "scan")))
+        self.assertIn("1:3", nodes(self.set, "scan"))
+
+    def test_a_refused_value_says_so_at_its_field(self):
+        self.page.select("bore")
+        self.page.type("RadiusX", "wide")
+        problem = until("the reason", lambda: self.page.text("#properties .problem:not(:empty)"))
+        self.assertIn("RadiusX", problem)
+        self.assertEqual(self.page.field("RadiusX").get_attribute("aria-invalid"), "true")
+        self.page.changes(lambda: self.page.type("RadiusX", "70.5"))
+        self.assertEqual(parameters(self.set, "bore")["parameters"]["RadiusX"], 70.5)
+
+    def test_every_step_is_taken_back_and_done_again(self):
+        page, steps = self.page, 6
+        page.select("bore")
+        for step in range(steps):
+            page.changes(lambda: page.type("RadiusX", str(50 + step)))
+        for keys, expected in (((CTRL, "z"), [54, 53, 52, 51, 50, 66]), ((CTRL, SHIFT, "z"), [50, 51, 52, 53, 54, 55])):
+            for radius in expected:
+                page.changes(lambda: page.press(*keys))
+                self.assertEqual(parameters(self.set, "bore")["parameters"]["RadiusX"], radius)
+        self.assertEqual(page.run("return document.getElementById('redo').disabled"), True)
+
+    def test_rename_duplicate_order_hide_delete(self):
+        page = self.page
+        page.select("bore")
+        page.changes(lambda: page.type("Name", "bore é, \"1\""))
+        page.changes(lambda: page.press(CTRL, "d"))
+        names = page.names()
+        self.assertEqual(len(names), 7)
+        self.assertIn('bore é, "1"', names)
+        page.select("plate")
+        page.changes(lambda: page.press(CTRL, Keys.PAGE_UP))
+        until("the plate in front", lambda: page.names()[-1] == "plate")
+        self.assertEqual([one["name"] for one in json.loads(roi("list", self.set, "--format", "json"))], page.names())
+        page.press("h")
+        until("it to be hidden", lambda: "plate" in page.text(".hidden-figure"))
+        page.press("h")
+        page.changes(lambda: page.press(Keys.DELETE))
+        self.assertNotIn("plate", page.names())
+
+    def test_the_table_is_that_of_the_command(self):
+        page = self.page
+        for exact in ([], ["--exact"]):
+            if exact:
+                page.one("#exact").click()
+            wanted = json.loads(roi("measure", self.set, self.image, "--format", "json", *exact))
+            for row in wanted:
+                for column in ("pixels", "mean", "std", "cx", "cy"):
+                    until(f"{row['name']} {column} {row[column]}", lambda: abs(
+                        (page.measured(row["name"], column) or 1e9) - row[column]) < 1e-3)
+        page.run("""window.saved = ''; URL.createObjectURL = (blob) => { blob.text().then((t) => { window.saved = t; });
+                    return 'data:,'; };""")
+        [one for one in page.all("#measurements .head-row button") if one.text == "mean"][0].click()
+        page.one("#csv").click()
+        lines = list(csv.DictReader(until("the file", lambda: page.run("return window.saved")).splitlines()))
+        means = [float(line["mean"]) for line in lines]
+        self.assertEqual(means, sorted(row["mean"] for row in wanted))
+
+    def test_plots_and_the_image_point_at_each_other(self):
+        page = self.page
+        page.select("scan")
+        page.one("#plot-profile").click()
+        until("the plot", lambda: "samples" in (page.one("#plot").get_attribute("aria-label") or ""))
+        page.move((190, 140), (188, 139))
+        shown = "const { state } = await import('/static/js/state.js'); return state.mark && [state.mark.x, state.mark.y];"
+        mark = until("a mark", lambda: page.run(f"return (async () => {{ {shown} }})()"))
+        self.assertLess(abs(mark[0] - 190) + abs(mark[1] - 140), 6)
+        self.assertEqual(page.run("return Chart.getChart('plot').getActiveElements().length"), 1)
+        page.press(Keys.ARROW_RIGHT, on="#plot")
+        self.assertNotEqual(page.run(f"return (async () => {{ {shown} }})()"), mark)
+
+
+main()

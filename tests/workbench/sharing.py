@@ -1,0 +1,90 @@
+"""Two windows, commands meanwhile, a server that is started anew, and images that are broken."""
+from browser import *
+
+
+class Sharing(WorkbenchTest):
+    def second(self):
+        self.driver.switch_to.new_window("window")
+        self.addCleanup(lambda: (self.driver.close(), self.page.activate()))
+        return Page(self.driver, self.server.address)
+
+    def test_two_windows_see_each_others_edits(self):
+        other = self.second()
+        other.select("bore")
+        self.page.activate().select("bore")
+        self.page.changes(lambda: self.page.type("RadiusY", "33.25"))
+        other.activate()
+        until("the other's edit", lambda: other.field("RadiusY").get_attribute("value") == "33.25")
+        other.changes(lambda: other.press(CTRL, "z"))
+        self.page.activate()
+        until("what the other took back", lambda: self.page.field("RadiusY").get_attribute("value") == "41.5")
+
+    def test_a_command_edits_meanwhile(self):
+        self.page.select("plate")
+        self.page.changes(lambda: roi("set", self.set, "plate", "Width=150.5"))
+        until("the command's width", lambda: self.page.field("Width").get_attribute("value") == "150.5")
+        self.page.changes(lambda: roi("add", self.set, "ROIEllipse", "--name", "late", "CenterX=300"))
+        self.assertIn("late", self.page.names())
+        self.page.changes(lambda: roi("remove", self.set, "late"))
+        self.assertNotIn("late", self.page.names())
+
+    def test_an_edit_of_what_changed_meanwhile_is_refused_with_a_message(self):
+        page = self.page
+        page.select("plate")
+        # The page is kept from hearing of the command's edit until its own is sent.
+        page.run("""window.held = window.fetch; window.fetch = (where, init) =>
+            String(where).includes('since=') ? new Promise(() => {}) : window.held(where, init);""")
+        roi("set", self.set, "plate", "Width=150.5")
+        time.sleep(0.5)
+        page.run("window.fetch = window.held")
+        page.driver.execute_async_script("""
+            const done = arguments[arguments.length - 1];
+            fetch('/api/edit', { method: 'POST', headers: { 'Content-Type': 'application/json' }, body: JSON.stringify({
+                revision: Number(document.documentElement.dataset.revision),
+                edits: [{ op: 'set', name: 'plate', parameters: { Width: 99 } }] }) }).then((answer) => done(answer.status));""")
+        self.assertEqual(parameters(self.set, "plate")["parameters"]["Width"], 150.5)
+
+    def test_restart_of_the_server(self):
+        self.page.select("bore")
+        self.page.changes(lambda: self.page.type("RadiusX", "71.75"))
+        self.server.stop()
+        until("the loss", lambda: self.page.text("#set-state") == "not connected")
+        anew = self.start(self.set, self.image, "--port", self.server.port)
+        self.assertIn("started anew", self.page.toast())
+        page = Page(self.driver, anew.address)
+        page.select("bore")
+        self.assertEqual(page.field("RadiusX").get_attribute("value"), "71.75")
+        page.changes(lambda: page.press(CTRL, "z"))
+        self.assertEqual(parameters(self.set, "bore")["parameters"]["RadiusX"], 66)
+
+
+class Images(WorkbenchTest):
+    def setUp(self):
+        super().setUp()
+        broken = self.folder / "broken.png"
+        broken.write_bytes(self.image.read_bytes()[:300])
+        self.server.stop()
+        self.server = self.start(self.set, self.image, broken)
+        self.page = Page(self.driver, self.server.address)
+
+    def test_a_broken_image_says_why_and_the_others_go_on(self):
+        page = self.page
+        page.one("#image-after").click()
+        self.assertIn("broken.png", until("the reason", lambda: page.text("#broken") if page.one("#broken").is_displayed() else ""))
+        page.one("#image-before").click()
+        until("the image", lambda: not page.one("#broken").is_displayed() and page.all(".leaflet-tile-loaded"))
+
+    def test_pixels_are_squares_with_the_file_s_values(self):
+        page = self.page
+        page.driver.execute_async_script("""
+            const done = arguments[arguments.length - 1];
+            import("/static/js/viewport.js").then(({ map }) => { map.setView([412, 250], 5, { animate: false }); done(); });""")
+        self.assertEqual(page.run("return getComputedStyle(document.querySelector('.leaflet-tile')).imageRendering"), "pixelated")
+        page.move((250.4, 411.6))
+        self.assertEqual(page.place(), (250.4, 411.6))
+        value = subprocess.run(["convert", self.image, "-format", "%[fx:round(255*p{250,412}.r)]", "info:"],
+                               capture_output=True, text=True, check=True).stdout
+        until(f"value {value}", lambda: page.text("#status-value").split()[-1:] == [value])
+
+
+main()
