@@ -7,6 +7,7 @@ import { fromJson } from "./figures.js";
 import { drawnElsewhere } from "./layer.js";
 import { smoothPen, trace } from "./paint.js";
 import { on, primary, state } from "./state.js";
+import { isFixed } from "./tools.js";
 
 /** @typedef {import("./figures.js").Figure} Figure */
 /** @typedef {import("../../types").FigureData} FigureData */
@@ -14,10 +15,14 @@ import { on, primary, state } from "./state.js";
 /** @typedef {import("../../types").View} View */
 /** @typedef {import("../../types").XY} XY */
 
+/** Half the side of a node in CSS pixels: of one that can be dragged, of one that follows from others, of the chosen one. */
 const kNodeSize = 4;
-/** Of more selected figures only the last ones stand out, and of more nodes none has its number. */
+const kFixedSize = 2;
+const kChosenSize = 6;
+const kLetters = 11;
+/** Of more selected figures only the last ones stand out, and of more nodes only the first have their numbers. */
 const kMostSelected = 500;
-const kMostNumbers = 120;
+const kMostNumbers = 200;
 const kAccent = "#ffffff";
 
 /**
@@ -54,24 +59,44 @@ function paintOutline(context, view, figure) {
  * @param {string} chosen the node that the arrow keys move
  */
 function paintNodes(context, view, type, nodes, chosen) {
-    context.font = "600 11px system-ui, sans-serif";
-    context.textAlign = "left";
+    context.lineWidth = 1.5;
     for (const { node, x, y } of nodes) {
         const [atX, atY] = [view.left + x * view.scale, view.top + y * view.scale];
-        const size = node === chosen ? kNodeSize + 2 : kNodeSize;
+        const size = isFixed(type, node) ? kFixedSize : node === chosen ? kChosenSize : kNodeSize;
         context.fillStyle = node === chosen ? cssColor(type) : kAccent;
         context.strokeStyle = node === chosen ? kAccent : "rgb(16 20 24)";
-        context.lineWidth = 1.5;
         context.beginPath();
         context.rect(atX - size, atY - size, 2 * size, 2 * size);
         context.fill();
         context.stroke();
-        if (nodes.length <= kMostNumbers) {
-            context.lineWidth = 3;
-            context.strokeStyle = kRim;
-            context.strokeText(node, atX + size + 3, atY - size);
-            context.fillStyle = kAccent;
-            context.fillText(node, atX + size + 3, atY - size);
+    }
+}
+
+/**
+ * Writes the numbers of nodes beside them, each where it covers none before it.
+ * @param {CanvasRenderingContext2D} context
+ * @param {View} view
+ * @param {NodeData[]} nodes
+ */
+function paintNumbers(context, view, nodes) {
+    context.font = `600 ${kLetters}px system-ui, sans-serif`;
+    context.textAlign = "left";
+    context.lineWidth = 3;
+    context.strokeStyle = kRim;
+    context.fillStyle = kAccent;
+    /** @type {{x: number, y: number, width: number}[]} */
+    const written = [];
+    for (const { node, x, y } of nodes) {
+        const width = context.measureText(node).width;
+        const at = { x: view.left + x * view.scale + kNodeSize + 3, y: view.top + y * view.scale - kNodeSize, width };
+        const isFree = written.every(
+            (other) =>
+                Math.abs(other.y - at.y) > kLetters || other.x > at.x + width + 2 || at.x > other.x + other.width + 2,
+        );
+        if (isFree) {
+            written.push(at);
+            context.strokeText(node, at.x, at.y);
+            context.fillText(node, at.x, at.y);
         }
     }
 }
@@ -134,7 +159,9 @@ const canvas = new ViewCanvas("overlay", (context, view) => {
     }
     draft.forEach((figure) => paintOutline(context, view, fromJson(figure)));
     for (const figure of draft.length > 0 ? draft : shownDetails()) {
-        paintNodes(context, view, figure.class, figure.nodes ?? [], figure.name === primary() ? state.node : "");
+        const nodes = figure.nodes ?? [];
+        paintNodes(context, view, figure.class, nodes, figure.name === primary() ? state.node : "");
+        paintNumbers(context, view, nodes.slice(0, kMostNumbers));
     }
     paintFrame(context, view);
     paintMark(context, view);

@@ -6,7 +6,7 @@ import { drawDrag, frameSelect, moveDrag, nodeDrag, pan, PointsDraft } from "./g
 import { showHovered } from "./overlay.js";
 import { tryRequest } from "./session.js";
 import { changed, imageQuery, on, select, state, toggleSelected, useTool } from "./state.js";
-import { kTools } from "./tools.js";
+import { isFixed, kTools } from "./tools.js";
 import { imagePoint, map, pixelSize, screenPoint } from "./viewport.js";
 
 /** @typedef {import("../../types").XY} XY */
@@ -57,8 +57,8 @@ function nodeBelow(event) {
     const box = map.getContainer().getBoundingClientRect();
     const [x, y] = [event.clientX - box.left, event.clientY - box.top];
     let best = { distance: kNodeReach, name: "", node: "" };
-    for (const { name, nodes } of state.details.values()) {
-        for (const node of nodes ?? []) {
+    for (const { name, class: type, nodes } of state.details.values()) {
+        for (const node of (nodes ?? []).filter((one) => !isFixed(type, one.node))) {
             const at = screenPoint(node);
             const distance = Math.hypot(at.x - x, at.y - y);
             if (distance < best.distance) {

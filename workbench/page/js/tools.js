@@ -91,6 +91,15 @@ export const kTools = {
 };
 
 /**
+ * Whether a node follows from others and cannot be dragged: the corners of a profile's outline.
+ * @param {string} type
+ * @param {string} node
+ */
+export function isFixed(type, node) {
+    return type === "ROIProfile" && /^[23]:/.test(node);
+}
+
+/**
  * A name for the next figure of a class.
  * @param {string} type
  */
