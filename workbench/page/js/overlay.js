@@ -60,7 +60,8 @@ function paintOutline(context, view, figure) {
  */
 function paintNodes(context, view, type, nodes, chosen) {
     context.lineWidth = 1.5;
-    for (const { node, x, y } of nodes) {
+    // The first of those that lie upon one another is the one that the mouse takes.
+    for (const { node, x, y } of [...nodes].reverse()) {
         const [atX, atY] = [view.left + x * view.scale, view.top + y * view.scale];
         const size = isFixed(type, node) ? kFixedSize : node === chosen ? kChosenSize : kNodeSize;
         context.fillStyle = node === chosen ? cssColor(type) : kAccent;
