@@ -83,8 +83,8 @@ export interface ImageData_ {
     depth: string;
     bits: number;
     levels: number;
-    low: number;
-    high: number;
+    low: number | null;
+    high: number | null;
     warnings: string[];
 }
 

@@ -96,12 +96,14 @@ async function rangeByPercentile(percent) {
 
 /**
  * @param {"low" | "high"} end
- * @param {{low: number, high: number}} range
+ * @param {{low: number | null, high: number | null}} range null while a large image is read
  */
 function rangeField(end, range) {
     const label = end === "low" ? "Black from" : "White from";
-    const field = make("input", { type: "number", step: "any", value: Number(show(range[end], 3)), "aria-label": label });
-    field.addEventListener("change", () => setRange({ ...range, [end]: Number(field.value) }));
+    const field = make("input", { type: "number", step: "any", value: show(range[end], 3), "aria-label": label });
+    field.addEventListener("change", () =>
+        setRange({ low: range.low ?? 0, high: range.high ?? 0, [end]: Number(field.value) }),
+    );
     return field;
 }
 

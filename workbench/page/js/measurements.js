@@ -214,7 +214,7 @@ function csvCell(cell) {
 
 function saveCsv() {
     const lines = [measured.columns, ...measured.rows].map((row) => row.map(csvCell).join(","));
-    download(`${state.server.set.replace(/\.\w+$/, "")}.csv`, `${lines.join("\n")}\n`, "text/csv");
+    download(`${state.server.set.replace(/^.*\/|\.\w+$/g, "")}.csv`, `${lines.join("\n")}\n`, "text/csv");
 }
 
 // ---------------------------------------------------------------------------------------------------

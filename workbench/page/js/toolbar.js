@@ -46,8 +46,10 @@ function showTool() {
 
 function showHistory() {
     const { set, readOnly, canUndo, canRedo } = state.server;
-    byId("set-name", HTMLElement).textContent = set;
-    document.title = set ? `${set} - roi` : "roi";
+    const name = set.replace(/^.*\//, "");
+    byId("set-name", HTMLElement).textContent = name;
+    byId("set-name", HTMLElement).title = set;
+    document.title = name ? `${name} - roi` : "roi";
     byId("undo", HTMLButtonElement).disabled = readOnly || !canUndo;
     byId("redo", HTMLButtonElement).disabled = readOnly || !canRedo;
     byId("import", HTMLButtonElement).disabled = readOnly;

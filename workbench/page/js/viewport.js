@@ -2,6 +2,7 @@
 // [y, x] of the image; the map's own pixel 0 is the image's left and top border, at -0.5.
 
 import { imageQuery, on, state } from "./state.js";
+import { url } from "./api.js";
 import { byId, markOnce } from "./dom.js";
 
 /** @typedef {import("../../types").XY} XY */
@@ -131,18 +132,9 @@ class Tiles extends L.GridLayer {
  */
 function tileUrl(at, rows) {
     const { image, page, channel } = imageQuery();
-    const query = new URLSearchParams();
-    if (channel !== undefined) {
-        query.set("channel", String(channel));
-    }
-    if (state.range) {
-        query.set("low", String(state.range.low));
-        query.set("high", String(state.range.high));
-    }
-    if (rows > 0) {
-        query.set("rows", String(rows));
-    }
-    return `/api/tile/${image}/${page}/${-at.z}/${at.x}/${at.y}.png?${query}`;
+    // The browser keeps tiles: those of another visit, of a large image's first rows too, are other tiles.
+    const visit = Math.round(performance.timeOrigin);
+    return url(`tile/${image}/${page}/${-at.z}/${at.x}/${at.y}.png`, { channel, ...state.range, visit, rows });
 }
 
 /** @type {Tiles | null} */
