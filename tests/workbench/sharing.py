@@ -5,8 +5,9 @@ from browser import *
 class Sharing(WorkbenchTest):
     def second(self):
         self.driver.switch_to.new_window("window")
-        self.addCleanup(lambda: (self.driver.close(), self.page.activate()))
-        return Page(self.driver, self.server.address)
+        other = Page(self.driver, self.server.address)
+        self.addCleanup(lambda: (other.activate(), self.driver.close(), self.page.activate()))
+        return other
 
     def test_two_windows_see_each_others_edits(self):
         other = self.second()
@@ -81,7 +82,8 @@ class Images(WorkbenchTest):
             import("/static/js/viewport.js").then(({ map }) => { map.setView([412, 250], 5, { animate: false }); done(); });""")
         self.assertEqual(page.run("return getComputedStyle(document.querySelector('.leaflet-tile')).imageRendering"), "pixelated")
         page.move((250.4, 411.6))
-        self.assertEqual(page.place(), (250.4, 411.6))
+        x, y = page.place()
+        self.assertLess(abs(x - 250.4) + abs(y - 411.6), 0.05)
         value = subprocess.run(["convert", self.image, "-format", "%[fx:round(255*p{250,412}.r)]", "info:"],
                                capture_output=True, text=True, check=True).stdout
         until(f"value {value}", lambda: page.text("#status-value").split()[-1:] == [value])

@@ -1,6 +1,6 @@
 // Which image is shown and how: the list, pages, channels, and what is black and white.
 
-import { ApiError, get } from "./api.js";
+import { get, Latest } from "./api.js";
 import { byId, make, show, tell, tellError } from "./dom.js";
 import { changed, imageQuery, on, state } from "./state.js";
 import { fitImage } from "./viewport.js";
@@ -8,24 +8,44 @@ import { fitImage } from "./viewport.js";
 /** Percentages of the values that are left out at either end. */
 const kPercentiles = [0, 0.1, 0.5, 1, 2, 5];
 
-/** Shows another image or page, from its place in the list. */
-export async function showImage(image = state.image, page = 1) {
-    const isOther = image !== state.image || !state.info;
-    Object.assign(state, { image, page, channel: undefined, range: undefined, info: null });
+/** Asks for what is known of the image; one that cannot be read says why in its place. */
+async function loadInfo() {
     const broken = byId("broken", HTMLElement);
     try {
-        state.info = await get("image", { image, page });
+        state.info = await get("image", { image: state.image, page: state.page });
         broken.hidden = true;
-        state.info?.warnings.forEach((warning) => tell(warning));
     } catch (error) {
-        broken.textContent = error instanceof ApiError ? error.message : String(error);
+        state.info = null;
+        broken.textContent = error instanceof Error ? error.message : String(error);
         broken.hidden = false;
     }
     showControls();
+}
+
+/** Shows another image or page, from its place in the list. */
+export async function showImage(image = state.image, page = 1) {
+    const isOther = image !== state.image || !state.info;
+    Object.assign(state, { image, page, channel: undefined, range: undefined });
+    await loadInfo();
+    state.info?.warnings.forEach((warning) => tell(warning));
     if (isOther) {
         fitImage();
     }
     changed("image");
+}
+
+const checking = new Latest();
+
+/** A part of the image did not come: it may have turned out to be broken further down. */
+function check() {
+    void checking.push(async () => {
+        if (state.info) {
+            await loadInfo();
+            if (!state.info) {
+                changed("image");
+            }
+        }
+    });
 }
 
 /** @param {number} by */
@@ -140,4 +160,5 @@ byId("image", HTMLSelectElement).addEventListener("change", (event) => {
 });
 byId("image-before", HTMLElement).addEventListener("click", () => stepImage(-1));
 byId("image-after", HTMLElement).addEventListener("click", () => stepImage(1));
+on("trouble", check);
 on("history", () => byId("image", HTMLSelectElement).value !== String(state.image) && showControls());

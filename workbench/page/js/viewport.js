@@ -1,7 +1,7 @@
 // The view of the image on Leaflet: zooming, panning, and the way between screen and image. Points of the map are
 // [y, x] of the image; the map's own pixel 0 is the image's left and top border, at -0.5.
 
-import { imageQuery, on, state } from "./state.js";
+import { changed, imageQuery, on, state } from "./state.js";
 import { url } from "./api.js";
 import { byId, markOnce } from "./dom.js";
 
@@ -120,7 +120,10 @@ class Tiles extends L.GridLayer {
             done(null, tile);
             markOnce("image shown");
         });
-        tile.addEventListener("error", () => done(new Error("no tile"), tile));
+        tile.addEventListener("error", () => {
+            done(new Error("no tile"), tile);
+            changed("trouble");
+        });
         tile.src = tileUrl(at, this.rows);
         return tile;
     }
