@@ -83,6 +83,7 @@ export interface ImageData_ {
     depth: string;
     bits: number;
     levels: number;
+    rows: number;
     low: number | null;
     high: number | null;
     warnings: string[];

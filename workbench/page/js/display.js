@@ -57,7 +57,9 @@ function stepImage(by) {
 }
 
 export function showImages() {
-    const options = state.server.images.map(({ index, name }) => make("option", { value: index }, name));
+    const options = state.server.images.map(({ index, name }) =>
+        make("option", { value: index, title: name }, name.replace(/^.*\//, "")),
+    );
     byId("image", HTMLSelectElement).replaceChildren(...options);
     for (const id of ["image-before", "image-after"]) {
         byId(id, HTMLButtonElement).disabled = options.length < 2;

@@ -52,6 +52,16 @@ export function fromJson(data) {
     return figureOf(data.name, data.class, { points: Float32Array.from(rings.flat(2)), firstPoint, open }, 0, rings.length);
 }
 
+/**
+ * A figure's closed rings, which its axis follows.
+ * @param {Figure} figure
+ * @returns {Figure}
+ */
+export function withoutAxis(figure) {
+    const hasAxis = figure.last > figure.first && figure.geometry.open[figure.last - 1] === 1;
+    return hasAxis ? { ...figure, last: figure.last - 1 } : figure;
+}
+
 const kMagic = 0x314f4952;
 
 /**

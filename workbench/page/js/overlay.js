@@ -3,7 +3,7 @@
 
 import { ViewCanvas } from "./canvas.js";
 import { cssColor, kRim } from "./colors.js";
-import { fromJson } from "./figures.js";
+import { fromJson, withoutAxis } from "./figures.js";
 import { drawnElsewhere } from "./layer.js";
 import { smoothPen, trace } from "./paint.js";
 import { on, primary, state } from "./state.js";
@@ -44,11 +44,12 @@ let frame = null;
  * @param {Figure} figure
  */
 function paintOutline(context, view, figure) {
+    context.fillStyle = cssColor(figure.class, 0.14);
     const pen = smoothPen(context, kRim);
     pen.use(cssColor(figure.class), 2.5);
     trace(figure, view, pen);
-    context.fillStyle = cssColor(figure.class, 0.14);
-    context.fill("nonzero");
+    context.beginPath();
+    trace(withoutAxis(figure), view, { ...pen, end: () => context.fill("nonzero") });
 }
 
 /**

@@ -247,8 +247,11 @@ stage.addEventListener("pointermove", (event) => {
     if (!gesture) {
         points?.show(last.at);
     }
-    showPlace(last.at);
-    hover(event);
+    byId("status-place", HTMLElement).textContent = `${last.at.x}, ${last.at.y}`;
+    if (!gesture) {
+        showValue(last.at);
+        hover(event);
+    }
 });
 stage.addEventListener("pointerup", () => {
     const ended = gesture;
@@ -290,7 +293,7 @@ const reading = new Latest();
 
 /** @param {PointerEvent} event */
 function hover(event) {
-    const selecting = state.tool === "select" && !gesture;
+    const selecting = state.tool === "select";
     const node = selecting && nodeBelow(event);
     stage.classList.toggle("over-node", !!node);
     if (!selecting || node) {
@@ -307,8 +310,7 @@ function hover(event) {
 }
 
 /** @param {XY} at */
-function showPlace(at) {
-    byId("status-place", HTMLElement).textContent = `${at.x}, ${at.y}`;
+function showValue(at) {
     void reading.push(async () => {
         const { image, page } = imageQuery();
         const { values } = await get("value", { image, page, x: Math.round(at.x), y: Math.round(at.y) }).catch(() => ({ values: null }));

@@ -160,11 +160,11 @@ function showPixels() {
  * @param {{image: number, page: number, rows: number}} progress
  */
 export function showProgress({ image, page, rows }) {
-    if (image === state.image && page === state.page) {
+    if (image === state.image && page === state.page && rows > (tiles?.rows ?? 0)) {
         showTiles(rows);
     }
 }
 
-on("image", () => showTiles(0));
+on("image", () => showTiles(state.info?.rows ?? 0));
 map.on("zoomend", showPixels);
 new ResizeObserver(() => map.invalidateSize({ animate: false })).observe(map.getContainer());
