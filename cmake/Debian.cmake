@@ -22,6 +22,8 @@ set(CPACK_DEBIAN_RUNTIME_DESCRIPTION "Places ellipses, rings, rectangles, parall
 masks on images, edits them by their nodes, measures what they hold and draws
 them. The figures are a module that other programs load too.")
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SUGGESTS gnuplot-nox)
+# What the page of the workbench is built on; without it everything else works.
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_RECOMMENDS "libjs-leaflet, libjs-chart.js")
 set(CPACK_DEBIAN_DEVEL_PACKAGE_NAME libroi-dev)
 set(CPACK_DEBIAN_DEVEL_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEVEL_PACKAGE_DEPENDS libc6-dev)
