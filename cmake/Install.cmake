@@ -7,6 +7,7 @@ if(ROI_HOST)
     install(TARGETS roi RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT Runtime)
     install(TARGETS Collections CollectionsEx CIF Geometry ImageCodecs VipsCodecs CairoCanvas Workbench
         LIBRARY DESTINATION ${ROI_MODULE_DIR} COMPONENT Runtime)
+    install(DIRECTORY workbench/page DESTINATION ${ROI_MODULE_DIR} COMPONENT Runtime)
     install(FILES ${PROJECT_BINARY_DIR}/roi.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT Runtime)
     install(FILES ${PROJECT_BINARY_DIR}/roi.bash RENAME roi
         DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/bash-completion/completions COMPONENT Runtime)

@@ -32,17 +32,15 @@ class Sharing(WorkbenchTest):
     def test_an_edit_of_what_changed_meanwhile_is_refused_with_a_message(self):
         page = self.page
         page.select("plate")
-        # The page is kept from hearing of the command's edit until its own is sent.
+        # The page hears of the command's edit and fails to ask what it is.
         page.run("""window.held = window.fetch; window.fetch = (where, init) =>
-            String(where).includes('since=') ? new Promise(() => {}) : window.held(where, init);""")
+            String(where).includes("since=") ? Promise.reject(new TypeError()) : window.held(where, init);""")
         roi("set", self.set, "plate", "Width=150.5")
-        time.sleep(0.5)
-        page.run("window.fetch = window.held")
-        page.driver.execute_async_script("""
-            const done = arguments[arguments.length - 1];
-            fetch('/api/edit', { method: 'POST', headers: { 'Content-Type': 'application/json' }, body: JSON.stringify({
-                revision: Number(document.documentElement.dataset.revision),
-                edits: [{ op: 'set', name: 'plate', parameters: { Width: 99 } }] }) }).then((answer) => done(answer.status));""")
+        self.assertIn("does not answer", page.toast())
+        page.run("window.fetch = window.held; document.getElementById('toasts').replaceChildren();")
+        page.changes(lambda: page.type("Width", "99"))
+        self.assertIn("plate", page.toast())
+        until("the command's width", lambda: page.field("Width").get_attribute("value") == "150.5")
         self.assertEqual(parameters(self.set, "plate")["parameters"]["Width"], 150.5)
 
     def test_restart_of_the_server(self):

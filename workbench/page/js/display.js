@@ -72,12 +72,24 @@ export function showImages() {
  * @param {...HTMLElement} more
  */
 function line(label, control, ...more) {
-    return make("div", { class: "property" }, make("span", { class: "label" }, label), make("span", { class: "control wide" }, control, ...more));
+    return make(
+        "div",
+        { class: "property" },
+        make("span", { class: "label" }, label),
+        make("span", { class: "control wide" }, control, ...more),
+    );
 }
 
 /** @param {number} pages */
 function pageControl(pages) {
-    const field = make("input", { type: "number", min: 1, max: pages, step: 1, value: state.page, "aria-label": `Page of ${pages}` });
+    const field = make("input", {
+        type: "number",
+        min: 1,
+        max: pages,
+        step: 1,
+        value: state.page,
+        "aria-label": `Page of ${pages}`,
+    });
     field.addEventListener("change", () => {
         const page = Math.min(Math.max(Math.round(Number(field.value)) || 1, 1), pages);
         void showImage(state.image, page);
@@ -133,7 +145,12 @@ function rangeField(end, range) {
 function contrastControls(info) {
     const range = state.range ?? { low: info.low, high: info.high };
     const options = kPercentiles.map((percent) => make("option", { value: percent }, `${percent} %`));
-    const choice = make("select", { "aria-label": "Contrast by percentile" }, make("option", { value: "" }, "by percentile"), ...options);
+    const choice = make(
+        "select",
+        { "aria-label": "Contrast by percentile" },
+        make("option", { value: "" }, "by percentile"),
+        ...options,
+    );
     choice.addEventListener("change", () => choice.value && rangeByPercentile(Number(choice.value)));
     const reset = make("button", { type: "button", class: "text-button", title: "The image's own range" }, "Reset");
     reset.addEventListener("click", () => {
@@ -148,7 +165,7 @@ function showControls() {
     byId("image", HTMLSelectElement).value = String(state.image);
     const { info } = state;
     byId("status-image", HTMLElement).textContent = info
-        ? `${info.width} x ${info.height}, ${info.channels.length === 1 ? "1 channel" : `${info.channels.length} channels`}, ${info.depth}`
+        ? `${info.width} x ${info.height}, ${info.channels.join("+")}, ${info.depth}`
         : "";
     byId("display", HTMLElement).replaceChildren(
         ...(info && info.pages > 1 ? [pageControl(info.pages)] : []),

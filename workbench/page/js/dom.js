@@ -59,7 +59,11 @@ export function icon(name) {
  * @param {(event: MouseEvent) => void} onclick
  */
 export function iconButton(name, label, onclick) {
-    return make("button", { type: "button", class: "tool-button", "aria-label": label, title: label, onclick }, icon(name));
+    return make(
+        "button",
+        { type: "button", class: "tool-button", "aria-label": label, title: label, onclick },
+        icon(name),
+    );
 }
 
 const kToastSeconds = 7;
@@ -70,7 +74,11 @@ const kToastSeconds = 7;
  * @param {"info" | "error"} kind
  */
 export function tell(text, kind = "info") {
-    const toast = make("div", { class: `toast ${kind}`, role: kind === "error" ? "alert" : "status" }, make("span", {}, text));
+    const toast = make(
+        "div",
+        { class: `toast ${kind}`, role: kind === "error" ? "alert" : "status" },
+        make("span", {}, text),
+    );
     const close = iconButton("close", "Dismiss", () => toast.remove());
     toast.append(close);
     byId("toasts", HTMLElement).append(toast);

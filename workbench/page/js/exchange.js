@@ -11,7 +11,13 @@ import { state } from "./state.js";
  * @param {string} what
  */
 function choice(where, title, what) {
-    const link = make("a", { href: where, download: "", class: "choice" }, icon("export"), make("b", {}, title), make("span", {}, what));
+    const link = make(
+        "a",
+        { href: where, download: "", class: "choice" },
+        icon("export"),
+        make("b", {}, title),
+        make("span", {}, what),
+    );
     link.addEventListener("click", () => byId("export-dialog", HTMLDialogElement).close());
     return link;
 }

@@ -1,5 +1,5 @@
-// The figures as they are drawn: names, classes and outlines in the order of the set. Outlines come as they are; nothing
-// is computed of them but the boxes that tell what is in view.
+// The figures as they are drawn: names, classes and outlines in the order of the set. Outlines come as they are;
+// nothing is computed of them but the boxes that tell what is in view.
 
 /** @typedef {import("../../types").FigureData} FigureData */
 
@@ -49,7 +49,13 @@ export function fromJson(data) {
     rings.forEach((ring, r) => (firstPoint[r + 1] = firstPoint[r] + ring.length));
     const open = new Uint8Array(rings.length);
     open.fill(1, data.outline.length);
-    return figureOf(data.name, data.class, { points: Float32Array.from(rings.flat(2)), firstPoint, open }, 0, rings.length);
+    return figureOf(
+        data.name,
+        data.class,
+        { points: Float32Array.from(rings.flat(2)), firstPoint, open },
+        0,
+        rings.length,
+    );
 }
 
 /**

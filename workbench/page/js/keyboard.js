@@ -15,7 +15,11 @@ const kCopyOffset = 12;
 /** A figure placed by the keyboard takes this part of the view. */
 const kPlacedPart = 0.15;
 
-/** @typedef {{key: string, ctrl?: boolean, shift?: boolean, does: string, run: (event: KeyboardEvent) => void, inView?: boolean}} Binding */
+/**
+ * A key, without case, and what it does; `inView` when it does so only while the focus is on the image.
+ * @typedef {{key: string, ctrl?: boolean, shift?: boolean, does: string, run: (event: KeyboardEvent) => void,
+ *            inView?: boolean}} Binding
+ */
 
 /** @param {number} by */
 function stepNode(by) {
@@ -144,10 +148,20 @@ const kBindings = [
         does: `draw: ${type.replace(/^ROI/, "")}`,
         run: () => useTool(type),
     })),
-    { key: "Enter", does: "place the chosen figure in the middle of the view; end a profile or polygon", run: enter, inView: true },
+    {
+        key: "Enter",
+        does: "place the chosen figure in the middle of the view; end a profile or polygon",
+        run: enter,
+        inView: true,
+    },
     { key: "Backspace", does: "take the last point of a profile or polygon back", run: takeBackPoint, inView: true },
     { key: "Escape", does: "give up a drag; back to selecting; select nothing", run: escape },
-    { key: "ArrowLeft", does: "move the figures or the node by 1 pixel, with Shift by 10; with Ctrl the node keeps the centre; without a selection move the view", run: arrow(-1, 0), inView: true },
+    {
+        key: "ArrowLeft",
+        does: "move the figures or the chosen node by 1 pixel, with Shift by 10, with Ctrl keep the centre; or move the view",
+        run: arrow(-1, 0),
+        inView: true,
+    },
     { key: "ArrowRight", does: "", run: arrow(1, 0), inView: true },
     { key: "ArrowUp", does: "", run: arrow(0, -1), inView: true },
     { key: "ArrowDown", does: "", run: arrow(0, 1), inView: true },
@@ -155,15 +169,30 @@ const kBindings = [
     { key: "n", shift: true, does: "choose the node before", run: () => stepNode(-1) },
     { key: "PageDown", does: "select the next figure", run: () => stepFigure(1), inView: true },
     { key: "PageUp", does: "select the figure before", run: () => stepFigure(-1), inView: true },
-    { key: "a", ctrl: true, does: "select all figures", run: () => select(state.figures.list.map((figure) => figure.name)) },
+    {
+        key: "a",
+        ctrl: true,
+        does: "select all figures",
+        run: () => select(state.figures.list.map((figure) => figure.name)),
+    },
     { key: "z", ctrl: true, does: "undo", run: () => void stepHistory("undo") },
     { key: "z", ctrl: true, shift: true, does: "redo", run: () => void stepHistory("redo") },
     { key: "y", ctrl: true, does: "redo", run: () => void stepHistory("redo") },
     { key: "d", ctrl: true, does: "duplicate the selected figures", run: duplicateSelected },
-    { key: "Delete", does: "delete the selected figures, or the chosen point of a profile or polygon", run: deleteSelected },
+    {
+        key: "Delete",
+        does: "delete the selected figures, or the chosen point of a profile or polygon",
+        run: deleteSelected,
+    },
     { key: "F2", does: "rename the figure", run: () => byId("figure-name", HTMLInputElement).select() },
     { key: "h", does: "hide the selected figures, or show them again", run: hideSelected },
-    { key: "PageUp", ctrl: true, does: "put the selected figures in front", run: () => orderSelected(true), inView: true },
+    {
+        key: "PageUp",
+        ctrl: true,
+        does: "put the selected figures in front",
+        run: () => orderSelected(true),
+        inView: true,
+    },
     { key: "PageDown", ctrl: true, does: "put them behind", run: () => orderSelected(false), inView: true },
     { key: "f", does: "show the selected figure large", run: showSelected },
     { key: "+", does: "zoom in", run: () => map.zoomIn(1) },
@@ -192,7 +221,9 @@ function bindingOf(event) {
  * @param {EventTarget | null} target
  */
 function isTyping(target) {
-    return target instanceof HTMLElement && target.closest("input:not([type=checkbox]), select, textarea, dialog") !== null;
+    return (
+        target instanceof HTMLElement && target.closest("input:not([type=checkbox]), select, textarea, dialog") !== null
+    );
 }
 
 window.addEventListener("keydown", (event) => {
@@ -210,7 +241,11 @@ export function showBindings() {
     const rows = kBindings
         .filter((one) => one.does)
         .map((one) => {
-            const name = one.key.startsWith("Arrow") ? "Arrows" : one.key.length === 1 ? one.key.toUpperCase() : one.key;
+            const name = one.key.startsWith("Arrow")
+                ? "Arrows"
+                : one.key.length === 1
+                  ? one.key.toUpperCase()
+                  : one.key;
             const keys = [one.ctrl && "Ctrl", one.shift && "Shift", name].filter(Boolean);
             const shown = keys.flatMap((key, i) => [...(i > 0 ? [" + "] : []), make("kbd", {}, String(key))]);
             return make("tr", {}, make("th", { scope: "row" }, ...shown), make("td", {}, one.does));

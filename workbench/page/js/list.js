@@ -63,7 +63,9 @@ function showList() {
     const wanted = byId("filter", HTMLInputElement).value.trim().toLowerCase();
     const all = state.figures.list;
     const some = wanted
-        ? all.filter(({ name, class: type }) => name.toLowerCase().includes(wanted) || classLabel(type).includes(wanted))
+        ? all.filter(
+              ({ name, class: type }) => name.toLowerCase().includes(wanted) || classLabel(type).includes(wanted),
+          )
         : all;
     names = some.map((figure) => figure.name);
     rows.setCount(names.length);

@@ -65,7 +65,11 @@ function render(index, row) {
     const cells = cellsAt(index);
     row.setAttribute("aria-selected", String(state.selected.includes(nameAt(index))));
     row.setAttribute("aria-rowindex", String(index + 2));
-    row.append(...cells.map((cell) => make("span", { role: "gridcell", class: typeof cell === "string" ? "text" : "number" }, show(cell))));
+    row.append(
+        ...cells.map((cell) =>
+            make("span", { role: "gridcell", class: typeof cell === "string" ? "text" : "number" }, show(cell)),
+        ),
+    );
 }
 
 /**
@@ -152,7 +156,9 @@ function compare(a, b) {
     if (a === null || b === null) {
         return Number(a === null) - Number(b === null);
     }
-    return typeof a === "number" && typeof b === "number" ? a - b : String(a).localeCompare(String(b), undefined, { numeric: true });
+    return typeof a === "number" && typeof b === "number"
+        ? a - b
+        : String(a).localeCompare(String(b), undefined, { numeric: true });
 }
 
 function sortRows() {
@@ -183,7 +189,11 @@ function showTable() {
             const isSorted = sorting.column === column;
             const order = sorting.down ? "descending" : "ascending";
             const sign = isSorted ? (sorting.down ? " ▾" : " ▴") : "";
-            const button = make("button", { type: "button", title: meanings.get(name) ?? "", onclick: () => sortBy(column) }, name + sign);
+            const button = make(
+                "button",
+                { type: "button", title: meanings.get(name) ?? "", onclick: () => sortBy(column) },
+                name + sign,
+            );
             const type = typeof measured.rows[0]?.[column] === "number" ? "number" : "text";
             return make("span", { role: "columnheader", class: type, "aria-sort": isSorted ? order : "none" }, button);
         }),
@@ -221,7 +231,9 @@ function saveCsv() {
 // Columns
 
 function shownAtFirst() {
-    return state.server.columns.filter(({ name, shown }) => shown && name !== kImageColumn).map((column) => column.name);
+    return state.server.columns
+        .filter(({ name, shown }) => shown && name !== kImageColumn)
+        .map((column) => column.name);
 }
 
 /** @param {string[]} names */

@@ -15,7 +15,10 @@ import { isFixed } from "./tools.js";
 /** @typedef {import("../../types").View} View */
 /** @typedef {import("../../types").XY} XY */
 
-/** Half the side of a node in CSS pixels: of one that can be dragged, of one that follows from others, of the chosen one. */
+/**
+ * Half the side of a node in CSS pixels: of one that can be dragged, of one that follows from others, of the chosen
+ * one.
+ */
 const kNodeSize = 4;
 const kFixedSize = 2;
 const kChosenSize = 6;
@@ -137,7 +140,10 @@ function paintMark(context, view) {
     }
     const x = view.left + state.mark.x * view.scale;
     const y = view.top + state.mark.y * view.scale;
-    for (const [color, width] of /** @type {[string, number][]} */ ([["rgb(16 20 24)", 4], ["#ff4d4d", 2]])) {
+    for (const [color, width] of /** @type {[string, number][]} */ ([
+        ["rgb(16 20 24)", 4],
+        ["#ff4d4d", 2],
+    ])) {
         context.strokeStyle = color;
         context.lineWidth = width;
         context.beginPath();

@@ -1,5 +1,5 @@
-// Draws outlines, so many that only what can be told apart is drawn: what is out of view not at all, what is smaller than
-// a few pixels as a dot or a box, and curves with as many points as their size on the screen deserves.
+// Draws outlines, so many that only what can be told apart is drawn: what is out of view not at all, what is smaller
+// than a few pixels as a dot or a box, and curves with as many points as their size on the screen deserves.
 
 /** @typedef {import("./figures.js").Figure} Figure */
 /** @typedef {import("../../types").View} View */
@@ -157,8 +157,8 @@ function leaves(from, step, low, high) {
 /** @typedef {{left: number, top: number, right: number, bottom: number}} Part of a picture, in its pixels */
 
 /**
- * Lines of one pixel set by hand: where a canvas takes a while for a hundred outlines, this draws ten thousand. A picture
- * that only moved keeps what stays in view.
+ * Lines of one pixel set by hand: where a canvas takes a while for a hundred outlines, this draws ten thousand. A
+ * picture that only moved keeps what stays in view.
  */
 export class FastPen {
     #image = new ImageData(1, 1);

@@ -68,7 +68,11 @@ function axes(x, y) {
  */
 function draw(data, options) {
     chart?.destroy();
-    const base = { animation: false, maintainAspectRatio: false, interaction: { mode: "nearest", axis: "x", intersect: false } };
+    const base = {
+        animation: false,
+        maintainAspectRatio: false,
+        interaction: { mode: "nearest", axis: "x", intersect: false },
+    };
     chart = new Chart(byId("plot", HTMLCanvasElement), {
         data,
         options: { ...base, ...options, plugins: { legend: { display: false }, tooltip: { displayColors: false } } },
@@ -78,15 +82,31 @@ function draw(data, options) {
 /** @param {Histogram} histogram */
 function drawHistogram({ edges, counts }) {
     const points = counts.map((count, i) => ({ x: (edges[i] + edges[i + 1]) / 2, y: count }));
-    const set = { type: "bar", data: points, backgroundColor: typeColor(0.75), barPercentage: 1, categoryPercentage: 1 };
+    const set = {
+        type: "bar",
+        data: points,
+        backgroundColor: typeColor(0.75),
+        barPercentage: 1,
+        categoryPercentage: 1,
+    };
     const scales = axes("value", "pixels");
-    draw({ datasets: [set] }, { scales: { x: { ...scales.x, min: edges[0], max: edges.at(-1) }, y: { ...scales.y, beginAtZero: true } } });
+    draw(
+        { datasets: [set] },
+        { scales: { x: { ...scales.x, min: edges[0], max: edges.at(-1) }, y: { ...scales.y, beginAtZero: true } } },
+    );
 }
 
 /** @param {ProfileCurve} profile */
 function drawProfile(profile) {
     const line = profile.distance.map((x, i) => ({ x, y: profile.mean[i] }));
-    const set = { type: "line", data: line, borderColor: typeColor(1), borderWidth: 1.5, pointRadius: 0, pointHoverRadius: 5 };
+    const set = {
+        type: "line",
+        data: line,
+        borderColor: typeColor(1),
+        borderWidth: 1.5,
+        pointRadius: 0,
+        pointHoverRadius: 5,
+    };
     const options = {
         scales: axes("distance (px)", "mean"),
         /**
@@ -165,7 +185,9 @@ async function plot(name) {
  * @param {any} answer
  */
 function describe(name, answer) {
-    const values = (kind === "profile" ? answer.mean : answer.counts).filter((/** @type {unknown} */ one) => one !== null);
+    const values = (kind === "profile" ? answer.mean : answer.counts).filter(
+        (/** @type {unknown} */ one) => one !== null,
+    );
     const [low, high] = values.reduce(
         (/** @type {number[]} */ [a, b], /** @type {number} */ one) => [Math.min(a, one), Math.max(b, one)],
         [Infinity, -Infinity],

@@ -29,7 +29,8 @@ let last = { at: { x: 0, y: 0 }, screen: { x: 0, y: 0 }, keys: { ctrl: false, sh
 let spaceHeld = false;
 
 /**
- * Where the mouse is. The point of the image is as fine as the screen shows it: whole pixels, tenths when a pixel is seen
+ * Where the mouse is. The point of the image is as fine as the screen shows it: whole pixels, tenths when a pixel is
+ * seen
  * large, hundredths when it is seen very large.
  * @param {MouseEvent} event
  * @returns {Place}
@@ -313,10 +314,16 @@ function hover(event) {
 function showValue(at) {
     void reading.push(async () => {
         const { image, page } = imageQuery();
-        const { values } = await get("value", { image, page, x: Math.round(at.x), y: Math.round(at.y) }).catch(() => ({ values: null }));
+        const { values } = await get("value", { image, page, x: Math.round(at.x), y: Math.round(at.y) }).catch(() => ({
+            values: null,
+        }));
         const channels = state.info?.channels ?? [];
         byId("status-value", HTMLElement).textContent = values
-            ? values.map((/** @type {number} */ value, /** @type {number} */ i) => `${channels[i] ?? ""} ${show(value)}`.trim()).join("  ")
+            ? values
+                  .map((/** @type {number} */ value, /** @type {number} */ i) =>
+                      `${channels[i] ?? ""} ${show(value)}`.trim(),
+                  )
+                  .join("  ")
             : "";
     });
 }

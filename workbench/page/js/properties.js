@@ -1,7 +1,8 @@
 // The properties of the figure selected last: its name, its parameters as the module presents them, and the points of
 // profiles and polygons. An edit that is refused says so at its field.
 
-import { byId, iconButton, make, show } from "./dom.js";
+import { ApiError } from "./api.js";
+import { byId, iconButton, make, show, tellError } from "./dom.js";
 import { edit } from "./session.js";
 import { classLabel, classOf, on, primary, select, state } from "./state.js";
 
@@ -29,6 +30,11 @@ async function commit(field, change) {
         problem?.replaceChildren();
         field.removeAttribute("aria-invalid");
     } catch (error) {
+        if (error instanceof ApiError && error.status === 409) {
+            // The fields show what others made of the figure already.
+            tellError(error);
+            return;
+        }
         problem?.replaceChildren(error instanceof Error ? error.message : String(error));
         field.setAttribute("aria-invalid", "true");
     }
@@ -96,7 +102,13 @@ function controlsOf(name, { name: key, value, kind }) {
         }
         case "shear": {
             const field = numberField(key, value, (one, text) => void commit(one, set(text)));
-            const range = { type: "range", min: -kShearRange, max: kShearRange, step: 0.1, "aria-label": `${key}, slider` };
+            const range = {
+                type: "range",
+                min: -kShearRange,
+                max: kShearRange,
+                step: 0.1,
+                "aria-label": `${key}, slider`,
+            };
             const slider = make("input", range);
             slider.value = String(value ?? 0);
             slider.disabled = state.server.readOnly;
@@ -133,7 +145,13 @@ function rowOf(name, parameter) {
 
 /** @param {string} name */
 function nameRow(name) {
-    const field = make("input", { type: "text", id: "figure-name", "aria-label": "Name", autocomplete: "off", value: name });
+    const field = make("input", {
+        type: "text",
+        id: "figure-name",
+        "aria-label": "Name",
+        autocomplete: "off",
+        value: name,
+    });
     field.disabled = state.server.readOnly;
     field.addEventListener("change", async () => {
         const to = field.value;

@@ -99,8 +99,8 @@ async function catchUp() {
 }
 
 /**
- * Sends edits as one change. An edit of a figure that others changed meanwhile is refused: then the page shows what they
- * made of it. Throws ApiError.
+ * Sends edits as one change. An edit of a figure that others changed meanwhile is refused: then the page shows what
+ * they made of it. Throws ApiError.
  * @param {Edit[]} edits
  * @returns {Promise<Changes>}
  */

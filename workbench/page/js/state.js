@@ -5,12 +5,12 @@ import { Figures } from "./figures.js";
 
 /**
  * What listeners can wait for: `figures` when the set changed, `selection` when other figures are selected, `details`
- * when what is known of the selected ones changed, `hidden` when figures are hidden or shown, `image` when another image,
- * page, channel or range is shown, `tool`, `history` when what can be taken back changed, `live` when a drag gave new
- * values, `mark` when a place is marked, `theme`, `names` when names are shown or not, `columns` when
+ * when what is known of the selected ones changed, `hidden` when figures are hidden or shown, `image` when another
+ * image, page, channel or range is shown, `tool`, `history` when what can be taken back changed, `live` when a drag
+ * gave new values, `mark` when a place is marked, `names` when names are shown or not, `columns` when
  * something else is measured, `trouble` when a part of the image did not come.
- * @typedef {"figures" | "selection" | "details" | "hidden" | "image" | "tool" | "history" | "live" | "mark" | "theme" |
- *           "names" | "columns" | "trouble"} Topic
+ * @typedef {"figures" | "selection" | "details" | "hidden" | "image" | "tool" | "history" | "live" | "mark" | "names" |
+ *           "columns" | "trouble"} Topic
  */
 
 /** @type {Map<Topic, (() => void)[]>} */

@@ -4,11 +4,9 @@ import { byId, icon, make } from "./dom.js";
 import { cssColor } from "./colors.js";
 import { showBindings } from "./keyboard.js";
 import { stepHistory } from "./session.js";
-import { changed, classLabel, classOf, on, state, useTool } from "./state.js";
+import { classLabel, classOf, on, state, useTool } from "./state.js";
 import { kTools } from "./tools.js";
 import { fitImage, map } from "./viewport.js";
-
-const kSelectHint = "";
 
 /**
  * @param {string} tool
@@ -18,7 +16,11 @@ const kSelectHint = "";
  */
 function toolButton(tool, label, key, drawing) {
     const title = `${label} (${key.toUpperCase()})`;
-    const button = make("button", { type: "button", class: "tool-button", "aria-label": label, title, onclick: () => useTool(tool) }, icon(drawing));
+    const button = make(
+        "button",
+        { type: "button", class: "tool-button", "aria-label": label, title, onclick: () => useTool(tool) },
+        icon(drawing),
+    );
     button.dataset.tool = tool;
     if (tool !== "select") {
         button.style.setProperty("--tool", cssColor(tool));
@@ -41,7 +43,7 @@ function showTool() {
         button.disabled = state.server.readOnly && button.dataset.tool !== "select";
     }
     byId("stage", HTMLElement).classList.toggle("drawing", state.tool !== "select");
-    byId("hint", HTMLElement).textContent = kTools[state.tool]?.hint ?? kSelectHint;
+    byId("hint", HTMLElement).textContent = kTools[state.tool]?.hint ?? "";
 }
 
 function showHistory() {
@@ -93,7 +95,6 @@ const kButtons = [
 ];
 kButtons.forEach(([id, run]) => byId(id, HTMLElement).addEventListener("click", run));
 byId("tools", HTMLElement).addEventListener("keydown", stepTool);
-document.addEventListener("themechange", () => changed("theme"));
 map.on("zoomend", showZoom);
 showBindings();
 on("tool", showTool);

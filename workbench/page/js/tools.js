@@ -1,5 +1,5 @@
-// How a figure of each class is drawn: what it is when the mouse goes down, and which of its nodes then follow the mouse.
-// The module makes the figure of it.
+// How a figure of each class is drawn: what it is when the mouse goes down, and which of its nodes then follow the
+// mouse. The module makes the figure of it.
 
 import { classLabel, classOf, state } from "./state.js";
 
