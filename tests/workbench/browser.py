@@ -47,6 +47,11 @@ def roi(*arguments, check=True):
     return done.stdout
 
 
+def convert(*arguments):
+    """ImageMagick, for pictures and what is in them."""
+    return subprocess.run(["convert", *map(str, arguments)], capture_output=True, text=True, check=True).stdout
+
+
 def parameters(path, name):
     """A figure as the command reads it from the file."""
     (figure,) = [one for one in json.loads(roi("list", path, "--format", "json")) if one["name"] == name]

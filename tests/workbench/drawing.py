@@ -1,6 +1,4 @@
 """Figures of every class drawn with the mouse, and measured as the command measures them."""
-import subprocess
-
 from browser import *
 
 
@@ -72,8 +70,7 @@ class Drawing(WorkbenchTest):
 
     def test_mask_from_a_file(self):
         picture = self.folder / "stencil.png"
-        subprocess.run(["convert", "-size", "31x20", "xc:black", "-fill", "white", "-draw", "rectangle 4,3 22,11", picture],
-                       check=True)
+        convert("-size", "31x20", "xc:black", "-fill", "white", "-draw", "rectangle 4,3 22,11", picture)
         before = self.page.names()
         self.choose("ROIMask")
         self.page.click(450, 300)
@@ -89,7 +86,6 @@ class Drawing(WorkbenchTest):
         self.page.press(Keys.ESCAPE)
         self.page.release()
         self.assertEqual(self.page.names(), before)
-        self.assertEqual(self.page.revision(), self.page.revision())
         self.assertEqual(len(json.loads(roi("list", self.set, "--format", "json"))), len(before))
 
 

@@ -50,8 +50,9 @@ class Keyboard(WorkbenchTest):
         for _ in range(120):
             webdriver.ActionChains(self.driver).send_keys(Keys.TAB).perform()
             reached.add(self.page.run("const a = document.activeElement; return a.id || a.ariaLabel || a.textContent"))
-        for wanted in ("undo", "image", "zoom-in", "import", "export", "theme", "view", "figure-list", "filter", "figure-name",
-                       "measurements", "columns-button", "csv", "plot-histogram", "Draw: ellipse", "Shear"):
+        for wanted in ("undo", "image", "zoom-in", "import", "export", "theme", "view", "figure-list", "filter",
+                       "figure-name", "measurements", "columns-button", "csv", "plot-histogram", "Draw: ellipse",
+                       "Shear"):
             self.assertIn(wanted, reached)
 
     def test_readable_at_twice_the_size(self):
@@ -61,8 +62,9 @@ class Keyboard(WorkbenchTest):
         self.page.select("slot")
         self.assertLessEqual(self.page.run("return document.documentElement.scrollWidth"), 700)
         cut = self.page.run("""
-            return [...document.querySelectorAll("button, h2, .property .label")].filter((one) => one.checkVisibility()
-                && one.scrollWidth > one.clientWidth + 1 && getComputedStyle(one).overflow !== "visible").map((one) => one.outerHTML);""")
+            return [...document.querySelectorAll("button, h2, .property .label")]
+                .filter((one) => one.checkVisibility() && one.scrollWidth > one.clientWidth + 1
+                    && getComputedStyle(one).overflow !== "visible").map((one) => one.outerHTML);""")
         self.assertEqual(cut, [])
 
 

@@ -25,8 +25,9 @@ class Pictures(WorkbenchTest):
             roi("add", self.set, *figure.split())
         roi("set", self.set, "scan", "Thickness1=6", "Thickness2=6")
         stencil = self.folder / "stencil.png"
-        subprocess.run(["convert", "-size", "34x33", "xc:black", "-fill", "white", "-draw", "circle 17,16 17,0", stencil], check=True)
-        roi("add", self.set, "ROIMask", "--name", "stencil", "--mask", stencil, *"CenterX=791 CenterY=98 Width=34 Height=34".split())
+        convert("-size", "34x33", "xc:black", "-fill", "white", "-draw", "circle 17,16 17,0", stencil)
+        place = "CenterX=791 CenterY=98 Width=34 Height=34"
+        roi("add", self.set, "ROIMask", "--name", "stencil", "--mask", stencil, *place.split())
         self.server = self.start(self.set, self.image)
         self.page = Page(self.driver, self.server.address)
 
@@ -37,10 +38,9 @@ class Pictures(WorkbenchTest):
     def take(self, name):
         path = Path(FOLDER or self.folder) / f"{name}.png"
         self.driver.save_screenshot(str(path))
-        subprocess.run(["convert", path, "-dither", "None", "-colors", "255", f"PNG8:{path}"], check=True)
+        convert(path, "-dither", "None", "-colors", "255", f"PNG8:{path}")
         # How bright the panels are, from 0 to 1.
-        return float(subprocess.run(["convert", path, "-crop", "200x60+1180+600", "-colorspace", "Gray", "-format", "%[fx:mean]",
-                                     "info:"], capture_output=True, text=True, check=True).stdout)
+        return float(convert(path, "-crop", "200x60+1180+600", "-colorspace", "Gray", "-format", "%[fx:mean]", "info:"))
 
     def test_dark_and_light(self):
         page = self.page

@@ -69,21 +69,19 @@ class Images(WorkbenchTest):
     def test_a_broken_image_says_why_and_the_others_go_on(self):
         page = self.page
         page.one("#image-after").click()
-        self.assertIn("broken.png", until("the reason", lambda: page.text("#broken") if page.one("#broken").is_displayed() else ""))
+        until("the reason", lambda: page.one("#broken").is_displayed() and "broken.png" in page.text("#broken"))
         page.one("#image-before").click()
         until("the image", lambda: not page.one("#broken").is_displayed() and page.all(".leaflet-tile-loaded"))
 
     def test_pixels_are_squares_with_the_file_s_values(self):
         page = self.page
-        page.driver.execute_async_script("""
-            const done = arguments[arguments.length - 1];
-            import("/static/js/viewport.js").then(({ map }) => { map.setView([412, 250], 5, { animate: false }); done(); });""")
-        self.assertEqual(page.run("return getComputedStyle(document.querySelector('.leaflet-tile')).imageRendering"), "pixelated")
+        page.run("return import('/static/js/viewport.js').then(({ map }) => void map.setView([412, 250], 5))")
+        rendering = "return getComputedStyle(document.querySelector('.leaflet-tile')).imageRendering"
+        until("squares", lambda: page.run(rendering) == "pixelated")
         page.move((250.4, 411.6))
         x, y = page.place()
         self.assertLess(abs(x - 250.4) + abs(y - 411.6), 0.05)
-        value = subprocess.run(["convert", self.image, "-format", "%[fx:round(255*p{250,412}.r)]", "info:"],
-                               capture_output=True, text=True, check=True).stdout
+        value = convert(self.image, "-format", "%[fx:round(255*p{250,412}.r)]", "info:")
         until(f"value {value}", lambda: page.text("#status-value").split()[-1:] == [value])
 
 
