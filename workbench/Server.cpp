@@ -100,7 +100,11 @@ void Server::Parts::Listen(int port) {
     http.set_keep_alive_max_count(100'000);
     // An answer in several pieces would wait for the browser's word about the first.
     http.set_tcp_nodelay(true);
-    http.set_socket_options([](socket_t) {});
+    // On the port of one that just ended, too; two never share one.
+    http.set_socket_options([](socket_t socket) {
+        const int yes = 1;
+        setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
+    });
     const int bound = port == 0 ? http.bind_to_any_port(kHere) : (http.bind_to_port(kHere, port) ? port : -1);
     if (bound <= 0) {
         throw Error("cannot listen", fmt::format("port {}", port), "another program has it, or it is not allowed");
