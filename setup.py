@@ -18,7 +18,8 @@ class CMakeBuild(build_ext):
     def build_extension(self, extension):
         folder = pathlib.Path(self.get_ext_fullpath(extension.name)).resolve().parent
         build = pathlib.Path(self.build_temp).resolve()
-        options = ["-DCMAKE_BUILD_TYPE=Release", "-DROI_PYTHON=ON", "-DROI_TESTS=OFF", f"-DPython_EXECUTABLE={sys.executable}"]
+        options = ["-DCMAKE_BUILD_TYPE=Release", "-DROI_PYTHON=ON", "-DROI_TESTS=OFF"]
+        options.append(f"-DPython_EXECUTABLE={sys.executable}")
         jobs = os.environ.get("CMAKE_BUILD_PARALLEL_LEVEL", str(os.cpu_count()))
         for command in (
             ["cmake", "-S", SOURCE, "-B", build, *options],

@@ -56,8 +56,8 @@ def main():
         pathlib.Path(f"{folder}/list").write_text("\n".join(images))
         for jobs in (1, 2):
             start = time.perf_counter()
-            subprocess.run([ROOT / "build/bin/roi", "measure", f"{folder}/cells.roi", "--from", f"{folder}/list", "--format",
-                            "csv", "--jobs", str(jobs)], check=True, stdout=subprocess.DEVNULL)
+            subprocess.run([ROOT / "build/bin/roi", "measure", f"{folder}/cells.roi", "--from", f"{folder}/list",
+                            "--format", "csv", "--jobs", str(jobs)], check=True, stdout=subprocess.DEVNULL)
             print(f"roi measure --jobs {jobs}   {count / (time.perf_counter() - start):8.1f} images a second")
         for workers in (1, 2):
             speed, memory = on_dask(figures, images, workers)

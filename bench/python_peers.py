@@ -78,7 +78,7 @@ def points():
         x, y = xy.T.copy()
         outer, holes = figure.outline()
         path = Path.make_compound_path(*(Path(np.vstack([loop, loop[:1]]), closed=True) for loop in outer + holes))
-        region = unary_union([Polygon(loop) for loop in outer]).difference(unary_union([Polygon(loop) for loop in holes]))
+        region = unary_union([Polygon(loop) for loop in outer]) - unary_union([Polygon(loop) for loop in holes])
         own = seconds(lambda: figure.contains(xy))
         row(f"contains, a million points, {class_name}", own, seconds(lambda: path.contains_points(xy), 3),
             "Matplotlib contains_points")

@@ -4,9 +4,9 @@
     measure_on_dask.py cells.roi plate/ more.tif -o cells.csv --workers 2
     measure_on_dask.py cells.roi plate/ -o cells.parquet --scheduler tcp://10.0.0.1:8786
 
-Rows come in the order of the images, folders in that of their names. The set travels once to each worker, images are read
-where they are measured. A worker that dies loses no row: others measure its parts again, and a part is written once. Images
-that fail are listed at the end, and the exit code is 7 then, as that of `roi measure --keep-going`.
+Rows come in the order of the images, folders in that of their names. The set travels once to each worker, images are
+read where they are measured. A worker that dies loses no row: others measure its parts again, and a part is written
+once. Images that fail are listed at the end, and the exit code is 7 then, as that of `roi measure --keep-going`.
 """
 
 import argparse

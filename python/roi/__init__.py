@@ -1,7 +1,7 @@
 """Regions of interest on NumPy images: figures placed, edited, measured and drawn.
 
-Images are arrays of shape (rows, columns) or (rows, columns, channels), points arrays of shape (n, 2) with x and y, masks
-bool arrays of shape (rows, columns). The centre of the first pixel is the point (0, 0).
+Images are arrays of shape (rows, columns) or (rows, columns, channels), points arrays of shape (n, 2) with x and y,
+masks bool arrays of shape (rows, columns). The centre of the first pixel is the point (0, 0).
 """
 
 from roi import notebook as _notebook

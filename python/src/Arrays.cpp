@@ -10,6 +10,8 @@ namespace host::python {
 namespace {
 
 constexpr py::ssize_t kLongestSide = 1 << 29;
+// Of more pixels no array is made.
+constexpr py::ssize_t kMostPixels = py::ssize_t{1} << 30;
 
 Error BadImage(const py::object& array, const char* why) {
     const std::string subject = "array of " + Shown(array.attr("dtype")) + " and shape " + Shown(array.attr("shape"));
@@ -136,6 +138,9 @@ PixelSize SizeFrom(const py::object& shape) {
     const auto good = [](py::ssize_t side) { return side >= 0 && side <= kLongestSide; };
     if (sides.size() < 2 || !good(sides[0]) || !good(sides[1])) {
         throw UsageError("not a shape", Shown(shape), "give (rows, columns), as an image's shape");
+    }
+    if (sides[0] * sides[1] > kMostPixels) {
+        throw UsageError("shape too large", Shown(shape), "an array has at most 2^30 pixels");
     }
     return {static_cast<int>(sides[1]), static_cast<int>(sides[0])};
 }

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <mutex>
 #include <optional>
 #include <thread>
 
@@ -67,6 +68,10 @@ class FileTables {
     }
 
     std::optional<Batch::Outcome> NextOutcome() {
+        const std::unique_lock only(m_waiting, std::try_to_lock);
+        if (!only) {
+            throw Error("cannot measure", "files", "another thread waits for the next table");
+        }
         const py::gil_scoped_release others;
         return m_batch->Next();
     }
@@ -76,6 +81,7 @@ class FileTables {
     py::object m_failed;
     ImageList m_images;
     std::optional<Batch> m_batch;
+    std::mutex m_waiting;
 };
 
 std::unique_ptr<FileTables> MeasureFiles(const SetHandle& set, const py::iterable& paths, const py::object& columns,

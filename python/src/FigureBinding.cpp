@@ -60,10 +60,10 @@ std::vector<Assignment> AssignmentsOf(const py::kwargs& parameters) {
     return assignments;
 }
 
-py::list KeysOf(FigureHandle& figure) {
-    py::list keys;
+std::vector<std::string> KeysOf(FigureHandle& figure) {
+    std::vector<std::string> keys;
     for (const NamedValue& value : figure.Values()) {
-        keys.append(value.name);
+        keys.push_back(value.name);
     }
     return keys;
 }
@@ -214,13 +214,13 @@ Figure MakeFigure(const std::string& className, const std::string& name, const p
 
 void BindFigure(py::module_& module) {
     py::class_<FigureHandle, Handle>(module, "Figure",
-                                     R"(A region of interest: a named figure of one of the classes that
-roi.classes() names.
+                                     R"(A region of interest: a named figure of one of the classes
+that roi.classes() names.
 
-Its parameters are read and set by name, as in figure["RadiusX"] = 80 and dict(figure); angles are in degrees, everything
-else in pixels. Points are x to the right and y downward, and the centre of the first pixel is (0, 0). A figure of a set is
-one and the same object each time the set hands it out; it lives on when it is removed from its set. Figures can be
-pickled and copied; a copy is in no set.)")
+Its parameters are read and set by name, as in figure["RadiusX"] = 80 and dict(figure); angles are in degrees,
+everything else in pixels. Points are x to the right and y downward, and the centre of the first pixel is (0, 0). A
+figure of a set is one and the same object each time the set hands it out; it lives on when it is removed from its set.
+Figures can be pickled and copied; a copy is in no set.)")
         .def(py::init([](const std::string& className, const std::string& name, const py::object& points,
                          const py::object& mask, const py::kwargs& parameters) {
                  return std::make_shared<FigureHandle>(MakeFigure(className, name, points, mask, parameters));
@@ -252,7 +252,7 @@ pickled and copied; a copy is in no set.)")
             [](FigureHandle& figure, const py::kwargs& parameters) { figure.SetValues(AssignmentsOf(parameters)); },
             "Sets several parameters at once, as in figure.update(RadiusX=80, RadiusY=40).")
         .def("keys", &KeysOf, "The names of its parameters, in the order of its class.")
-        .def("__iter__", [](FigureHandle& figure) { return py::iter(KeysOf(figure)); })
+        .def("__iter__", [](FigureHandle& figure) { return py::iter(py::cast(KeysOf(figure))); })
         .def("__len__", [](FigureHandle& figure) { return figure.Values().size(); })
         .def("__contains__",
              [](FigureHandle& figure, const std::string& name) { return Find(figure.Values(), name) != nullptr; })

@@ -64,26 +64,27 @@ std::shared_ptr<FigureHandle> Append(SetHandle& set, const FigureHandle& figure,
     return set.Add(std::move(copy));
 }
 
-py::list NamesOf(const SetHandle& set) {
-    py::list names;
+// Copies: whatever Python does with a list that is being made may change the set.
+std::vector<std::string> NamesOf(const SetHandle& set) {
+    std::vector<std::string> names;
     for (const Figure& figure : set.Get().Figures()) {
-        names.append(figure.name);
+        names.push_back(figure.name);
     }
     return names;
 }
 
-py::list HandlesOf(SetHandle& set) {
-    py::list handles;
+std::vector<std::shared_ptr<FigureHandle>> HandlesOf(SetHandle& set) {
+    std::vector<std::shared_ptr<FigureHandle>> handles;
     for (const Figure& figure : set.Get().Figures()) {
-        handles.append(set.At(figure.name));
+        handles.push_back(set.At(figure.name));
     }
     return handles;
 }
 
-py::list ItemsOf(SetHandle& set) {
-    py::list items;
-    for (const Figure& figure : set.Get().Figures()) {
-        items.append(py::make_tuple(figure.name, set.At(figure.name)));
+std::vector<std::pair<std::string, std::shared_ptr<FigureHandle>>> ItemsOf(SetHandle& set) {
+    std::vector<std::pair<std::string, std::shared_ptr<FigureHandle>>> items;
+    for (const std::shared_ptr<FigureHandle>& handle : HandlesOf(set)) {
+        items.emplace_back(handle->Get().name, handle);
     }
     return items;
 }
@@ -123,10 +124,10 @@ py::dict MeasureImage(const SetHandle& set, const py::object& image, const py::o
 
 py::array LabelsIn(const SetHandle& set, const py::object& shape, const std::string& by) {
     const LabelImage labels = LabelsOf(set.Get(), SizeFrom(shape), RuleFrom(false, by));
+    const std::vector<std::string> names = NamesOf(set);
     for (std::size_t i = 0; i < labels.taken.size(); ++i) {
         if (labels.taken[i] > 0) {
-            Warn(set.Get().Figures()[i].name,
-                 fmt::format("{} of its pixels are labelled as a later figure", labels.taken[i]));
+            Warn(names[i], fmt::format("{} of its pixels are labelled as a later figure", labels.taken[i]));
         }
     }
     return ToArray(labels.image);
@@ -212,7 +213,7 @@ Names are unique. Sets can be pickled and copied; a copy has figures of its own.
         .def("rename", &SetHandle::Rename, py::arg("name"), py::arg("new_name"), "Renames a figure.")
         .def("__len__", [](const SetHandle& set) { return set.Get().Figures().size(); })
         .def("__bool__", [](const SetHandle& set) { return !set.Get().Figures().empty(); })
-        .def("__iter__", [](const SetHandle& set) { return py::iter(NamesOf(set)); })
+        .def("__iter__", [](const SetHandle& set) { return py::iter(py::cast(NamesOf(set))); })
         .def("__contains__", &Has, py::arg("name"))
         .def("__contains__", [](const SetHandle&, const py::object&) { return false; })
         .def("keys", &NamesOf, "The names, in order.")

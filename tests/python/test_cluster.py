@@ -53,7 +53,8 @@ def test_a_killed_worker_loses_no_row_and_doubles_none(cluster, every_class, tmp
     folder.mkdir()
     rng = np.random.default_rng(2)
     for i in range(IMAGES):
-        tifffile.imwrite(folder / f"{i:03}.tif", rng.integers(0, 60000, (700, 900), dtype=np.uint16), compression="zlib")
+        image = rng.integers(0, 60000, (700, 900), dtype=np.uint16)
+        tifffile.imwrite(folder / f"{i:03}.tif", image, compression="zlib")
     (folder / "010.tif").write_bytes(b"no image")
     every_class.save(tmp_path / "cells.roi")
     output = tmp_path / "rows.csv"

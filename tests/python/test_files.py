@@ -96,7 +96,8 @@ def test_notebooks_show_sets_and_figures(every_class):
 def test_stubs_are_what_the_package_is():
     pytest.importorskip("mypy")
     # The metaclass is pybind11's, and only a set makes a FileTables.
-    done = subprocess.run([sys.executable, "-m", "mypy.stubtest", "roi", "--ignore-missing-stub", "--allowlist", "/dev/stdin"],
+    done = subprocess.run([sys.executable, "-m", "mypy.stubtest", "roi", "--ignore-missing-stub",
+                           "--allowlist", "/dev/stdin"],
                           input="roi.Figure\nroi.FileTables.__init__", capture_output=True, text=True,
                           env={**os.environ, "MYPYPATH": os.path.dirname(roi.__path__[0])})
     assert done.returncode == 0, done.stdout + done.stderr
