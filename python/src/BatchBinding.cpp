@@ -33,14 +33,7 @@ class FileTables {
           m_names(NamesOf(options.columns)),
           m_failed(std::move(failed)),
           m_images(PathsFrom(paths), {}, {}),
-          m_batch(std::in_place, m_set, m_images, options) {}
-    // Its threads may wait for nothing that takes the interpreter's lock, but others want it meanwhile.
-    ~FileTables() {
-        const py::gil_scoped_release others;
-        m_batch.reset();
-    }
-    FileTables(const FileTables&) = delete;
-    FileTables& operator=(const FileTables&) = delete;
+          m_batch(m_set, m_images, options) {}
 
     py::tuple Next() {
         while (const std::optional<Batch::Outcome> outcome = NextOutcome()) {
@@ -73,14 +66,14 @@ class FileTables {
             throw Error("cannot measure", "files", "another thread waits for the next table");
         }
         const py::gil_scoped_release others;
-        return m_batch->Next();
+        return m_batch.Next();
     }
 
     RoiSet m_set;
     std::vector<std::string> m_names;
     py::object m_failed;
     ImageList m_images;
-    std::optional<Batch> m_batch;
+    Batch m_batch;
     std::mutex m_waiting;
 };
 

@@ -30,16 +30,17 @@ py::object ExceptionFor(const Error& error) {
 }  // namespace
 
 void BindErrors(py::module_& /*module*/) {
-    py::register_local_exception_translator([](std::exception_ptr failure) {
-        try {
-            if (failure) {
-                std::rethrow_exception(failure);
+    py::register_local_exception_translator(
+        [](std::exception_ptr failure) {  // NOLINT(performance-unnecessary-value-param)
+            try {
+                if (failure) {
+                    std::rethrow_exception(failure);
+                }
+            } catch (const Error& error) {
+                const py::object exception = ExceptionFor(error);
+                PyErr_SetObject(reinterpret_cast<PyObject*>(Py_TYPE(exception.ptr())), exception.ptr());
             }
-        } catch (const Error& error) {
-            const py::object exception = ExceptionFor(error);
-            PyErr_SetObject(reinterpret_cast<PyObject*>(Py_TYPE(exception.ptr())), exception.ptr());
-        }
-    });
+        });
 }
 
 py::object ExceptionFor(const std::exception_ptr& failure, const std::string& subject) {
