@@ -49,7 +49,7 @@ class Sharing(WorkbenchTest):
         self.server.stop()
         until("the loss", lambda: self.page.text("#set-state") == "not connected")
         anew = self.start(self.set, self.image, "--port", self.server.port)
-        self.assertIn("started anew", self.page.toast())
+        until("what happened", lambda: "started anew" in self.page.text("#toasts"))
         page = Page(self.driver, anew.address)
         page.select("bore")
         self.assertEqual(page.field("RadiusX").get_attribute("value"), "71.75")

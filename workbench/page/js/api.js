@@ -41,61 +41,63 @@ async function failure(response) {
 }
 
 /**
+ * @template T
  * @param {string} where
+ * @param {(response: Response) => Promise<T>} read
  * @param {RequestInit} [init]
+ * @returns {Promise<T>}
  */
-async function ask(where, init) {
-    let response;
+async function ask(where, read, init) {
     try {
-        response = await fetch(where, init);
-    } catch (error) {
-        if (init?.signal?.aborted) {
-            throw error;
+        const response = await fetch(where, init);
+        if (!response.ok) {
+            throw await failure(response);
         }
-        throw new ApiError(0, "The server does not answer; it may have ended.");
+        return await read(response);
+    } catch (error) {
+        throw error instanceof ApiError ? error : new ApiError(0, "The server does not answer; it may have ended.");
     }
-    if (!response.ok) {
-        throw await failure(response);
-    }
-    return response;
 }
 
 /**
- * @param {string} path
- * @param {Query} [query]
+ * @param {Response} response
  * @returns {Promise<any>}
  */
-export async function get(path, query) {
-    return (await ask(url(path, query))).json();
+const asJson = (response) => response.json();
+
+/**
+ * @param {string} path
+ * @param {Query} [query]
+ */
+export function get(path, query) {
+    return ask(url(path, query), asJson);
 }
 
 /**
  * @param {string} path
  * @param {Query} [query]
  */
-export async function getBytes(path, query) {
-    return (await ask(url(path, query))).arrayBuffer();
+export function getBytes(path, query) {
+    return ask(url(path, query), (response) => response.arrayBuffer());
 }
 
 /**
  * @param {string} path
  * @param {object} body
- * @returns {Promise<any>}
  */
-export async function post(path, body) {
+export function post(path, body) {
     const headers = { "Content-Type": "application/json" };
-    return (await ask(url(path), { method: "POST", headers, body: JSON.stringify(body) })).json();
+    return ask(url(path), asJson, { method: "POST", headers, body: JSON.stringify(body) });
 }
 
 /**
  * @param {string} path
  * @param {Query} query
  * @param {Blob} file
- * @returns {Promise<any>}
  */
-export async function postFile(path, query, file) {
+export function postFile(path, query, file) {
     const headers = { "Content-Type": "application/octet-stream" };
-    return (await ask(url(path, query), { method: "POST", headers, body: file })).json();
+    return ask(url(path, query), asJson, { method: "POST", headers, body: file });
 }
 
 /** Runs one task at a time; of those that come meanwhile the last one waits and all others are dropped. */

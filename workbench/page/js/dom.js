@@ -69,11 +69,15 @@ export function iconButton(name, label, onclick) {
 const kToastSeconds = 7;
 
 /**
- * Tells people of something, on the screen and to screen readers.
+ * Tells people of something, on the screen and to screen readers; what stands there already is not said twice.
  * @param {string} text
  * @param {"info" | "error"} kind
  */
 export function tell(text, kind = "info") {
+    const toasts = byId("toasts", HTMLElement);
+    if ([...toasts.children].some((one) => one.textContent === text)) {
+        return;
+    }
     const toast = make(
         "div",
         { class: `toast ${kind}`, role: kind === "error" ? "alert" : "status" },
@@ -81,7 +85,7 @@ export function tell(text, kind = "info") {
     );
     const close = iconButton("close", "Dismiss", () => toast.remove());
     toast.append(close);
-    byId("toasts", HTMLElement).append(toast);
+    toasts.append(toast);
     if (kind === "info") {
         setTimeout(() => toast.remove(), kToastSeconds * 1000);
     }
