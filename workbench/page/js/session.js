@@ -10,6 +10,8 @@ import { changed, on, primary, select, state } from "./state.js";
 
 /** Nodes are shown of so many selected figures at most. */
 const kMostDetails = 20;
+/** How long to wait for a server that does not answer, in milliseconds. */
+const kRetry = 1500;
 
 /**
  * Edits and undos wait for one another here.
@@ -200,21 +202,26 @@ export function follow(listeners) {
     source.addEventListener("error", () => {
         listeners.connected(false);
         if (source.readyState === EventSource.CLOSED) {
-            void becomeStranger();
+            void followAgain(listeners);
         }
     });
 }
 
-/** The browser does not try again: the server was started anew, with another token, or is gone. */
-async function becomeStranger() {
+/**
+ * The browser does not try again after an answer that is no stream: the server is ending, or is another one by now, with
+ * another token.
+ * @param {Parameters<typeof follow>[0]} listeners
+ */
+async function followAgain(listeners) {
     try {
         await get("state");
+        follow(listeners);
     } catch (error) {
-        tellError(
-            error instanceof ApiError && error.status === 403
-                ? new Error("The server was started anew: open the address that it printed.")
-                : error,
-        );
+        if (error instanceof ApiError && error.status === 403) {
+            tell("The server was started anew: open the address that it printed.", "error");
+        } else {
+            setTimeout(() => void followAgain(listeners), kRetry);
+        }
     }
 }
 
