@@ -5,6 +5,7 @@
 #include "host/base/Error.h"
 #include "host/base/SafeFile.h"
 #include "host/figures/FigureClass.h"
+#include "host/figures/FigureIndex.h"
 #include "host/figures/Nodes.h"
 #include "host/sets/RoiSet.h"
 
@@ -68,7 +69,8 @@ void Hit(const HitOptions& options) {
     const Session session;
     const RoiSet set = RoiSet::Load(session, options.set);
     std::string names;
-    for (const Figure& figure : set.Figures()) {
+    for (const std::size_t i : FigureIndex(set.Figures()).At(options.at)) {
+        const Figure& figure = set.Figures()[i];
         if (HoldsPoint(figure, options.at, options.pixels.Rule())) {
             names += figure.name + '\n';
         }

@@ -4,6 +4,7 @@
 #include <fmt/ranges.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <filesystem>
 #include <iterator>
 #include <new>
@@ -119,6 +120,9 @@ int main(int argc, char** argv) {
     using namespace host::cli;
     using host::Error;
     using host::ErrorKind;
+    // The times of an archive's entries are converted one by one, for which the file of a zone that is not named is
+    // looked at anew each time.
+    setenv("TZ", ":/etc/localtime", 0);
     try {
         CLI::App roi("Places, edits and measures regions of interest on images.", "roi");
         roi.footer(

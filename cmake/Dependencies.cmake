@@ -2,6 +2,7 @@
 set(CMAKE_FIND_PACKAGE_TARGETS_GLOBAL ON)
 find_package(PkgConfig REQUIRED)
 find_package(Threads REQUIRED)
+find_package(Boost REQUIRED)
 find_package(pugixml REQUIRED)
 find_package(CLI11 REQUIRED)
 find_package(nlohmann_json REQUIRED)

@@ -71,6 +71,7 @@ struct FigureClass {
 
     // Files
     bool readsXML = true;
+    bool cutsXML = false;  ///< whether its own reading stops at a decimal point: the host hands it the values
     /// What XML does not keep of a figure, as half a sentence; empty when it keeps all.
     std::string (*lostInXML)(const Figure& figure) = nullptr;
 };

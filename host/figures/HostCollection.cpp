@@ -1,9 +1,11 @@
 #include "host/figures/HostCollection.h"
 
 #include <dlfcn.h>
+#include <elf.h>
 
 #include <algorithm>
 #include <array>
+#include <fstream>
 
 #include "contract/Module.h"
 #include "host/base/Error.h"
@@ -20,6 +22,27 @@ struct LateClass {
 constexpr std::array<LateClass, 4> kLateClasses = {
     {{L"CIFImageCANVAS", "CIF"}, {L"CIFGraphics", "CIF"}, {L"Assembly", "Geometry"}, {L"ROIRectangle", "ROI"}}};
 
+// Throws for a shared object of which a part is missing: to open it would end the process. What is none at all is left
+// to the loader to refuse.
+void CheckWhole(const std::filesystem::path& file) {
+    std::error_code failure;
+    const std::uintmax_t size = std::filesystem::file_size(file, failure);
+    std::ifstream stream(file, std::ios::binary);
+    Elf64_Ehdr header{};
+    if (failure || !stream.read(reinterpret_cast<char*>(&header), sizeof header) ||
+        !std::equal(header.e_ident, header.e_ident + SELFMAG, ELFMAG) || header.e_phentsize != sizeof(Elf64_Phdr)) {
+        return;
+    }
+    stream.seekg(static_cast<std::streamoff>(header.e_phoff));
+    for (int i = 0; i < header.e_phnum; ++i) {
+        Elf64_Phdr part{};
+        if (!stream.read(reinterpret_cast<char*>(&part), sizeof part) || part.p_offset > size ||
+            part.p_filesz > size - part.p_offset) {
+            throw Error("cannot load module", file.string(), "the file is cut short");
+        }
+    }
+}
+
 // Of the last module that failed. The module has one collection, and so has the process.
 std::string gLoadFailure;
 
@@ -28,6 +51,7 @@ std::string gLoadFailure;
 void* ModuleFolder::Load(const std::string& name) {
     void*& module = m_loaded[name];
     if (module == nullptr) {
+        CheckWhole(FileOf(name));
         const std::string file = FileOf(name).string();
         module = dlopen(file.c_str(), RTLD_NOW);
         if (module == nullptr) {
@@ -42,6 +66,7 @@ void ModuleFolder::Require(const std::string& name) {
     if (!std::filesystem::exists(FileOf(name), failure)) {
         Load(name);
     }
+    CheckWhole(FileOf(name));
 }
 
 void* ModuleFolder::FindSymbol(const std::string& module, const char* symbol) {

@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <charconv>
 #include <climits>
 #include <cmath>
 #include <cstring>
@@ -73,16 +74,14 @@ void SaveState(const Figure& figure, IDataStream* stream) {
 }
 
 // Figures take what they find in a parameter list and say nothing about the rest, so the host looks at
-// the list first. The stream is read from its start: `makeStream` gives a new one for each reading.
-template <class MakeStream>
-void LoadState(const Figure& figure, MakeStream makeStream) {
-    const SmartPtr<INamedCollection> list = BASEObject::CreateParameters();
+// the list first.
+SmartPtr<INamedCollection> CheckedList(const Figure& figure, IDataStream* stream) {
+    SmartPtr<INamedCollection> list = BASEObject::CreateParameters();
     const auto persist = SmartPtr<IDataPersist>::QueryFrom(list.Get());
-    const SmartPtr<IDataStream> stream = makeStream();
-    if (!persist || !stream) {
+    if (!persist || stream == nullptr) {
         throw std::bad_alloc();
     }
-    if (Failed(persist->Load(stream.Get(), 0))) {
+    if (Failed(persist->Load(stream, 0))) {
         Unsound(figure, "its values are damaged");
     }
     for (const NamedValue& entry : Entries(*list)) {
@@ -91,6 +90,13 @@ void LoadState(const Figure& figure, MakeStream makeStream) {
             Unsound(figure, fmt::format("{} is not a number", entry.name));
         }
     }
+    return list;
+}
+
+// The stream is read from its start: `makeStream` gives a new one for each reading.
+template <class MakeStream>
+void LoadState(const Figure& figure, MakeStream makeStream) {
+    const SmartPtr<INamedCollection> list = CheckedList(figure, makeStream().Get());
     if (const auto object = figure.As<IDataPersist>()) {
         object->Load(makeStream().Get(), 0);
     } else {
@@ -163,6 +169,14 @@ void KeepBlocks(const Figure& figure, const FolderArchive& from, FolderArchive& 
     }
 }
 
+Raster MaskIn(const Figure& figure, const FolderArchive::Block& png) {
+    try {
+        return DecodeImage(BytesOf(png)).pixels;
+    } catch (const Error&) {
+        Unsound(figure, "its mask is damaged");
+    }
+}
+
 void LoadMaskImage(const Figure& figure, const FolderArchive& archive, std::uint64_t& pixelsLeft) {
     if (const FolderArchive::Block* png = archive.Find(FolderOf(figure) + "/mask.png")) {
         const auto declared = DeclaredPixels(*png);
@@ -172,11 +186,7 @@ void LoadMaskImage(const Figure& figure, const FolderArchive& archive, std::uint
         TakePixels(figure, *declared, pixelsLeft);
         // A decoder without memory says no more than that it failed, so what it and the copy take is asked for before.
         static_cast<void>(std::make_unique_for_overwrite<unsigned char[]>(2 * *declared + kDecoderBytes));
-        try {
-            SetMaskImage(figure, DecodeImage(BytesOf(*png)).pixels.View());
-        } catch (const Error&) {
-            Unsound(figure, "its mask is damaged");
-        }
+        SetMaskImage(figure, MaskIn(figure, *png).View());
     }
 }
 
@@ -218,8 +228,12 @@ void LoadFigure(Figure& figure, const std::shared_ptr<FolderArchive>& archive, s
         return;
     }
     LoadState(figure, makeStream);
-    LoadMaskImage(figure, *archive, pixelsLeft);
-    LoadGeometry(figure, *archive);
+    if (figure.type->contents == Contents::image) {
+        LoadMaskImage(figure, *archive, pixelsLeft);
+    }
+    if (figure.type->contents == Contents::geometry) {
+        LoadGeometry(figure, *archive);
+    }
 }
 
 }  // namespace
@@ -305,6 +319,31 @@ std::string WriteXMLSet(const std::vector<Figure>& figures) {
     return text.str();
 }
 
+// Figures read something, or nothing, of any text: blanks, plus signs and hexadecimal digits would make other numbers
+// of it than people see.
+void CheckTexts(const Figure& figure, pugi::xml_node element) {
+    for (const pugi::xml_node values : element.children()) {
+        for (const pugi::xml_node value : values.children()) {
+            const std::string_view text = value.text().get();
+            double number = 0.0;
+            const auto [end, failure] = std::from_chars(text.data(), text.data() + text.size(), number);
+            if (value.type() == pugi::node_element && (failure != std::errc() || end != text.data() + text.size())) {
+                Unsound(figure, fmt::format("{} is not a number in plain digits: {}", value.name(), text));
+            }
+        }
+    }
+}
+
+void LoadXML(const Figure& figure, const XMLDocument& document, pugi::xml_node element) {
+    CheckTexts(figure, element);
+    const auto makeStream = [&] { return MakeXMLStream(document, element); };
+    if (figure.type->cutsXML) {
+        ApplyParameterList(figure, *CheckedList(figure, makeStream().Get()));
+    } else {
+        LoadState(figure, makeStream);
+    }
+}
+
 std::vector<Figure> ReadXMLSet(const Session& session, std::string_view bytes) {
     const auto document = std::make_shared<pugi::xml_document>();
     CheckLength(bytes.size(), kLongestXML);
@@ -326,7 +365,7 @@ std::vector<Figure> ReadXMLSet(const Session& session, std::string_view bytes) {
             NewFigure(session, names, element.attribute("name").value(), element.attribute("class").value()));
         // They look for their values one element down.
         if (figures.back().type->readsXML) {
-            LoadState(figures.back(), [&] { return MakeXMLStream(document, element); });
+            LoadXML(figures.back(), document, element);
         }
     }
     return figures;

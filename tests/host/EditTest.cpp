@@ -91,15 +91,13 @@ TEST_F(Edit, AnXMLSetWarnsOfWhatItLosesAndKeepsTheRest) {
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_EQ(result.err, "");  // Everything that XML loses was lost when it was first read back.
     const json rows = Listing("all.xml");
-    EXPECT_EQ(LineOf(rows[2]), "CenterX=428 CenterY=50 RadiusX=31 RadiusY=0");
+    EXPECT_EQ(LineOf(rows[2]), "CenterX=428.5 CenterY=50 RadiusX=31 RadiusY=1e-07");
     EXPECT_TRUE(Starts(LineOf(rows[0]), "CenterX=239.1 CenterY=50 Width=50 Height=50 Angle=5 "));
     EXPECT_TRUE(Has(LineOf(rows[3]), "RadiusX1=66.25 RadiusY1=20 RadiusX2=91.5"));
     EXPECT_TRUE(Has(LineOf(rows[4]), "DeltaAngle=-45.5"));
     EXPECT_TRUE(Has(LineOf(rows[7]), "CenterX=61"));
     EXPECT_EQ(rows[5].at("holds"), "0 points");
     for (const auto& [extra, warning] : std::map<std::vector<std::string>, std::string>{
-             {{"add", "w.xml", "ROIEllipse", "--name", "a", "CenterY=1.5"},
-              "roi: warning: a: XML keeps whole numbers only of an ellipse, which cuts CenterY\n"},
              {{"add", "x.xml", "ROIProfile", "--name", "b", "--points", "1,2"},
               "roi: warning: b: XML does not keep the points of a profile\n"},
              {{"add", "y.xml", "ROIShape", "--name", "c", "--points", "1,2"},
@@ -107,6 +105,26 @@ TEST_F(Edit, AnXMLSetWarnsOfWhatItLosesAndKeepsTheRest) {
              {{"add", "z.xml", "ROIMask", "--name", "d", "--mask", "mask.png"},
               "roi: warning: d: XML does not keep the image of a mask\n"}}) {
         EXPECT_EQ(Roi(extra).err, warning);
+    }
+}
+
+TEST_F(Edit, ATextInXMLIsReadAsTheNumberThatItIsOrRefused) {
+    const auto read = [this](const char* type, const std::string& text) {
+        WriteBytes("t.xml", std::string("<figures><figure name='f' class='") + type + "'><values><CenterX>" + text +
+                                "</CenterX></values></figure></figures>");
+        const RunResult result = Roi({"list", "t.xml", "--format", "json"});
+        return result.exitCode == 0 ? json::parse(result.out)[0]["parameters"]["CenterX"].dump() : result.err;
+    };
+    for (const char* type : {"ROIRectangle", "ROIParallelogram", "ROIEllipse", "ROIDonut", "ROIArcDonut"}) {
+        for (const char* text : {" 7", "7 ", "+7", "#1F", "", "1e999", "12345678901234567890x", "3,5", "0x10"}) {
+            EXPECT_EQ(
+                read(type, text),
+                std::string("roi: error: broken set: t.xml: figure f: CenterX is not a number in plain digits: ") +
+                    text + '\n');
+        }
+        for (const auto& [text, value] : {std::pair("3.9e1", "39.0"), {"1e5", "100000.0"}, {"-7.25", "-7.25"}}) {
+            EXPECT_EQ(read(type, text), value) << type;
+        }
     }
 }
 
@@ -237,7 +255,7 @@ TEST_F(Edit, EveryMistakeIsOneLineAndLeavesTheSetAlone) {
         {{"list", "broken.roi"}, 1, "broken set: broken.roi: "},
         {{"list", "broken.xml"}, 1, "broken set: broken.xml: "},
         {{"list", "other.xml"}, 1, "broken set: other.xml: it has no element figures"},
-        {{"list", "text.xml"}, 1, "broken set: text.xml: figure f: Width is not a number"},
+        {{"list", "text.xml"}, 1, "broken set: text.xml: figure f: Width is not a number in plain digits: wide"},
         {{"list", "name.xml"}, 1, "broken set: name.xml: bad figure name: ..: "},
         {{"list", "twice.xml"}, 1, "broken set: twice.xml: name taken: f: "},
         {{"add", "a.roi", "ROIElipse", "--name", "n"}, 2, "unknown class: ROIElipse: the nearest is ROIEllipse"},
@@ -360,6 +378,10 @@ TEST_F(Edit, AMissingModuleIsOneLineInTheLoadersWords) {
         const std::string file = bin / missing;
         ExpectOneLine(RunProgram({Install(bin, bin, missing), "classes"}, Folder()), 1,
                       "cannot load module: " + file + ": " + file + ": cannot open shared object file");
+        std::filesystem::copy_file(std::filesystem::path(BIN_DIR) / missing, file);
+        std::filesystem::resize_file(file, std::filesystem::file_size(file) / 3);
+        ExpectOneLine(RunProgram({bin / "roi", "classes"}, Folder()), 1,
+                      "cannot load module: " + file + ": the file is cut short");
     }
 }
 

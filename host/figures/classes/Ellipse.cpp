@@ -1,11 +1,7 @@
 // What the host knows of the ellipse.
 #include <array>
-#include <climits>
-#include <cmath>
 
 #include "contract/Numbers.h"
-#include "framework/support/NamedValues.h"
-#include "host/figures/Parameters.h"
 #include "host/figures/classes/Rows.h"
 
 namespace host {
@@ -34,17 +30,6 @@ std::string LeftOut(IROI& roi, const Matrix& matrix) {
     return StaysUpright(matrix, Curve(roi)) ? "" : "its axes stay upright";
 }
 
-std::string LostInXML(const Figure& figure) {
-    std::string lossy;
-    for (const NamedValue& entry : ReadParameters(figure)) {
-        const double value = std::get<double>(entry.value);
-        if (value != std::trunc(value) || std::abs(value) > INT_MAX) {
-            lossy += (lossy.empty() ? "" : ", ") + entry.name;
-        }
-    }
-    return lossy.empty() ? lossy : "XML keeps whole numbers only of an ellipse, which cuts " + lossy;
-}
-
 }  // namespace
 
 const FigureClass kEllipse = {.name = "ROIEllipse",
@@ -55,6 +40,6 @@ const FigureClass kEllipse = {.name = "ROIEllipse",
                               .outline = OutlineOf,
                               .hitBoxes = HitBoxes,
                               .leftOut = LeftOut,
-                              .lostInXML = LostInXML};
+                              .cutsXML = true};
 
 }  // namespace host

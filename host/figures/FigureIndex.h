@@ -1,0 +1,32 @@
+// Which figures of many may hold a point.
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <span>
+#include <vector>
+
+#include "host/base/Text.h"
+#include "host/figures/Figure.h"
+
+namespace host {
+
+/// An index over the boxes of figures as they are when it is made: a box holds all that a figure's outline encloses and
+/// all that the module's hit test and mask accept. The figures need not stay.
+class FigureIndex {
+  public:
+    explicit FigureIndex(std::span<const Figure> figures);
+    FigureIndex(FigureIndex&& other) noexcept;
+    FigureIndex& operator=(FigureIndex&& other) noexcept;
+    ~FigureIndex();
+
+    /// The figures, by their places from 0 in ascending order, in whose boxes a point lies. Nothing else can hold it;
+    /// figures whose boxes are not numbers are always among them.
+    std::vector<std::size_t> At(ImagePoint point) const;
+
+  private:
+    struct Boxes;
+    std::unique_ptr<const Boxes> m_boxes;
+};
+
+}  // namespace host
