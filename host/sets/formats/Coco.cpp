@@ -108,7 +108,8 @@ ForeignFigure FigureOf(const json& annotation, const std::string& name, Reading&
         }
     }
     ForeignFigure figure = RegionFigure(name, loops, reading);
-    TakeCarried(annotation, std::move(loops), figure, reading);
+    figure.drawn = std::move(loops);
+    TakeCarried(annotation, figure, reading);
     return figure;
 }
 

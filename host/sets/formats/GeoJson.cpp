@@ -133,48 +133,37 @@ ForeignFigure AreaFigure(std::string name, const std::vector<Loop>& loops, bool 
     return RegionFigure(std::move(name), loops, reading);
 }
 
-// What a feature says of itself, beside its geometry.
-struct Properties {
-    std::string name;
-    json all = json::object();
+// QuPath gives names to few of its objects, and a class to many.
+std::string NameIn(const json& properties) {
+    const json name = properties.value("name", json());
+    const json classification = properties.value("classification", json());
+    const json className = classification.is_object() ? classification.value("name", json()) : json();
+    return name.is_string() ? name.get<std::string>() : className.is_string() ? className.get<std::string>() : "";
+}
 
-    Properties() = default;
-    // QuPath gives names to few of its objects, and a class to many.
-    explicit Properties(const json& feature) : all(feature.value("properties", json())) {
-        if (!all.is_object()) {
-            all = json::object();
-        }
-        const json own = all.value("name", json());
-        const json classification = all.value("classification", json());
-        const json className = classification.is_object() ? classification.value("name", json()) : json();
-        name = own.is_string() ? own.get<std::string>() : className.is_string() ? className.get<std::string>() : "";
-    }
-};
-
-void AppendGeometry(const Properties& properties, const json& geometry, double shift, Reading& reading,
+void AppendGeometry(const std::string& name, const json& geometry, double shift, Reading& reading,
                     std::vector<ForeignFigure>& figures) {
     const std::string type = geometry.at("type");
     if (type == "GeometryCollection") {
         for (const json& part : geometry.at("geometries")) {
-            AppendGeometry(properties, part, shift, reading, figures);
+            AppendGeometry(name, part, shift, reading, figures);
         }
         return;
     }
     const json& coordinates = geometry.at("coordinates");
-    const bool several = type.starts_with("Multi");
-    const json parts = several ? coordinates : json::array({coordinates});
-    const auto append = [&](ForeignFigure figure, std::vector<Loop> drawn) {
-        TakeCarried(properties.all, std::move(drawn), figure, reading);
+    const json parts = type.starts_with("Multi") ? coordinates : json::array({coordinates});
+    const auto append = [&figures](ForeignFigure figure, std::vector<Loop> drawn) {
+        figure.drawn = std::move(drawn);
         figures.push_back(std::move(figure));
     };
     if (type.ends_with("Point")) {
         for (const ImagePoint& at : PointsIn(parts, shift)) {
-            append(SpotFigure(properties.name, at), {});
+            append(SpotFigure(name, at), {{at}});
         }
     } else if (type.ends_with("LineString")) {
         for (const json& line : parts) {
             const std::vector<ImagePoint> points = PointsIn(line, shift);
-            append(LineFigure(properties.name, points, 1.0), {points});
+            append(LineFigure(name, points, 1.0), {points});
         }
     } else if (type.ends_with("Polygon")) {
         std::vector<Loop> loops;
@@ -183,7 +172,7 @@ void AppendGeometry(const Properties& properties, const json& geometry, double s
                 loops.push_back(LoopIn(loop, shift));
             }
         }
-        append(AreaFigure(properties.name, loops, geometry.value("isEllipse", false), reading), loops);
+        append(AreaFigure(name, loops, geometry.value("isEllipse", false), reading), loops);
     } else {
         throw std::runtime_error("an unknown geometry: " + type);
     }
@@ -197,8 +186,14 @@ std::vector<ForeignFigure> Read(std::string_view bytes, double shift, Reading& r
     for (const json& feature : features) {
         const bool bare = !feature.contains("geometry");
         const json& geometry = bare ? feature : feature.at("geometry");
+        const json given = bare ? json() : feature.value("properties", json());
+        const json properties = given.is_object() ? given : json::object();
+        const std::size_t before = figures.size();
         if (!geometry.is_null()) {
-            AppendGeometry(bare ? Properties() : Properties(feature), geometry, shift, reading, figures);
+            AppendGeometry(NameIn(properties), geometry, shift, reading, figures);
+        }
+        if (figures.size() == before + 1) {
+            TakeCarried(properties, figures.back(), reading);
         }
     }
     return figures;

@@ -304,7 +304,7 @@ void AppendFigure(std::string_view file, std::string name, Reading& reading, std
         return;
     }
     ForeignFigure figure = FigureOf(bytes, name, reading);
-    TakeCarried(ValuesIn(bytes), figure.drawn, figure, reading);
+    TakeCarried(ValuesIn(bytes), figure, reading);
     if (const std::uint32_t group = Second(bytes, kGroupAt, 1); group > 0) {
         figure.warning += fmt::format("{}its group {} is not kept", figure.warning.empty() ? "" : "; ", group);
     }

@@ -84,14 +84,13 @@ ForeignFigure FigureWithValues(const json& values, Reading& reading) {
     return figure;
 }
 
-void TakeCarried(const json& object, std::vector<Loop> drawn, ForeignFigure& figure, Reading& reading) {
+void TakeCarried(const json& object, ForeignFigure& figure, Reading& reading) {
     const auto values = object.find(kCarried);
     if (values == object.end()) {
         return;
     }
     try {
         figure.carried = std::make_shared<ForeignFigure>(FigureWithValues(*values, reading));
-        figure.drawn = std::move(drawn);
     } catch (const json::exception&) {
         // Another program's member of that name.
     }

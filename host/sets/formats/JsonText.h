@@ -22,9 +22,7 @@ ForeignFigure FigureWithValues(const nlohmann::ordered_json& values, Reading& re
 /// The member under which objects of other programs carry these values.
 inline constexpr const char* kCarried = "roiValues";
 
-/// Makes the values in this member of an object the carried figure, beside what the object draws. Anything else in
-/// the member is passed over.
-void TakeCarried(const nlohmann::ordered_json& object, std::vector<Loop> drawn, ForeignFigure& figure,
-                 Reading& reading);
+/// Makes the values in this member of an object the figure's carried one. Anything else in the member is passed over.
+void TakeCarried(const nlohmann::ordered_json& object, ForeignFigure& figure, Reading& reading);
 
 }  // namespace host

@@ -73,7 +73,8 @@ ForeignFigure FigureIn(const json& shape, Reading& reading) {
         points.emplace_back(position.at(0).get<double>() - kHalf, position.at(1).get<double>() - kHalf);
     }
     ForeignFigure figure = FigureOf(shape.at("label"), shape.value("shape_type", "polygon"), points, reading);
-    TakeCarried(shape, {points}, figure, reading);
+    figure.drawn = {points};
+    TakeCarried(shape, figure, reading);
     return figure;
 }
 
