@@ -99,7 +99,7 @@ void AddStatistics(const host::Session& session) {
     const host::PixelSet pixels = host::FindPixels(rectangle, field, host::PixelRule::outline).set;
     const host::PixelSet parts = host::FindPixels(rectangle, field, host::PixelRule::exact).set;
     const cv::Mat mask = host::MatOf(Painted(pixels, field));
-    if (std::abs(host::Measure(host::ViewOf(image), pixels)->mean - WithMask(image, mask).mean) > 1e-6) {
+    if (std::abs(host::Measure(host::ViewOf(image), pixels).mean - WithMask(image, mask).mean) > 1e-6) {
         throw std::runtime_error("the statistics differ");
     }
     const host::PixelRect box = BoxAround(pixels);

@@ -19,12 +19,22 @@ void AddSetArgument(CLI::App& command, UserPath& set) {
     AddArgument(command, "SET", set, "Set of figures: a file that ends in .roi or .xml");
 }
 
+void WarnAll(const UserPath& image, const std::vector<std::string>& warnings) {
+    for (const std::string& warning : warnings) {
+        Warn(image.Typed(), warning);
+    }
+}
+
 void AddEditOptions(CLI::App& command, EditOptions& options) {
     command.add_flag("--dry-run", options.dryRun, "Only say what would change");
     command.add_option("--wait", options.wait, "How long to wait for others who edit sets in the same folder")
         ->type_name("SECONDS")
         ->check(CLI::Range(0.0, 86400.0).description(""))
         ->capture_default_str();
+}
+
+void AddPagesOption(CLI::App& command, std::optional<PageSelection>& pages) {
+    command.add_option("--pages", pages, "Only these pages of images that have several: 1,3-5")->type_name("LIST");
 }
 
 void AddForceOption(CLI::App& command, bool& force) {

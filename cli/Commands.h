@@ -12,6 +12,7 @@
 #include "cli/Table.h"
 #include "cli/Talk.h"
 #include "host/base/UserPath.h"
+#include "host/images/ImageFile.h"
 #include "host/measure/Region.h"
 #include "host/sets/EditSet.h"
 #include "host/sets/RoiSet.h"
@@ -36,6 +37,7 @@ void AddMaskCommand(CLI::App& roi);
 void AddLabelsCommand(CLI::App& roi);
 void AddProfileCommand(CLI::App& roi);
 void AddOpenCommand(CLI::App& roi);
+void AddHistogramCommand(CLI::App& roi);
 void AddImportCommand(CLI::App& roi);
 void AddExportCommand(CLI::App& roi);
 void AddUndoCommand(CLI::App& roi);
@@ -55,6 +57,8 @@ CLI::Option* AddArgument(CLI::App& command, const std::string& name, Value& valu
 }
 /// The positional argument SET.
 void AddSetArgument(CLI::App& command, UserPath& set);
+/// The option --pages 1,3-5.
+void AddPagesOption(CLI::App& command, std::optional<PageSelection>& pages);
 /// The option --format table|csv|json; a table for people without it.
 void AddFormatOption(CLI::App& command, TableFormat& format);
 
@@ -78,6 +82,9 @@ class PixelOptions {
     bool m_module = false;
     bool m_exact = false;
 };
+
+/// Tells what is to be said of an image.
+void WarnAll(const UserPath& image, const std::vector<std::string>& warnings);
 
 /// The options of a command that edits: --dry-run and --wait.
 void AddEditOptions(CLI::App& command, EditOptions& options);

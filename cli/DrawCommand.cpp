@@ -50,6 +50,7 @@ void Run(const DrawOptions& options) {
     const Session session;
     const RoiSet set = RoiSet::Load(session, options.set);
     ImageFile file(options.image);
+    WarnAll(options.image, WarningsOf(options.image, file));
     const Overlay overlay(set, file.Page().size, OverlayOf(options, set));
     const Image image = file.Read(overlay.Window());
     SaveOverlay(options.output, overlay, ForDisplay(image.pixels.View(), image.page.bits).View());

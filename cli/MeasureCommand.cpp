@@ -22,7 +22,18 @@ const std::string kDetails =
 pixels that the figure's mask marks or, without a mask, those whose coordinates its hit test accepts.
 
 Colour images are measured on their luma (0.299 R + 0.587 G + 0.114 B, not rounded; alpha is dropped), all others
-in their own depth.
+in their own depth. Values that are not numbers (NaN) are passed over by every statistic of values; the column nan
+counts them. What is not a finite number is nothing in every format: - in the table, empty in CSV, null in JSON.
+
+Every page of an image is measured, or those of --pages. The column page is shown with --pages, and when an image that
+is named has several; an image of a list that has several is an error without that column.
+
+Lengths and areas are in the unit that the column unit names: that of --pixel-size, or else um where a TIFF or PNG
+says how large its pixels are, or else px. Places (cx, cy, mx, my and the box) are columns and rows of pixels always.
+
+Medians, percentiles and modes are exact. They take memory for the values that occur: up to 65,536 for images of 8 and
+16 bits, all that lie in the figures for others, to which the luma of colour images belongs. Nothing else takes memory
+that grows with the image, unless its file has to be read as a whole (interlaced PNG, progressive JPEG).
 
 Rows come in the order of the images, whatever the number of jobs. CSV and JSON are written as the images are
 measured, in memory that does not grow; the table for people is written at the end, with its numbers rounded.
@@ -30,7 +41,7 @@ measured, in memory that does not grow; the table for people is written at the e
 Without --keep-going the first image that fails ends the work with exit code 1. With it the others are still
 measured; the exit code is 7 when some failed, and a last line counts them.
 
-Columns (all up to height are there without --columns):
+Columns, without --columns those with a * (area and unit, too, with --exact or --pixel-size):
 )";
 
 const std::string kExamples =
@@ -38,6 +49,7 @@ const std::string kExamples =
 Examples:
   roi measure part.roi part.png --format csv
   roi measure part.roi part.png --channels --columns image,name,channel,median
+  roi measure part.roi part.png --pixel-size 0.65um --columns name,area,feret,p05,threshold=100-255
   ls *.png | roi measure part.roi --from - --shard 1/2 --keep-going --format json)";
 
 struct MeasureOptions {
@@ -50,6 +62,8 @@ struct MeasureOptions {
     TableFormat format = TableFormat::kText;
     unsigned int jobs = std::max(std::thread::hardware_concurrency(), 1U);
     bool channels = false;
+    std::optional<PageSelection> pages;
+    std::optional<PixelScale> scale;
     PixelOptions pixels;
     bool keepGoing = false;
     bool lenient = false;
@@ -72,11 +86,30 @@ struct Tally {
     std::size_t failed = 0;
 };
 
+// Tells of the sizes of pixels that files name, each time it is another.
+class ScaleTalk {
+  public:
+    explicit ScaleTalk(bool isNeeded) : m_isNeeded(isNeeded) {}
+
+    void Tell(const UserPath& image, const PixelScale& scale) {
+        if (m_isNeeded && scale.unit != "px" && scale != m_last) {
+            Warn(image.Typed(), fmt::format("lengths and areas are in {0} by its resolution, {1:.6g} x {2:.6g} {0} a "
+                                            "pixel; --pixel-size px keeps pixels",
+                                            scale.unit, scale.x, scale.y));
+        }
+        m_last = scale;
+    }
+
+  private:
+    bool m_isNeeded;
+    PixelScale m_last;
+};
+
 // Writes the rows of all images, in order.
-Tally WriteRows(Batch& batch, TableStream& table, Progress& progress, bool keepGoing) {
+Tally WriteRows(Batch& batch, TableStream& table, Progress& progress, ScaleTalk talk, bool keepGoing) {
     Tally tally;
     while (auto outcome = batch.Next()) {
-        ++tally.images;
+        tally.images += outcome->isLast ? 1 : 0;
         if (outcome->failure) {
             progress.Hide();
             if (!keepGoing) {
@@ -86,13 +119,14 @@ Tally WriteRows(Batch& batch, TableStream& table, Progress& progress, bool keepG
             Complain(Reason(outcome->failure, outcome->image));
             ++tally.failed;
         } else {
-            for (const std::string& warning : outcome->warnings) {
-                progress.Hide();
-                Warn(outcome->image.Typed(), warning);
-            }
+            progress.Hide();
+            WarnAll(outcome->image, outcome->warnings);
+            talk.Tell(outcome->image, outcome->scale);
             table.Add(std::move(outcome->rows));
         }
-        progress.Advance();
+        if (outcome->isLast) {
+            progress.Advance();
+        }
     }
     return tally;
 }
@@ -102,23 +136,44 @@ bool ShowsProgress(TableFormat format) {
     return IsTerminal(STDERR_FILENO) && (format == TableFormat::kText || !IsTerminal(STDOUT_FILENO));
 }
 
+// Whether one of the images has several pages; what cannot be read will be told later.
+bool HasStack(const std::vector<UserPath>& images) {
+    return std::any_of(images.begin(), images.end(), [](const UserPath& path) {
+        try {
+            const ImageName name(path);
+            return !name.page && ImageFile(name, Damage::taken).Pages() > 1;
+        } catch (const Error&) {
+            return false;
+        }
+    });
+}
+
+bool AreInUnits(const Columns& columns) {
+    return std::any_of(columns.begin(), columns.end(), [](const Column& column) { return column.isInUnits; });
+}
+
 void Run(const MeasureOptions& options) {
     const bool nul = !options.list0.Typed().empty();
     const UserPath& list = nul ? options.list0 : options.list;
     if (options.images.empty() && list.Typed().empty()) {
         throw UsageError("usage", "roi measure", "no images: name them, or give a list with --from");
     }
-    Columns columns = PickColumns(options.columns, options.channels);
+    const PixelRule rule = options.pixels.Rule();
+    const bool stacks = options.pages || HasStack(options.images);
+    Columns columns =
+        PickColumns(options.columns, {options.channels, stacks, options.scale.has_value() || rule == PixelRule::exact});
     ImageList images(options.images, list, options.shard, nul ? PathEnd::nul : PathEnd::line);
     const Session session;
     const RoiSet set = RoiSet::Load(session, options.set);
     const bool shown = ShowsProgress(options.format);
     Progress progress(shown, shown ? images.Count() : std::nullopt);
     TableStream table(NamesOf(columns), options.format);
-    Batch batch(set, images,
-                {std::move(columns), options.channels, options.pixels.Rule(),
-                 options.lenient ? Damage::taken : Damage::refused, options.jobs});
-    const Tally tally = WriteRows(batch, table, progress, options.keepGoing);
+    const ScaleTalk talk(AreInUnits(columns) && !options.scale);
+    Batch batch(
+        set, images,
+        {std::move(columns), options.channels, rule, options.lenient ? Damage::taken : Damage::refused, options.jobs,
+         options.pages.value_or(PageSelection()), stacks || !options.columns.empty(), options.scale});
+    const Tally tally = WriteRows(batch, table, progress, talk, options.keepGoing);
     progress.Hide();
     table.End();
     if (tally.failed > 0) {
@@ -152,6 +207,11 @@ void AddMeasureCommand(CLI::App& roi) {
         ->check(CLI::Validator([](const std::string& text) { return text.empty() ? "no columns" : ""; }, ""))
         ->type_name("a,b,c");
     command.add_flag("--channels", options->channels, "A row for every channel of a colour image");
+    AddPagesOption(command, options->pages);
+    command
+        .add_option("--pixel-size", options->scale,
+                    "The size of a pixel, columns before rows where they differ: 0.65um, 0.65x0.70um, or px")
+        ->type_name("SIZE");
     command
         .add_option("--jobs", options->jobs,
                     "How many images to read and measure at a time; all processors unless given")

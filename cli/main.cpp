@@ -38,6 +38,7 @@ void AddCommands(CLI::App& roi) {
     AddLabelsCommand(roi);
     AddProfileCommand(roi);
     AddOpenCommand(roi);
+    AddHistogramCommand(roi);
     AddExportCommand(roi);
     AddImportCommand(roi);
     AddUndoCommand(roi);

@@ -12,10 +12,10 @@
 #include "host/base/Error.h"
 #include "host/base/LateModule.h"
 #include "host/base/SafeFile.h"
-#include "host/draw/Border.h"
 #include "host/figures/FigureClass.h"
 #include "host/figures/Nodes.h"
 #include "host/images/Image.h"
+#include "host/measure/Border.h"
 #include "host/measure/ClipLine.h"
 #include "host/measure/Edges.h"
 
@@ -397,15 +397,10 @@ void Draw(Pen& pen, const Frame& frame, std::vector<Sketch> sketches, const Over
 }
 
 std::vector<Sketch> SketchesOf(const RoiSet& set, PixelSize image, const OverlayOptions& options) {
+    const std::vector<std::string> closeUp(options.closeUp.empty() ? 0 : 1, options.closeUp);
     std::vector<Sketch> sketches;
-    const auto add = [&](const Figure& figure) { sketches.emplace_back(set, figure, image, options.rule); };
-    const auto addNamed = [&](const std::string& name) { add(set.At(name)); };
-    if (!options.closeUp.empty()) {
-        addNamed(options.closeUp);
-    } else if (!options.only.empty()) {
-        std::for_each(options.only.begin(), options.only.end(), addNamed);
-    } else {
-        std::for_each(set.Figures().begin(), set.Figures().end(), add);
+    for (const Figure* figure : set.Chosen(closeUp.empty() ? options.only : closeUp)) {
+        sketches.emplace_back(set, *figure, image, options.rule);
     }
     return sketches;
 }

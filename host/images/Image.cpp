@@ -50,14 +50,20 @@ std::optional<Format> FormatFor(const UserPath& path) {
 
 }  // namespace
 
+std::vector<std::string> WarningsOf(const ImageName& name, const ImageFile& file) {
+    std::vector<std::string> warnings = file.Page().warnings;
+    if (!name.page && file.Pages() > 1) {
+        warnings.push_back(
+            fmt::format("the first of its {} pages is taken; {}:2 names the second", file.Pages(), name.path.Typed()));
+    }
+    return warnings;
+}
+
 Image LoadImage(const ImageName& name, Damage damage) {
     ImageFile file(name, damage);
     Image image = file.Read();
     image.damaged = file.IsDamaged();
-    if (!name.page && file.Pages() > 1) {
-        image.page.warnings.push_back(
-            fmt::format("the first of its {} pages is taken; {}:2 names the second", file.Pages(), name.path.Typed()));
-    }
+    image.page.warnings = WarningsOf(name, file);
     return image;
 }
 

@@ -11,6 +11,10 @@
 
 namespace host {
 
+/// What is to be said of the page that a name means, to which the file is turned: what the file says and nobody follows
+/// and, where the name means none of several pages, that the first is taken.
+std::vector<std::string> WarningsOf(const ImageName& name, const ImageFile& file);
+
 /// The page that a name means as a whole, the first when it means none, with a warning where there are more. Throws
 /// Error for a file that is missing or, unless damage is taken, is not a sound image.
 Image LoadImage(const ImageName& name, Damage damage = Damage::refused);

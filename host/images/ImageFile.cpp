@@ -302,7 +302,7 @@ Image ImageFile::Read(const PixelRect& box) {
             std::memcpy(to, row.data() + left, pixels.RowBytes());
         }
     }
-    if (rows == 0 && box.height > 0) {
+    if (m_next == 0 && box.height > 0) {
         throw Unreadable(m_parts->reader->Fault());
     }
     return {m_page, pixels.Top(rows)};

@@ -80,7 +80,8 @@ class ImageFile {
     /// fewer only when damage is taken. Throws Error.
     int ReadRows(int count, std::byte* rows);
     /// Reads all rows that are left, or of a box, which lies in the page and not above the next row, its part. The
-    /// rest of the page is not held in memory. With damage the rows that cannot be read are missing. Throws Error.
+    /// rest of the page is not held in memory. With damage the rows that cannot be read are missing. Throws Error, also
+    /// when none of the page's can be read.
     Image Read();
     Image Read(const PixelRect& box);
 

@@ -1,55 +1,29 @@
 #include "host/measure/Batch.h"
 
+#include <algorithm>
 #include <chrono>
 #include <utility>
+
+#include "host/images/Image.h"
+#include "host/measure/PageMeter.h"
 
 namespace host {
 
 namespace {
 
-// The channels that are measured, and the pixels that they view.
-struct Planes {
-    Image image;
-    Raster luma;
-    std::vector<Channel> channels;
-
-    Planes(Image&& read, bool all) : image(std::move(read)) {
-        if (all) {
-            channels = Channels(image);
-        } else {
-            luma = Luma(image);
-            image.pixels = {};
-            channels = {{"L", luma.View()}};
-        }
-    }
-    Planes(const Planes&) = delete;
-    Planes& operator=(const Planes&) = delete;
-};
+// As many rows as are read, and measured, at a time.
+int StripOf(const PageInfo& page) noexcept {
+    constexpr std::size_t kBytes = std::size_t{1} << 20;
+    const std::size_t rows = std::max<std::size_t>(kBytes / std::max<std::size_t>(page.RowBytes(), 1), 1);
+    return static_cast<int>(std::min<std::size_t>(rows, static_cast<std::size_t>(page.size.height)));
+}
 
 template <class Result>
-bool IsReady(const std::future<Result>& result) {
-    return result.wait_for(std::chrono::seconds(0)) == std::future_status::ready;
+bool IsReady(const std::future<Result>& result, std::chrono::milliseconds patience = {}) {
+    return result.wait_for(patience) == std::future_status::ready;
 }
 
 }  // namespace
-
-std::vector<std::vector<Cell>> MeasureFigures(const UserPath& image, const std::vector<Figure>& figures,
-                                              const std::vector<View>& views, const std::vector<Channel>& channels,
-                                              bool damaged, const Columns& columns) {
-    std::vector<std::vector<Cell>> rows;
-    for (std::size_t i = 0; i < figures.size(); ++i) {
-        for (const Channel& channel : channels) {
-            const Measured measured{image,   figures[i], views[i],
-                                    channel, damaged,    Measure(channel.values, views[i].pixels)};
-            std::vector<Cell> row;
-            for (const Column* column : columns) {
-                row.push_back(column->fill(measured));
-            }
-            rows.push_back(std::move(row));
-        }
-    }
-    return rows;
-}
 
 Regions::Regions(const RoiSet& set, PixelRule rule) {
     for (const Figure& figure : set.Figures()) {
@@ -77,35 +51,84 @@ Batch::Batch(const RoiSet& set, ImageList& images, BatchOptions options)
       m_workers(m_options.jobs) {}
 
 std::optional<Batch::Outcome> Batch::Next() {
+    // Nobody tells when an image further behind is open and waits for this thread.
+    constexpr std::chrono::milliseconds kPatience{5};
     for (;;) {
-        Read();
-        if (!m_reading.empty() && (m_measuring.empty() || IsReady(m_reading.front().result))) {
-            MeasureFront();
-        } else if (m_measuring.empty()) {
+        Open();
+        if (m_pending.empty()) {
             return std::nullopt;
-        } else {
-            Pending<Rows> front = std::move(m_measuring.front());
-            m_measuring.pop_front();
-            try {
-                Rows rows = front.result.get();
-                return Outcome{std::move(front.image), std::move(rows.rows), std::move(rows.warnings), nullptr};
-            } catch (...) {
-                return Outcome{std::move(front.image), {}, {}, std::current_exception()};
-            }
         }
+        MeasureOpened();
+        Pending& front = m_pending.front();
+        if (!front.finished.valid()) {
+            IsReady(front.opened, kPatience);
+            continue;
+        }
+        if (!IsReady(front.finished, kPatience)) {
+            continue;
+        }
+        Outcome outcome;
+        try {
+            Finished finished = front.finished.get();
+            outcome = std::move(finished.outcome);
+            if (!outcome.isLast) {
+                front.opened = m_workers.Run([opened = std::move(finished.opened)]() mutable {
+                    opened.file->Turn(opened.pages[++opened.at]);
+                    return std::move(opened);
+                });
+                return outcome;
+            }
+        } catch (...) {
+            outcome.image = front.image.path;
+            outcome.failure = std::current_exception();
+        }
+        m_pending.pop_front();
+        return outcome;
     }
 }
 
-// Starts to read images while there is room.
-void Batch::Read() {
-    while (m_reading.size() + m_measuring.size() < std::size_t{2} * m_options.jobs) {
+// Starts to open images while there is room.
+void Batch::Open() {
+    while (m_pending.size() < std::size_t{2} * m_options.jobs) {
         std::optional<ImageName> image = m_images.Next();
         if (!image) {
             return;
         }
-        std::future<Image> read =
-            m_workers.Run([name = *image, damage = m_options.damage] { return LoadImage(name, damage); });
-        m_reading.push_back({std::move(image->path), std::move(read)});
+        std::future<Opened> opened = m_workers.Run([name = *image, &options = std::as_const(m_options)] {
+            Opened result{std::make_unique<ImageFile>(name, options.damage), {}};
+            result.pages = result.file->Wanted(options.pages);
+            if (result.pages.size() > 1 && !options.stacks) {
+                throw Error("cannot measure", name.path.Typed(),
+                            "it has several pages: select some with --pages, or ask for the column page");
+            }
+            result.file->Turn(result.pages.front());
+            return result;
+        });
+        m_pending.push_back({std::move(*image), std::move(opened), {}});
+    }
+}
+
+// Starts to measure the images that are open.
+void Batch::MeasureOpened() {
+    for (Pending& image : m_pending) {
+        if (!image.finished.valid() && IsReady(image.opened)) {
+            image.finished = BeginMeasuring(image);
+        }
+    }
+}
+
+std::future<Batch::Finished> Batch::BeginMeasuring(Pending& image) {
+    try {
+        Opened opened = image.opened.get();
+        Views views = ViewsIn(opened.file->Page().size);
+        return m_workers.Run(
+            [this, path = image.image.path, opened = std::move(opened), views = std::move(views)]() mutable {
+                return MeasurePage(path, std::move(opened), *views);
+            });
+    } catch (...) {
+        std::promise<Finished> failed;
+        failed.set_exception(std::current_exception());
+        return failed.get_future();
     }
 }
 
@@ -118,26 +141,32 @@ Views Batch::ViewsIn(PixelSize image) {
     return views;
 }
 
-// Starts to measure the first of the images that are read, once it is.
-void Batch::MeasureFront() {
-    Pending<Image> front = std::move(m_reading.front());
-    m_reading.pop_front();
-    std::future<Rows> rows;
-    try {
-        Image image = front.result.get();
-        const Views views = ViewsIn(image.pixels.Size());
-        rows = m_workers.Run([this, path = front.image, image = std::move(image), views]() mutable {
-            const Planes planes(std::move(image), m_options.channels);
-            return Rows{
-                MeasureFigures(path, m_set.Figures(), *views, planes.channels, planes.image.damaged, m_options.columns),
-                planes.image.page.warnings};
-        });
-    } catch (...) {
-        std::promise<Rows> failed;
-        failed.set_exception(std::current_exception());
-        rows = failed.get_future();
+Batch::Finished Batch::MeasurePage(const UserPath& image, Opened opened, const std::vector<View>& views) const {
+    ImageFile& file = *opened.file;
+    const PageInfo page = file.Page();
+    PageMeter meter(m_set.Figures(), views, m_options.columns);
+    const int strip = StripOf(page);
+    for (int top = 0; top < page.size.height; top += strip) {
+        const int count = std::min(strip, page.size.height - top);
+        const Image rows = file.Read({0, top, page.size.width, count});
+        if (!rows.pixels.IsEmpty()) {
+            const Raster luma = m_options.channels ? Raster() : Luma(rows);
+            meter.Add(m_options.channels ? Channels(rows) : std::vector<Channel>{{"L", luma.View()}});
+        }
+        if (rows.pixels.Size().height < count) {
+            break;
+        }
     }
-    m_measuring.push_back({std::move(front.image), std::move(rows)});
+    const int number = opened.pages[opened.at];
+    const PixelScale scale = m_options.scale ? *m_options.scale : PixelScale(page);
+    Outcome outcome{image,
+                    number,
+                    opened.at + 1 == opened.pages.size(),
+                    scale,
+                    meter.Rows({image, number, scale, file.IsDamaged()}),
+                    page.warnings,
+                    nullptr};
+    return {std::move(outcome), std::move(opened)};
 }
 
 }  // namespace host

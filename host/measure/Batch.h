@@ -1,4 +1,4 @@
-// Many images measured at the figures of one set, on several threads.
+// Many images measured at the figures of one set, on several threads, in memory that does not grow with the images.
 //
 // The module is single-threaded by contract: figures are asked for their pixels on the thread that owns the
 // batch. What they answer is clipped to each size of image and, unchangeable from there on, shared with the
@@ -37,27 +37,28 @@ class Regions {
     Views m_views;
 };
 
-/// A row for every figure and each of its channels: `views` are what the image shows of the figures, in their order.
-/// Asks the module nothing, so any thread may do it.
-std::vector<std::vector<Cell>> MeasureFigures(const UserPath& image, const std::vector<Figure>& figures,
-                                              const std::vector<View>& views, const std::vector<Channel>& channels,
-                                              bool damaged, const Columns& columns);
-
 struct BatchOptions {
     Columns columns;
     bool channels = false;  ///< a row for every channel of a colour image
     PixelRule rule = PixelRule::outline;
     Damage damage = Damage::refused;
     unsigned int jobs = 1;
+    PageSelection pages = {};
+    bool stacks = true;  ///< whether an image may have several of these pages; otherwise one that has is an error
+    /// The size of a pixel; that of each page itself when there is none.
+    std::optional<PixelScale> scale = {};
     /// Runs what asks the module, within Next, where others may ask it, too. None runs it as it is.
     std::function<void(const std::function<void()>&)> alone = {};
 };
 
 class Batch {
   public:
-    /// An image's rows, figure by figure, or why there are none.
+    /// The rows of one page of an image, figure by figure, or why there are none, nor of later pages.
     struct Outcome {
         UserPath image;
+        int page = 1;
+        bool isLast = true;  ///< of the image's pages
+        PixelScale scale;
         std::vector<std::vector<Cell>> rows;
         std::vector<std::string> warnings;
         std::exception_ptr failure;
@@ -66,31 +67,38 @@ class Batch {
     /// The set and the list are referred to; the set must not change.
     Batch(const RoiSet& set, ImageList& images, BatchOptions options);
 
-    /// The next image's outcome, in the order of the list, whichever is done first; nothing at the end. Two
-    /// images per job are in memory at most. Throws Error when the list cannot be read.
+    /// The next page's outcome, in the order of the list, whichever is done first; nothing at the end. Two images per
+    /// job are open at most, and a strip of rows of each is in memory. Throws Error when the list cannot be read.
     std::optional<Outcome> Next();
 
   private:
-    struct Rows {
-        std::vector<std::vector<Cell>> rows;
-        std::vector<std::string> warnings;
+    // An image that is open, turned to a page that is not read yet.
+    struct Opened {
+        std::unique_ptr<ImageFile> file;
+        std::vector<int> pages;
+        std::size_t at = 0;
     };
-    template <class Result>
+    struct Finished {
+        Outcome outcome;
+        Opened opened;
+    };
     struct Pending {
-        UserPath image;
-        std::future<Result> result;
+        ImageName image;
+        std::future<Opened> opened;
+        std::future<Finished> finished;  // valid once measuring has begun
     };
 
-    void Read();
-    void MeasureFront();
+    void Open();
+    void MeasureOpened();
+    std::future<Finished> BeginMeasuring(Pending& image);
+    Finished MeasurePage(const UserPath& image, Opened opened, const std::vector<View>& views) const;
     Views ViewsIn(PixelSize image);
 
     const RoiSet& m_set;
     ImageList& m_images;
     BatchOptions m_options;
     Regions m_regions;
-    std::deque<Pending<Image>> m_reading;
-    std::deque<Pending<Rows>> m_measuring;
+    std::deque<Pending> m_pending;
     Workers m_workers;  // Last: its threads use what stands above.
 };
 

@@ -119,6 +119,35 @@ class Tracer {
     ImagePoint m_at;
 };
 
+void AddIfFinite(double y, std::vector<double>& ys) {
+    if (std::isfinite(y)) {
+        ys.push_back(y);
+    }
+}
+
+// Where a line meets the ellipse of an arc, and may lie inside twice.
+void MeetLine(const Edge& arc, const Edge& line, std::vector<double>& ys) {
+    const double slope = (line.xBottom - line.xTop) / (line.bottom - line.top);
+    const double offset = line.xTop - arc.centerX + slope * (arc.centerY - line.top);
+    // a d^2 + 2 b d + c = 0 for rows d below the centre.
+    const double squareX = arc.radiusX * arc.radiusX;
+    const double a = slope * slope / squareX + 1.0 / (arc.radiusY * arc.radiusY);
+    const double b = offset * slope / squareX;
+    const double c = offset * offset / squareX - 1.0;
+    const double root = std::sqrt(b * b - a * c);
+    AddIfFinite(arc.centerY + (-b - root) / a, ys);
+    AddIfFinite(arc.centerY + (-b + root) / a, ys);
+}
+
+void MeetArc(const Edge& arc, const Edge& other, std::vector<double>& ys) {
+    const double square = arc.radiusX * arc.radiusX;
+    const double otherSquare = other.radiusX * other.radiusX;
+    const double root = std::sqrt((square - otherSquare) / (square / (arc.radiusY * arc.radiusY) -
+                                                            otherSquare / (other.radiusY * other.radiusY)));
+    AddIfFinite(arc.centerY - root, ys);
+    AddIfFinite(arc.centerY + root, ys);
+}
+
 }  // namespace
 
 double Edge::X(double y) const noexcept {
@@ -149,6 +178,26 @@ std::vector<Edge> EdgesOf(const Outline& outline, LevelEdges level) {
         tracer.Trace(contour);
     }
     return tracer.Take();
+}
+
+std::vector<double> MeetingRows(const std::vector<Edge>& edges) {
+    std::vector<double> ys;
+    for (const Edge& edge : edges) {
+        ys.insert(ys.end(), {edge.top, edge.bottom});
+        if (!edge.IsArc()) {
+            continue;
+        }
+        for (const Edge& other : edges) {
+            if (!other.IsArc()) {
+                MeetLine(edge, other, ys);
+            } else if (std::abs(edge.radiusX) < std::abs(other.radiusX)) {
+                MeetArc(edge, other, ys);
+            }
+        }
+    }
+    std::sort(ys.begin(), ys.end());
+    ys.erase(std::unique(ys.begin(), ys.end()), ys.end());
+    return ys;
 }
 
 EdgeExtent ExtentOf(const std::vector<Edge>& edges) noexcept {

@@ -41,6 +41,10 @@ struct EdgeExtent {
 enum class LevelEdges { leftOut, kept };
 std::vector<Edge> EdgesOf(const Outline& outline, LevelEdges level = LevelEdges::leftOut);
 
+/// The rows at which edges begin or end and at which arcs meet other edges, ascending: between two of them only lines
+/// cross. All arcs must have one centre, as those of a figure do.
+std::vector<double> MeetingRows(const std::vector<Edge>& edges);
+
 EdgeExtent ExtentOf(const std::vector<Edge>& edges) noexcept;
 
 /// Whether a point lies inside by the nonzero rule; on an edge the left and the top side count.

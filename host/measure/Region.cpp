@@ -123,12 +123,27 @@ bool Exceeds(PixelSize size, PixelSize limit) noexcept {
 
 }  // namespace
 
+View Above(const View& view, int rows) {
+    View above = view;
+    const auto isBelow = [rows](const auto& item) { return item.y >= rows; };
+    const std::size_t lost = std::erase_if(above.pixels.spans, isBelow) + std::erase_if(above.pixels.parts, isBelow);
+    if (lost > 0) {
+        above.placement = above.pixels.IsEmpty() ? Placement::outside : Placement::clipped;
+    }
+    return above;
+}
+
 View Region::In(PixelSize image) {
     if (!m_pixels || (!m_pixels->complete && Exceeds(image, m_field))) {
         m_field = {std::max(m_field.width, image.width), std::max(m_field.height, image.height)};
         m_pixels = FindPixels(*m_figure, {0, 0, m_field.width, m_field.height}, m_rule);
     }
-    return Clip(*m_pixels, image);
+    if (!m_outline && m_rule != PixelRule::module) {
+        m_outline = std::make_shared<const Outline>(m_figure->type->outline(*m_figure));
+    }
+    View view = Clip(*m_pixels, image);
+    view.outline = m_outline && !m_outline->isImage ? m_outline : nullptr;
+    return view;
 }
 
 }  // namespace host

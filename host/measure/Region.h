@@ -6,10 +6,12 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 
 #include "host/base/Plane.h"
 #include "host/base/Text.h"
+#include "host/figures/Outline.h"
 #include "host/measure/PixelSet.h"
 
 namespace host {
@@ -58,7 +60,12 @@ enum class Placement { ok, clipped, outside, empty };
 struct View {
     PixelSet pixels;
     Placement placement = Placement::empty;
+    /// The whole figure's, beyond the image, too; null where the region is no outline but the pixels themselves.
+    std::shared_ptr<const Outline> outline;
 };
+
+/// What the topmost rows of the image show of it.
+View Above(const View& view, int rows);
 
 /// The pixels of one figure for images of any size. They are found once and clipped to each size; only
 /// an image that exceeds the earlier ones can make a figure that reached beyond those be searched again.
@@ -75,6 +82,7 @@ class Region {
     PixelRule m_rule;
     PixelSize m_field;
     std::optional<Pixels> m_pixels;
+    std::shared_ptr<const Outline> m_outline;
 };
 
 }  // namespace host

@@ -5,9 +5,9 @@
 #include <cstddef>
 #include <limits>
 #include <numeric>
+#include <span>
 #include <type_traits>
 #include <utility>
-#include <vector>
 
 namespace host {
 
@@ -15,176 +15,498 @@ namespace {
 
 constexpr double kNothing = std::numeric_limits<double>::quiet_NaN();
 
-// ---------------------------------------------------------------------------------------------------
-// Values
+template <class Value>
+bool IsNumber(Value value) noexcept {
+    return value == value;
+}
 
-// Sums of values less a reference, the first value: so the squares of integers stay exact and those of
-// floating-point values keep their digits when the values are large and alike.
-struct Moments {
-    double reference;
-    double sum;
-    double squares;
-    double min;
-    double max;
+// ---------------------------------------------------------------------------------------------------
+// Rows as they come
+
+// The values of some rows of an image, and the pixels that lie in them.
+template <class Value>
+struct Rows {
+    RasterView plane;
+    int top;
+    std::ptrdiff_t step;
+    std::span<const Span> spans;
+    std::span<const PartPixel> parts;
+
+    Value At(int x, int y) const noexcept { return plane.Row<Value>(y - top)[x * step]; }
+
+    // Calls `use` with every span, its first value and the step to the next, which is a constant where they lie side by
+    // side.
+    template <class Use>
+    void ForEachSpan(Use use) const {
+        const auto visit = [&](auto step) {
+            for (const Span& span : spans) {
+                use(span, plane.Row<Value>(span.y - top) + span.firstX * step, step);
+            }
+        };
+        if (step == 1) {
+            visit(std::integral_constant<std::ptrdiff_t, 1>());
+        } else {
+            visit(step);
+        }
+    }
+    // Calls `use` with every pixel of which a part counts and its value, when that is a number.
+    template <class Use>
+    void ForEachPart(Use use) const {
+        for (const PartPixel& part : parts) {
+            if (const Value value = At(part.x, part.y); IsNumber(value)) {
+                use(part, value);
+            }
+        }
+    }
+
+    // The first value that is a number.
+    std::optional<Value> First() const {
+        for (const Span& span : spans) {
+            for (int x = span.firstX; x <= span.lastX; ++x) {
+                if (const Value value = At(x, span.y); IsNumber(value)) {
+                    return value;
+                }
+            }
+        }
+        for (const PartPixel& part : parts) {
+            if (const Value value = At(part.x, part.y); IsNumber(value)) {
+                return value;
+            }
+        }
+        return std::nullopt;
+    }
 };
 
-// Sums, run by run, of values less the reference. Bytes of a run are summed in integers half as wide as their totals,
-// of which twice as many are added at once.
-template <class Value, class Sum>
-struct RunningSums {
+// ---------------------------------------------------------------------------------------------------
+// Mean, deviation and extremes
+
+// Sums of values less a reference, the first value: so the squares of integers stay exact and those of
+// floating-point values keep their digits when the values are large and alike. Bytes of a run are summed in integers
+// half as wide as their totals, of which twice as many are added at once.
+template <class Value>
+class Moments {
+  public:
+    void Add(const Rows<Value>& rows) {
+        if (!m_reference) {
+            if (const auto first = rows.First()) {
+                m_reference = static_cast<Sum>(*first);
+            }
+        }
+        const Sum reference = m_reference.value_or(0);
+        rows.ForEachSpan([&](const Span& span, const Value* first, auto step) {
+            for (int done = 0; done < span.Length(); done += kLongest) {
+                AddRun(first + done * step, step, std::min(span.Length() - done, kLongest), reference);
+            }
+        });
+        rows.ForEachPart([&](const PartPixel& part, Value value) {
+            const double difference = static_cast<double>(value) - static_cast<double>(reference);
+            m_partWeight += part.weight;
+            m_partSum += part.weight * difference;
+            m_partSquares += part.weight * difference * difference;
+            m_min = value < m_min ? value : m_min;
+            m_max = value > m_max ? value : m_max;
+        });
+    }
+
+    double Weight() const noexcept { return m_partWeight + static_cast<double>(m_count); }
+
+    void Put(ValueStatistics& statistics) const noexcept {
+        const double weight = Weight();
+        const double sum = m_partSum + static_cast<double>(m_sum);
+        const double mean = sum / weight;
+        const double variance = (m_partSquares + static_cast<double>(m_squares)) / weight - mean * mean;
+        const auto reference = static_cast<double>(m_reference.value_or(0));
+        const bool any = weight > 0.0;
+        statistics.sum = any ? reference * weight + sum : kNothing;
+        statistics.mean = any ? reference + mean : kNothing;
+        statistics.deviation = std::sqrt(std::isnan(variance) ? variance : std::max(variance, 0.0));
+        statistics.min = any ? static_cast<double>(m_min) : kNothing;
+        statistics.max = any ? static_cast<double>(m_max) : kNothing;
+    }
+
+  private:
+    static constexpr bool kReal = std::is_floating_point_v<Value>;
+    // Differences of 16-bit values and their squares fit an integer for any image that fits in memory.
+    using Sum = std::conditional_t<!kReal && sizeof(Value) <= 2, std::int64_t, double>;
     using Part = std::conditional_t<sizeof(Value) == 1, std::int32_t, Sum>;
     // The squares of as many bytes fit such an integer.
     static constexpr int kLongest = 1 << 14;
 
-    // `step` is from value to value; a constant where they lie side by side.
     template <class Step>
-    void Add(const Value* values, Step step, int count, Sum reference) noexcept {
-        Part partSum = 0;
-        Part partSquares = 0;
+    void AddRun(const Value* values, Step step, int count, Sum reference) noexcept {
+        Part sum = 0;
+        Part squares = 0;
+        int numbers = kReal ? 0 : count;
         for (int i = 0; i < count; ++i) {
             const Value value = values[i * step];
-            const Part difference = static_cast<Part>(value) - static_cast<Part>(reference);
-            partSum += difference;
-            partSquares += difference * difference;
-            min = value < min ? value : min;
-            max = value > max ? value : max;
+            Part difference = static_cast<Part>(value) - static_cast<Part>(reference);
+            if constexpr (kReal) {
+                difference = IsNumber(value) ? difference : 0;
+                numbers += IsNumber(value) ? 1 : 0;
+            }
+            sum += difference;
+            squares += difference * difference;
+            m_min = value < m_min ? value : m_min;
+            m_max = value > m_max ? value : m_max;
         }
-        sum += partSum;
-        squares += partSquares;
+        m_sum += sum;
+        m_squares += squares;
+        m_count += numbers;
     }
 
+    std::optional<Sum> m_reference;
+    Sum m_sum = 0;
+    Sum m_squares = 0;
+    std::int64_t m_count = 0;
+    double m_partWeight = 0.0;
+    double m_partSum = 0.0;
+    double m_partSquares = 0.0;
     // Above and below every value; they stay so when no value is a number.
-    static constexpr bool kReal = std::is_floating_point_v<Value>;
-    Value min = kReal ? std::numeric_limits<Value>::infinity() : std::numeric_limits<Value>::max();
-    Value max = kReal ? -std::numeric_limits<Value>::infinity() : std::numeric_limits<Value>::lowest();
-    Sum sum = 0;
-    Sum squares = 0;
+    Value m_min = kReal ? std::numeric_limits<Value>::infinity() : std::numeric_limits<Value>::max();
+    Value m_max = kReal ? -std::numeric_limits<Value>::infinity() : std::numeric_limits<Value>::lowest();
 };
 
-// The values of an image of one channel.
-template <class Value>
-class Values {
-  public:
-    explicit Values(const RasterView& plane)
-        : m_plane(plane), m_step(plane.columnStride / static_cast<std::ptrdiff_t>(sizeof(Value))) {}
+// ---------------------------------------------------------------------------------------------------
+// Skewness and kurtosis
 
-    Value At(int x, int y) const noexcept { return m_plane.Row<Value>(y)[x * m_step]; }
+// Sums of the powers of the distances from a mean of their own; merging two keeps the digits that a common reference
+// would lose.
+struct Powers {
+    double weight = 0.0;
+    double mean = 0.0;
+    double second = 0.0;
+    double third = 0.0;
+    double fourth = 0.0;
 
-    // Calls `use` with the first value of every span, the step to the next and their number.
-    template <class Use>
-    void ForEachSpan(const std::vector<Span>& spans, Use use) const {
-        const auto visit = [&](auto step) {
-            for (const Span& span : spans) {
-                use(m_plane.Row<Value>(span.y) + span.firstX * step, step, span.Length());
-            }
-        };
-        if (m_step == 1) {
-            visit(std::integral_constant<std::ptrdiff_t, 1>());
-        } else {
-            visit(m_step);
+    void Merge(const Powers& b) noexcept {
+        const double all = weight + b.weight;
+        if (!(b.weight > 0.0)) {
+            return;
         }
+        const double d = b.mean - mean;
+        const double share = weight * b.weight / all;
+        fourth += b.fourth +
+                  d * d * d * d * share * (weight * weight - weight * b.weight + b.weight * b.weight) / (all * all) +
+                  6.0 * d * d * (weight * weight * b.second + b.weight * b.weight * second) / (all * all) +
+                  4.0 * d * (weight * b.third - b.weight * third) / all;
+        third += b.third + d * d * d * share * (weight - b.weight) / all +
+                 3.0 * d * (weight * b.second - b.weight * second) / all;
+        second += b.second + d * d * share;
+        mean += d * b.weight / all;
+        weight = all;
+    }
+};
+
+template <class Value>
+class Shape {
+  public:
+    void Add(const Rows<Value>& rows) {
+        rows.ForEachSpan([this](const Span& span, const Value* first, auto step) {
+            Powers run;
+            ForEachNumber(first, step, span.Length(), [&run](double value) {
+                run.weight += 1.0;
+                run.mean += value;
+            });
+            run.mean /= run.weight;
+            ForEachNumber(first, step, span.Length(), [&run](double value) {
+                const double d = value - run.mean;
+                run.second += d * d;
+                run.third += d * d * d;
+                run.fourth += d * d * d * d;
+            });
+            m_powers.Merge(run);
+        });
+        rows.ForEachPart([this](const PartPixel& part, Value value) {
+            m_powers.Merge({part.weight, static_cast<double>(value), 0.0, 0.0, 0.0});
+        });
+    }
+
+    void Put(ValueStatistics& statistics) const noexcept {
+        const double variance = m_powers.second / m_powers.weight;
+        statistics.skewness = m_powers.third / m_powers.weight / (variance * std::sqrt(variance));
+        statistics.kurtosis = m_powers.fourth / m_powers.weight / (variance * variance) - 3.0;
     }
 
   private:
-    RasterView m_plane;
-    std::ptrdiff_t m_step;
+    template <class Step, class Use>
+    static void ForEachNumber(const Value* values, Step step, int count, Use use) {
+        for (int i = 0; i < count; ++i) {
+            if (const Value value = values[i * step]; IsNumber(value)) {
+                use(static_cast<double>(value));
+            }
+        }
+    }
+
+    Powers m_powers;
 };
 
+// ---------------------------------------------------------------------------------------------------
+// The centre of mass
+
 template <class Value>
-Moments MomentsOf(const RasterView& plane, const PixelSet& pixels) {
-    // Differences of 16-bit values and their squares fit an integer for any image that fits in memory.
-    using Sum = std::conditional_t<std::is_integral_v<Value> && sizeof(Value) <= 2, std::int64_t, double>;
-    const Values<Value> values(plane);
-    const auto reference =
-        static_cast<Sum>(pixels.spans.empty() ? values.At(pixels.parts.front().x, pixels.parts.front().y)
-                                              : values.At(pixels.spans.front().firstX, pixels.spans.front().y));
-    RunningSums<Value, Sum> sums;
-    values.ForEachSpan(pixels.spans, [&](const Value* first, auto step, int count) {
-        for (int done = 0; done < count; done += sums.kLongest) {
-            sums.Add(first + done * step, step, std::min(count - done, sums.kLongest), reference);
-        }
-    });
-    double sum = 0.0;
-    double squares = 0.0;
-    for (const PartPixel& part : pixels.parts) {
-        const Value value = values.At(part.x, part.y);
-        const double difference = static_cast<double>(value) - static_cast<double>(reference);
-        sum += part.weight * difference;
-        squares += part.weight * difference * difference;
-        sums.min = value < sums.min ? value : sums.min;
-        sums.max = value > sums.max ? value : sums.max;
+class Middle {
+  public:
+    void Add(const Rows<Value>& rows) {
+        rows.ForEachSpan([this](const Span& span, const Value* first, auto step) {
+            double sum = 0.0;
+            double columns = 0.0;
+            for (int i = 0; i < span.Length(); ++i) {
+                const Value value = first[i * step];
+                const double number = IsNumber(value) ? static_cast<double>(value) : 0.0;
+                sum += number;
+                columns += number * i;
+            }
+            m_sum += sum;
+            m_x += columns + sum * span.firstX;
+            m_y += sum * span.y;
+        });
+        rows.ForEachPart([this](const PartPixel& part, Value value) {
+            const double weight = part.weight * static_cast<double>(value);
+            m_sum += weight;
+            m_x += weight * part.x;
+            m_y += weight * part.y;
+        });
     }
-    return {static_cast<double>(reference), sum + static_cast<double>(sums.sum),
-            squares + static_cast<double>(sums.squares), static_cast<double>(sums.min), static_cast<double>(sums.max)};
-}
 
-bool IsNumber(double value) noexcept { return !std::isnan(value); }
+    void Put(ValueStatistics& statistics) const noexcept {
+        statistics.middleX = m_x / m_sum;
+        statistics.middleY = m_y / m_sum;
+    }
+
+  private:
+    double m_sum = 0.0;
+    double m_x = 0.0;
+    double m_y = 0.0;
+};
+
+// ---------------------------------------------------------------------------------------------------
+// The distribution
+
+// Of few possible values, each is counted.
+template <class Value>
+class Counts {
+  public:
+    void Add(const Rows<Value>& rows) {
+        rows.ForEachSpan([this](const Span& span, const Value* first, auto step) {
+            for (int i = 0; i < span.Length(); ++i) {
+                m_counts[Index(first[i * step])] += 1.0;
+            }
+        });
+        rows.ForEachPart([this](const PartPixel& part, Value value) { m_counts[Index(value)] += part.weight; });
+    }
+
+    void Put(ValueStatistics& statistics) {
+        std::vector<WeightedValue> values;
+        for (std::size_t i = 0; i < m_counts.size(); ++i) {
+            if (m_counts[i] > 0.0) {
+                values.push_back({static_cast<double>(i) + kLowest, m_counts[i]});
+            }
+        }
+        statistics.distribution = Distribution(std::move(values));
+    }
+
+  private:
+    static constexpr int kLowest = std::numeric_limits<Value>::min();
+    static std::size_t Index(Value value) noexcept { return static_cast<std::size_t>(value - kLowest); }
+
+    std::vector<double> m_counts = std::vector<double>(std::size_t{1} << (8 * sizeof(Value)));
+};
+
+// Of many, all are kept.
+template <class Value>
+class KeptValues {
+  public:
+    void Add(const Rows<Value>& rows) {
+        rows.ForEachSpan([this](const Span& span, const Value* first, auto step) {
+            for (int i = 0; i < span.Length(); ++i) {
+                if (const Value value = first[i * step]; IsNumber(value)) {
+                    m_whole.push_back(static_cast<double>(value));
+                }
+            }
+        });
+        rows.ForEachPart([this](const PartPixel& part, Value value) {
+            m_parts.push_back({static_cast<double>(value), part.weight});
+        });
+    }
+
+    void Put(ValueStatistics& statistics) {
+        std::sort(m_whole.begin(), m_whole.end());
+        std::sort(m_parts.begin(), m_parts.end(),
+                  [](const WeightedValue& a, const WeightedValue& b) { return a.value < b.value; });
+        std::vector<WeightedValue> values;
+        auto part = m_parts.begin();
+        const auto add = [&values](const WeightedValue& next) {
+            if (!values.empty() && values.back().value == next.value) {
+                values.back().weight += next.weight;
+            } else {
+                values.push_back(next);
+            }
+        };
+        for (const double value : m_whole) {
+            for (; part != m_parts.end() && part->value < value; ++part) {
+                add(*part);
+            }
+            add({value, 1.0});
+        }
+        std::for_each(part, m_parts.end(), add);
+        statistics.distribution = Distribution(std::move(values));
+    }
+
+  private:
+    std::vector<double> m_whole;
+    std::vector<WeightedValue> m_parts;
+};
+
+// ---------------------------------------------------------------------------------------------------
+// All of it
 
 template <class Value>
-double PlainMedian(std::vector<Value> values) {
-    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-    std::nth_element(values.begin(), middle, values.end());
-    const auto upper = static_cast<double>(*middle);
-    return values.size() % 2 == 1
-               ? upper
-               : std::midpoint(static_cast<double>(*std::max_element(values.begin(), middle)), upper);
-}
+class TypedCollector : public ValueCollector {
+  public:
+    TypedCollector(const PixelSet& pixels, Wanted wanted) : m_spans(pixels.spans), m_parts(pixels.parts) {
+        if (wanted.shape) {
+            m_shape.emplace();
+        }
+        if (wanted.middle) {
+            m_middle.emplace();
+        }
+        if (wanted.distribution) {
+            m_distribution.emplace();
+        }
+    }
 
-// Whole pixels have the weight 1.
-template <class Value>
-double WeightedMedian(const std::vector<Value>& whole, std::vector<std::pair<Value, double>> weighted) {
-    std::transform(whole.begin(), whole.end(), std::back_inserter(weighted),
-                   [](Value value) { return std::pair(value, 1.0); });
-    std::sort(weighted.begin(), weighted.end());
-    const double half = 0.5 * std::accumulate(weighted.begin(), weighted.end(), 0.0,
-                                              [](double sum, const auto& value) { return sum + value.second; });
+    void Add(const RasterView& plane, int top) override {
+        const int end = top + plane.size.height;
+        const Rows<Value> rows{plane, top, plane.columnStride / static_cast<std::ptrdiff_t>(sizeof(Value)),
+                               Next(m_spans, end), Next(m_parts, end)};
+        for (const Span& span : rows.spans) {
+            m_weight += span.Length();
+        }
+        for (const PartPixel& part : rows.parts) {
+            m_weight += part.weight;
+        }
+        m_moments.Add(rows);
+        if (m_shape) {
+            m_shape->Add(rows);
+        }
+        if (m_middle) {
+            m_middle->Add(rows);
+        }
+        if (m_distribution) {
+            m_distribution->Add(rows);
+        }
+    }
+
+    ValueStatistics Take() override {
+        ValueStatistics statistics{m_weight - m_moments.Weight(),
+                                   kNothing,
+                                   kNothing,
+                                   kNothing,
+                                   kNothing,
+                                   kNothing,
+                                   kNothing,
+                                   kNothing,
+                                   kNothing,
+                                   kNothing,
+                                   {}};
+        m_moments.Put(statistics);
+        if (m_shape) {
+            m_shape->Put(statistics);
+        }
+        if (m_middle) {
+            m_middle->Put(statistics);
+        }
+        if (m_distribution) {
+            m_distribution->Put(statistics);
+        }
+        return statistics;
+    }
+
+  private:
+    // Takes those above row `end` off the front.
+    template <class Item>
+    static std::span<const Item> Next(std::span<const Item>& items, int end) {
+        const auto last =
+            std::partition_point(items.begin(), items.end(), [end](const Item& item) { return item.y < end; });
+        const auto count = static_cast<std::size_t>(last - items.begin());
+        const std::span<const Item> next = items.first(count);
+        items = items.subspan(count);
+        return next;
+    }
+
+    static constexpr bool kFewValues = std::is_integral_v<Value> && sizeof(Value) <= 2;
+
+    std::span<const Span> m_spans;
+    std::span<const PartPixel> m_parts;
+    double m_weight = 0.0;
+    Moments<Value> m_moments;
+    std::optional<Shape<Value>> m_shape;
+    std::optional<Middle<Value>> m_middle;
+    std::optional<std::conditional_t<kFewValues, Counts<Value>, KeptValues<Value>>> m_distribution;
+};
+
+}  // namespace
+
+// ---------------------------------------------------------------------------------------------------
+// Distributions
+
+Distribution::Distribution(std::vector<WeightedValue> values)
+    : m_values(std::move(values)),
+      m_total(std::accumulate(m_values.begin(), m_values.end(), 0.0,
+                              [](double sum, const WeightedValue& value) { return sum + value.weight; })) {}
+
+double Distribution::Quantile(double share) const noexcept {
+    const double wanted = share * m_total;
     double below = 0.0;
-    for (std::size_t i = 0; i + 1 < weighted.size(); ++i) {
-        below += weighted[i].second;
-        if (below == half) {
-            return std::midpoint(static_cast<double>(weighted[i].first), static_cast<double>(weighted[i + 1].first));
+    for (auto value = m_values.begin(); value != m_values.end(); ++value) {
+        below += value->weight;
+        const bool isLast = value + 1 == m_values.end();
+        if (below > wanted || isLast) {
+            return value->value;
         }
-        if (below > half) {
-            return static_cast<double>(weighted[i].first);
+        if (below == wanted) {
+            return std::midpoint(value->value, (value + 1)->value);
         }
     }
-    return static_cast<double>(weighted.back().first);
+    return kNothing;
 }
 
-template <class Value>
-double MedianOf(const RasterView& plane, const PixelSet& pixels) {
-    const Values<Value> values(plane);
-    std::vector<Value> whole;
-    values.ForEachSpan(pixels.spans, [&whole](const Value* first, auto step, int count) {
-        for (int i = 0; i < count; ++i) {
-            whole.push_back(first[i * step]);
-        }
+double Distribution::Mode() const noexcept {
+    const auto most = std::max_element(m_values.begin(), m_values.end(),
+                                       [](const auto& a, const auto& b) { return a.weight < b.weight; });
+    return most == m_values.end() ? kNothing : most->value;
+}
+
+double Distribution::Between(double low, double high) const noexcept {
+    double area = 0.0;
+    for (const WeightedValue& value : m_values) {
+        area += value.value >= low && value.value <= high ? value.weight : 0.0;
+    }
+    return area;
+}
+
+// ---------------------------------------------------------------------------------------------------
+// Values
+
+std::unique_ptr<ValueCollector> NewCollector(Depth depth, const PixelSet& pixels, Wanted wanted) {
+    return InType(depth, [&](auto* type) -> std::unique_ptr<ValueCollector> {
+        return std::make_unique<TypedCollector<std::remove_pointer_t<decltype(type)>>>(pixels, wanted);
     });
-    std::vector<std::pair<Value, double>> weighted;
-    for (const PartPixel& part : pixels.parts) {
-        weighted.emplace_back(values.At(part.x, part.y), part.weight);
-    }
-    // Values that are not numbers have no order.
-    if (pixels.IsEmpty() ||
-        !std::all_of(whole.begin(), whole.end(), [](Value value) { return IsNumber(static_cast<double>(value)); }) ||
-        !std::all_of(weighted.begin(), weighted.end(),
-                     [](const auto& value) { return IsNumber(static_cast<double>(value.first)); })) {
-        return kNothing;
-    }
-    return weighted.empty() ? PlainMedian(std::move(whole)) : WeightedMedian(whole, std::move(weighted));
+}
+
+ValueStatistics Measure(const RasterView& plane, const PixelSet& pixels, Wanted wanted) {
+    const std::unique_ptr<ValueCollector> collector = NewCollector(plane.depth, pixels, wanted);
+    collector->Add(plane, 0);
+    return collector->Take();
 }
 
 // ---------------------------------------------------------------------------------------------------
 // Places
 
-struct Place {
-    std::int64_t pixels = 0;
-    double area = 0.0;
-    double centroidX = 0.0;
-    double centroidY = 0.0;
-};
-
-Place PlaceOf(const PixelSet& set) {
+std::optional<Place> PlaceOf(const PixelSet& set) {
+    if (set.IsEmpty()) {
+        return std::nullopt;
+    }
     std::int64_t whole = 0;
     // Twice the sum of the columns: exact, as every span's mean column is a multiple of one half.
     std::int64_t columns = 0;
@@ -194,75 +516,38 @@ Place PlaceOf(const PixelSet& set) {
         columns += static_cast<std::int64_t>(span.Length()) * (std::int64_t{span.firstX} + span.lastX);
         rows += static_cast<std::int64_t>(span.Length()) * span.y;
     }
-    double area = 0.0;
-    double x = 0.0;
-    double y = 0.0;
+    Place place{};
+    double sumX = 0.0;
+    double sumY = 0.0;
     for (const PartPixel& part : set.parts) {
-        area += part.weight;
-        x += part.weight * part.x;
-        y += part.weight * part.y;
+        place.area += part.weight;
+        sumX += part.weight * part.x;
+        sumY += part.weight * part.y;
     }
-    area += static_cast<double>(whole);
-    return {whole + static_cast<std::int64_t>(set.parts.size()), area, (0.5 * static_cast<double>(columns) + x) / area,
-            (static_cast<double>(rows) + y) / area};
-}
-
-// The long axis by the second moments of the pixels about their centroid.
-double AxisOf(const PixelSet& pixels, const Place& place) {
-    double xx = 0.0;
-    double xy = 0.0;
-    double yy = 0.0;
-    for (const Span& span : pixels.spans) {
+    place.area += static_cast<double>(whole);
+    place.pixels = whole + static_cast<std::int64_t>(set.parts.size());
+    place.centroidX = (0.5 * static_cast<double>(columns) + sumX) / place.area;
+    place.centroidY = (static_cast<double>(rows) + sumY) / place.area;
+    for (const Span& span : set.spans) {
         const double length = span.Length();
         const double x = 0.5 * span.firstX + 0.5 * span.lastX - place.centroidX;
         const double y = span.y - place.centroidY;
-        xx += length * (x * x + (length * length - 1.0) / 12.0);
-        xy += length * x * y;
-        yy += length * y * y;
+        place.xx += length * (x * x + (length * length - 1.0) / 12.0);
+        place.xy += length * x * y;
+        place.yy += length * y * y;
     }
-    for (const PartPixel& part : pixels.parts) {
+    for (const PartPixel& part : set.parts) {
         const double x = part.x - place.centroidX;
         const double y = part.y - place.centroidY;
-        xx += part.weight * x * x;
-        xy += part.weight * x * y;
-        yy += part.weight * y * y;
+        place.xx += part.weight * x * x;
+        place.xy += part.weight * x * y;
+        place.yy += part.weight * y * y;
     }
-    // Drawn circles differ from round by less than this, and nobody sees their axis.
-    constexpr double kRound = 1e-3;
-    if (std::hypot(xx - yy, 2.0 * xy) <= kRound * (xx + yy)) {
-        return kNothing;
-    }
-    return 0.5 * std::atan2(2.0 * xy + 0.0, xx - yy);  // No zero below 0: upright is +90 degrees.
-}
-
-}  // namespace
-
-std::optional<Statistics> Measure(const RasterView& plane, const PixelSet& pixels) {
-    if (pixels.IsEmpty()) {
-        return std::nullopt;
-    }
-    const Place place = PlaceOf(pixels);
-    const Moments moments = InType(
-        plane.depth, [&](auto* type) { return MomentsOf<std::remove_pointer_t<decltype(type)>>(plane, pixels); });
-    const double mean = moments.sum / place.area;
-    const bool anyNumber = moments.min <= moments.max;
-    const double variance = moments.squares / place.area - mean * mean;
-    return Statistics{place.pixels,
-                      place.area,
-                      moments.reference * place.area + moments.sum,
-                      moments.reference + mean,
-                      std::sqrt(std::isnan(variance) ? variance : std::max(variance, 0.0)),
-                      anyNumber ? moments.min : kNothing,
-                      anyNumber ? moments.max : kNothing,
-                      place.centroidX,
-                      place.centroidY,
-                      AxisOf(pixels, place),
-                      BoxAround(pixels)};
-}
-
-double Median(const RasterView& plane, const PixelSet& pixels) {
-    return InType(plane.depth,
-                  [&](auto* type) { return MedianOf<std::remove_pointer_t<decltype(type)>>(plane, pixels); });
+    place.xx /= place.area;
+    place.xy /= place.area;
+    place.yy /= place.area;
+    place.box = BoxAround(set);
+    return place;
 }
 
 }  // namespace host

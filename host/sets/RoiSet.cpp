@@ -119,6 +119,17 @@ std::vector<Warning> RoiSet::LostIn(const UserPath& path) const {
     return warnings;
 }
 
+std::vector<const Figure*> RoiSet::Chosen(const std::vector<std::string>& names) const {
+    std::vector<const Figure*> chosen;
+    for (const std::string& name : names) {
+        chosen.push_back(&At(name));
+    }
+    for (std::size_t i = 0; names.empty() && i < m_figures.size(); ++i) {
+        chosen.push_back(&m_figures[i]);
+    }
+    return chosen;
+}
+
 const Figure& RoiSet::At(const std::string& name) const { return m_figures[IndexOf(name)]; }
 
 Figure& RoiSet::Add(const Session& session, const std::string& name, const std::string& className) {

@@ -55,6 +55,8 @@ class RoiSet {
     const Figure& At(const std::string& name) const;
     Figure& At(const std::string& name) { return m_figures[IndexOf(name)]; }
     bool Has(const std::string& name) const noexcept { return m_index.contains(name); }
+    /// The figures of these names, or all when there is none. Throws Error, with the nearest name, as At does.
+    std::vector<const Figure*> Chosen(const std::vector<std::string>& names) const;
 
     /// Appends a figure with its class's defaults. Throws Error for a bad or taken name or class.
     Figure& Add(const Session& session, const std::string& name, const std::string& className);

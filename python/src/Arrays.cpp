@@ -78,6 +78,7 @@ void ImageArgument::Load(Damage damage) {
     m_page = image.page;
     m_pixels = image.pixels;
     m_view = m_pixels.View();
+    m_number = ImageName(m_path).page.value_or(1);
     m_damaged = image.damaged;
 }
 

@@ -24,6 +24,8 @@ class ImageArgument {
 
     /// How the file was named; empty for an array.
     const UserPath& Path() const noexcept { return m_path; }
+    /// The number of the page, from 1.
+    int Number() const noexcept { return m_number; }
     bool IsDamaged() const noexcept { return m_damaged; }
     const PageInfo& Page() const noexcept { return m_page; }
     const RasterView& View() const noexcept { return m_view; }
@@ -37,6 +39,7 @@ class ImageArgument {
     RasterView m_view;
     py::object m_array;
     Raster m_pixels;
+    int m_number = 1;
     bool m_damaged = false;
 };
 

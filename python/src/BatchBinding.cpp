@@ -36,14 +36,20 @@ class FileTables {
           m_batch(m_set, m_images, options) {}
 
     py::tuple Next() {
-        while (const std::optional<Batch::Outcome> outcome = NextOutcome()) {
+        std::vector<std::vector<Cell>> rows;
+        while (std::optional<Batch::Outcome> outcome = NextOutcome()) {
             const std::string& path = outcome->image.Typed();
             for (const std::string& warning : outcome->warnings) {
                 Warn(path, warning);
             }
             if (!outcome->failure) {
-                return py::make_tuple(TextOf(path), ToTable(m_names, outcome->rows));
+                std::move(outcome->rows.begin(), outcome->rows.end(), std::back_inserter(rows));
+                if (!outcome->isLast) {
+                    continue;
+                }
+                return py::make_tuple(TextOf(path), ToTable(m_names, rows));
             }
+            rows.clear();
             const py::object error = ExceptionFor(outcome->failure, path);
             if (m_failed.is_none()) {
                 PyErr_SetObject(reinterpret_cast<PyObject*>(Py_TYPE(error.ptr())), error.ptr());
@@ -84,18 +90,19 @@ std::unique_ptr<FileTables> MeasureFiles(const SetHandle& set, const py::iterabl
     if (threads < 1 || threads > 1024) {
         throw UsageError("unknown number of jobs", std::to_string(threads), "give 1 to 1024");
     }
-    const BatchOptions options{ColumnsFrom(columns, channels, false),
-                               channels,
-                               RuleFrom(exact, by),
-                               lenient ? Damage::taken : Damage::refused,
-                               static_cast<unsigned int>(threads),
-                               WithTheLock};
+    BatchOptions options{ColumnsFrom(columns, {.channels = channels, .areas = exact}, false),
+                         channels,
+                         RuleFrom(exact, by),
+                         lenient ? Damage::taken : Damage::refused,
+                         static_cast<unsigned int>(threads)};
+    options.stacks = !columns.is_none();
+    options.alone = WithTheLock;
     return std::make_unique<FileTables>(set, paths, options, failed);
 }
 
 }  // namespace
 
-Columns ColumnsFrom(const py::object& names, bool channels, bool withoutImage) {
+Columns ColumnsFrom(const py::object& names, ShownColumns shown, bool withoutImage) {
     std::string list;
     if (py::isinstance<py::str>(names)) {
         list = py::cast<std::string>(names);
@@ -105,7 +112,7 @@ Columns ColumnsFrom(const py::object& names, bool channels, bool withoutImage) {
     if (list.empty() && !names.is_none()) {
         throw UsageError("no columns", "''", "name some, or leave them out for those that are always there");
     }
-    Columns columns = PickColumns(list, channels);
+    Columns columns = PickColumns(list, shown);
     if (names.is_none() && withoutImage) {
         columns.erase(columns.begin());
     }
@@ -123,11 +130,10 @@ void BindBatch(py::module_& module) {
         py::arg("channels") = false, py::arg("lenient") = false, py::arg("jobs") = py::none(),
         py::arg("failed") = py::none(),
         "Measures image files as they are iterated over: tuples of a path and its table, in the order of the paths, of "
-        "which "
-        "two per job are in memory. jobs images are read and measured at a time, by default as many as there are "
-        "processors. The set is taken as it is at the call. An image that fails raises its Error, after which the "
-        "iteration "
-        "can go on; where failed is given, failed(path, error) is called instead.");
+        "which two per job are open. A table has the rows of all pages of an image; one of several pages needs columns "
+        "to be named, of which page is one. jobs images are read and measured at a time, by default as many as there "
+        "are processors. The set is taken as it is at the call. An image that fails raises its Error, after which the "
+        "iteration can go on; where failed is given, failed(path, error) is called instead.");
 }
 
 }  // namespace host::python

@@ -44,9 +44,9 @@ UserPath PathFrom(const py::object& object);
 /// `by` is "outline" or "module". Throws a usage error for anything else and for the module with parts of pixels.
 PixelRule RuleFrom(bool exact, const std::string& by);
 
-/// The columns that are named in a list or in a text `a,b,c`; for None those that are always there, the image apart for
-/// one that has no name.
-Columns ColumnsFrom(const py::object& names, bool channels, bool withoutImage);
+/// The columns that are named in a list or in a text `a,b,c`; for None those that are shown, the image apart for one
+/// that has no name.
+Columns ColumnsFrom(const py::object& names, ShownColumns shown, bool withoutImage);
 
 /// The figure of a class, with what it is made of.
 Figure MakeFigure(const std::string& className, const std::string& name, const py::object& points,

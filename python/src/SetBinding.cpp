@@ -11,6 +11,7 @@
 #include "host/measure/Batch.h"
 #include "host/measure/Labels.h"
 #include "host/measure/ModulePixels.h"
+#include "host/measure/PageMeter.h"
 #include "host/sets/EditSet.h"
 #include "host/sets/Exchange.h"
 #include "python/src/Arrays.h"
@@ -110,14 +111,15 @@ py::dict MeasureImage(const SetHandle& set, const py::object& image, const py::o
                       const std::string& by, bool channels, bool lenient) {
     const PixelRule rule = RuleFrom(exact, by);
     const ImageArgument argument(image, lenient ? Damage::taken : Damage::refused);
-    const Columns columns = ColumnsFrom(columnNames, channels, argument.Path().Typed().empty());
+    const Columns columns = ColumnsFrom(columnNames, {.channels = channels, .areas = exact}, argument.Path().Typed().empty());
     const std::vector<Figure> figures = NamesAndClasses(set.Get());
     const Views views = Regions(set.Get(), rule).In(argument.View().size);
     std::vector<std::vector<Cell>> rows;
     {
         const py::gil_scoped_release others;
         const MeasuredPlanes planes(argument, channels);
-        rows = MeasureFigures(argument.Path(), figures, *views, planes.Channels(), argument.IsDamaged(), columns);
+        const MeasuredPage page{argument.Path(), argument.Number(), PixelScale(argument.Page()), argument.IsDamaged()};
+        rows = MeasureFigures(page, figures, *views, planes.Channels(), columns);
     }
     return ToTable(host::NamesOf(columns), rows);
 }

@@ -81,7 +81,15 @@ def test_warnings_of_files_are_warnings(every_class, tmp_path):
     tifffile.imwrite(tmp_path / "two.tif", np.ones((2, 20, 30), np.uint8))
     with pytest.warns(roi.FigureWarning, match="the first of its 2 pages is taken"):
         every_class.measure(tmp_path / "two.tif")
-    with pytest.warns(roi.FigureWarning, match="the first of its 2 pages is taken"):
+
+
+def test_every_page_of_a_file_has_rows(every_class, tmp_path):
+    tifffile.imwrite(tmp_path / "two.tif", np.stack([np.full((40, 50), 3, np.uint8), np.full((40, 50), 8, np.uint8)]))
+    [(_, table)] = every_class.measure_files([tmp_path / "two.tif"], columns=["page", "name", "max"])
+    count = len(every_class)
+    assert table["page"].tolist() == count * [1] + count * [2]
+    assert {p: np.nanmax(table["max"][table["page"] == p]) for p in (1, 2)} == {1: 3, 2: 8}
+    with pytest.raises(roi.Error, match="it has several pages"):
         list(every_class.measure_files([tmp_path / "two.tif"]))
 
 

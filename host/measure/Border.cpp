@@ -1,4 +1,4 @@
-#include "host/draw/Border.h"
+#include "host/measure/Border.h"
 
 #include <algorithm>
 #include <iterator>
