@@ -90,10 +90,8 @@ std::unique_ptr<FileTables> MeasureFiles(const SetHandle& set, const py::iterabl
     if (threads < 1 || threads > 1024) {
         throw UsageError("unknown number of jobs", std::to_string(threads), "give 1 to 1024");
     }
-    BatchOptions options{ColumnsFrom(columns, {.channels = channels, .areas = exact}, false),
-                         channels,
-                         RuleFrom(exact, by),
-                         lenient ? Damage::taken : Damage::refused,
+    BatchOptions options{ColumnsFrom(columns, {.channels = channels, .areas = exact}, false), channels,
+                         RuleFrom(exact, by), lenient ? Damage::taken : Damage::refused,
                          static_cast<unsigned int>(threads)};
     options.stacks = !columns.is_none();
     options.alone = WithTheLock;

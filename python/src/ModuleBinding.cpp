@@ -29,7 +29,7 @@ PYBIND11_MODULE(_roi, module) {
         [] {
             py::dict columns;
             for (const host::Column& column : host::AllColumns()) {
-                columns[column.name] = column.meaning;
+                columns[py::str(column.name)] = column.meaning;
             }
             return columns;
         },

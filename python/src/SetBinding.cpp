@@ -111,7 +111,8 @@ py::dict MeasureImage(const SetHandle& set, const py::object& image, const py::o
                       const std::string& by, bool channels, bool lenient) {
     const PixelRule rule = RuleFrom(exact, by);
     const ImageArgument argument(image, lenient ? Damage::taken : Damage::refused);
-    const Columns columns = ColumnsFrom(columnNames, {.channels = channels, .areas = exact}, argument.Path().Typed().empty());
+    const Columns columns =
+        ColumnsFrom(columnNames, {.channels = channels, .areas = exact}, argument.Path().Typed().empty());
     const std::vector<Figure> figures = NamesAndClasses(set.Get());
     const Views views = Regions(set.Get(), rule).In(argument.View().size);
     std::vector<std::vector<Cell>> rows;
