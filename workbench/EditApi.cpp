@@ -39,7 +39,7 @@ std::optional<Measurement> MeasurementOf(const Json& body, ImageStore& images) {
     }
     Measurement measurement;
     measurement.channels = asked->value("channels", false);
-    measurement.columns = PickColumns(asked->value("columns", ""), measurement.channels);
+    measurement.columns = PickColumns(asked->value("columns", ""), {.channels = measurement.channels});
     measurement.rule = asked->value("exact", false) ? PixelRule::exact : PixelRule::outline;
     measurement.page = images.Page({asked->value("image", 0), asked->value("page", 1)});
     measurement.page->AwaitWhole();

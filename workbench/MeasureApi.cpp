@@ -24,8 +24,8 @@ void SendTable(Api& api, const httplib::Request& request, httplib::Response& res
     constexpr std::size_t kSlice = 50;
     Measurement measurement;
     measurement.channels = FlagParameter(request, "channels");
-    measurement.columns =
-        PickColumns(request.has_param("columns") ? TextParameter(request, "columns") : "", measurement.channels);
+    measurement.columns = PickColumns(request.has_param("columns") ? TextParameter(request, "columns") : "",
+                                      {.channels = measurement.channels});
     measurement.rule = FlagParameter(request, "exact") ? PixelRule::exact : PixelRule::outline;
     measurement.page = PageParameter(request, api.images);
     measurement.page->AwaitWhole();

@@ -8,6 +8,7 @@
 
 #include "host/figures/FigureClass.h"
 #include "host/measure/Edges.h"
+#include "host/measure/PageMeter.h"
 #include "host/measure/ProfileCurve.h"
 #include "workbench/FigureText.h"
 
@@ -98,13 +99,17 @@ void AppendRows(const Figure& figure, const Measurement& measurement, Json& rows
     const View view = Region(figure, measurement.rule).In(page.Info().size);
     const PixelRect box = BoxAround(view.pixels);
     const int channels = measurement.channels ? static_cast<int>(page.ChannelNames().size()) : 1;
+    std::vector<Plane> planes;
+    std::vector<Channel> values;
     for (int i = 0; i < channels; ++i) {
-        const Plane plane = MeasuredOf(page, measurement.channels ? std::optional(i) : std::nullopt, box);
-        const Measured measured{page.Path(),   figure, view,
-                                plane.channel, false,  Measure(plane.channel.values, view.pixels)};
+        planes.push_back(MeasuredOf(page, measurement.channels ? std::optional(i) : std::nullopt, box));
+        values.push_back(planes.back().channel);
+    }
+    const MeasuredPage measured{page.Path(), page.Id().page, PixelScale(page.Info())};
+    for (const auto& cells : MeasureFigures(measured, {figure}, {view}, values, measurement.columns)) {
         Json row = Json::array();
-        for (const Column* column : measurement.columns) {
-            row.push_back(CellJson(column->fill(measured)));
+        for (const Cell& cell : cells) {
+            row.push_back(CellJson(cell));
         }
         rows.push_back(std::move(row));
     }

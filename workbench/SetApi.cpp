@@ -11,7 +11,7 @@ namespace host::workbench {
 namespace {
 
 Json ColumnsJson() {
-    const std::vector<std::string> shown = NamesOf(PickColumns("", false));
+    const std::vector<std::string> shown = NamesOf(PickColumns("", {}));
     Json columns = Json::array();
     for (const Column& column : AllColumns()) {
         const bool isShown = std::find(shown.begin(), shown.end(), column.name) != shown.end();
