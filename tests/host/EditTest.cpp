@@ -379,7 +379,7 @@ TEST_F(Edit, AMissingModuleIsOneLineInTheLoadersWords) {
         ExpectOneLine(RunProgram({Install(bin, bin, missing), "classes"}, Folder()), 1,
                       "cannot load module: " + file + ": " + file + ": cannot open shared object file");
         std::filesystem::copy_file(std::filesystem::path(BIN_DIR) / missing, file);
-        std::filesystem::resize_file(file, std::filesystem::file_size(file) / 3);
+        std::filesystem::resize_file(file, 4096);  // Its head, which says how much there is.
         ExpectOneLine(RunProgram({bin / "roi", "classes"}, Folder()), 1,
                       "cannot load module: " + file + ": the file is cut short");
     }

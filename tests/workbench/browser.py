@@ -144,7 +144,9 @@ class Page:
         return self.run("return document.querySelector(arguments[0])?.textContent ?? ''", selector)
 
     def names(self):
-        return [one.text for one in self.all(".figure-list .item .name")]
+        # At one moment: the list is made anew while it is read.
+        script = "return [...document.querySelectorAll('.figure-list .item .name')].map(name => name.textContent.trim())"
+        return self.run(script)
 
     def revision(self):
         return int(self.run("return document.documentElement.dataset.revision ?? 0"))

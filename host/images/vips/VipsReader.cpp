@@ -5,6 +5,7 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "host/images/FileReader.h"
 
@@ -112,11 +113,12 @@ class VipsReader : public FileReader {
     Loader m_loader;
     std::string m_path;
     Picture m_image;
-    std::unique_ptr<VipsRegion, Unreferenced> m_region;
+    std::vector<std::byte> m_band;
     std::string m_fault;
     int m_page = 0;
     int m_next = 0;
-    int m_prepared = 0;  // The row below those that are decoded.
+    int m_begun = 0;     // The first row of those that are decoded,
+    int m_prepared = 0;  // and the row below them.
     std::size_t m_rowBytes = 0;
 };
 
@@ -165,18 +167,25 @@ PageInfo VipsReader::Turn(int page) {
 
 // Opens the page. The library gives nothing more once it has failed; what is to make the best of a damaged file
 // begins anew.
-void VipsReader::Begin(VipsFailOn failOn) {
-    m_region.reset();
-    m_image = Load(m_page, failOn);
-    m_region.reset(vips_region_new(m_image.get()));
-}
+void VipsReader::Begin(VipsFailOn failOn) { m_image = Load(m_page, failOn); }
 
-// Has the next rows decoded.
+// Has the next rows decoded. A region belongs to the thread that made it, and whoever reads may be another than who
+// opened the file or read before: so it lives here alone.
 bool VipsReader::PrepareBand() {
     constexpr int kBand = 64;
     m_prepared = std::min(m_next + kBand, vips_image_get_height(m_image.get()));
     const VipsRect band{0, m_next, vips_image_get_width(m_image.get()), m_prepared - m_next};
-    return vips_region_prepare(m_region.get(), &band) == 0;
+    const std::unique_ptr<VipsRegion, Unreferenced> region(vips_region_new(m_image.get()));
+    if (vips_region_prepare(region.get(), &band) != 0) {
+        return false;
+    }
+    m_band.resize(m_rowBytes * static_cast<std::size_t>(band.height));
+    for (int row = 0; row < band.height; ++row) {
+        std::copy_n(reinterpret_cast<const std::byte*>(VIPS_REGION_ADDR(region.get(), 0, m_next + row)), m_rowBytes,
+                    m_band.data() + m_rowBytes * static_cast<std::size_t>(row));
+    }
+    m_begun = m_next;
+    return true;
 }
 
 bool VipsReader::ReadRow(std::byte* row) {
@@ -191,7 +200,7 @@ bool VipsReader::ReadRow(std::byte* row) {
             return false;
         }
     }
-    std::copy_n(reinterpret_cast<const std::byte*>(VIPS_REGION_ADDR(m_region.get(), 0, m_next)), m_rowBytes, row);
+    std::copy_n(m_band.data() + m_rowBytes * static_cast<std::size_t>(m_next - m_begun), m_rowBytes, row);
     ++m_next;
     return true;
 }
