@@ -35,7 +35,7 @@ class FreshModule {
     static const std::string& Path() {
         static const struct File {
             std::string path = testing::TempDir() + "roi-fresh-" + std::to_string(getpid()) + ".so";
-            File() { std::filesystem::copy_file("ROI.so", path); }
+            File() { std::filesystem::copy_file("ROI.so", path, std::filesystem::copy_options::overwrite_existing); }
             ~File() { std::filesystem::remove(path); }
         } file;
         return file.path;
