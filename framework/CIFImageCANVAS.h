@@ -37,6 +37,6 @@ class CCIFImageCANVAS final : public FrameworkComponent<CCIFImageCANVAS, ICIFIma
     // its own header cannot be allocated. An image that was read holds its own.
     std::unique_ptr<unsigned char, Freed> m_created;
     cv::Mat m_image;
-    bool m_isBlank =
-        false;  // All 0 since Create, and nobody was handed the pixels: filling with 0 would change nothing.
+    // All 0 since Create, and nobody was handed the pixels: filling with 0 would change nothing.
+    bool m_isBlank = false;
 };
