@@ -32,7 +32,8 @@ void Run(const LabelsOptions& options) {
     CheckImageEnding(options.output);
     const Session session;
     const RoiSet set = RoiSet::Load(session, options.set);
-    const LabelImage labels = LabelsOf(set, ImageFile(options.image).Page().size, options.pixels.Rule());
+    const PixelSize size = ImageFile(options.image).Page().size;
+    const LabelImage labels = LabelsOf(Regions(set, options.pixels.Rule()).In(size), size);
     SaveImage("labels", options.output, labels.image.View());
     for (std::size_t i = 0; i < labels.taken.size(); ++i) {
         if (labels.taken[i] > 0) {

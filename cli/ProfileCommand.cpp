@@ -50,6 +50,7 @@ struct Sampled {
 };
 
 std::vector<Sampled> SampleAll(IROIProfile& profile, const ProfileOptions& options) {
+    const ProfileBand band(profile, options.name, options.thickness);
     std::vector<Sampled> all;
     for (const UserPath& path : options.images) {
         ImageFile file(path);
@@ -60,8 +61,7 @@ std::vector<Sampled> SampleAll(IROIProfile& profile, const ProfileOptions& optio
             const Raster luma = Luma(image);
             for (const Channel& channel :
                  options.channels ? Channels(image) : std::vector<Channel>{{"L", luma.View()}}) {
-                all.push_back(
-                    {path, page, channel.name, SampleCurve(profile, options.name, channel.values, options.thickness)});
+                all.push_back({path, page, channel.name, band.Sample(channel.values)});
             }
         }
     }

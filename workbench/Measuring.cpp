@@ -146,7 +146,7 @@ Json ProfileOf(const Figure& figure, const LoadedPage& page, std::optional<int> 
         throw UsageError("not a profile", figure.name, fmt::format("it is of class {}", figure.type->name));
     }
     const Plane plane = MeasuredOf(page, channel, ReachOf(*profile, page.Info().size));
-    const std::vector<CurvePoint> curve = SampleCurve(*profile, figure.name, plane.channel.values);
+    const std::vector<CurvePoint> curve = ProfileBand(*profile, figure.name).Sample(plane.channel.values);
     return {{"distance", ListOf(curve, [](const CurvePoint& p) { return p.distance; })},
             {"x", ListOf(curve, [](const CurvePoint& p) { return p.at.x; })},
             {"y", ListOf(curve, [](const CurvePoint& p) { return p.at.y; })},

@@ -189,12 +189,34 @@ std::string TakeBytes(zip_source_t* source) {
     return bytes;
 }
 
-}  // namespace
-
-FolderArchive FolderArchive::FromBytes(std::string_view bytes, std::string_view spare) {
-    if (bytes.empty()) {
-        Fail("empty");  // The library would take it for an archive without entries.
+// An entry of the archive into the blocks, and its bytes into their sum.
+void TakeEntry(zip_t* archive, zip_uint64_t index, std::string_view spare, zip_uint64_t& total,
+               std::map<std::string, FolderArchive::Block>& blocks) {
+    const zip_stat_t entry = StatEntry(archive, index);
+    std::string path = entry.name;
+    const bool isFolder = path.ends_with('/');
+    if (isFolder) {
+        path.pop_back();
     }
+    if (!IsSoundPath(path)) {
+        Fail(std::string(entry.name) + ": not a plain relative path");
+    }
+    const bool isSpare = path == spare;
+    if (!isSpare) {
+        CheckEntry(entry, kLargestTotal - total);
+    }
+    if (isFolder) {
+        return;  // Folders follow from the paths of their blocks.
+    }
+    FolderArchive::Block block =
+        isSpare ? ReadSpareEntry(archive, index, entry, kLargestTotal - total) : ReadEntry(archive, index, entry);
+    total += block.size();
+    if (!blocks.try_emplace(std::move(path), std::move(block)).second) {
+        Fail(std::string(entry.name) + ": more than one entry of this name");
+    }
+}
+
+std::map<std::string, FolderArchive::Block> ReadEntries(std::string_view bytes, std::string_view spare) {
     const Source source = MakeSource(bytes);
     // Not with ZIP_CHECKCONS: it would refuse an archive for what stands in the header of its spare block.
     const Archive archive = OpenArchive(source, ZIP_RDONLY);
@@ -202,31 +224,95 @@ FolderArchive FolderArchive::FromBytes(std::string_view bytes, std::string_view 
     if (count > kMostEntries) {
         Fail("too many entries");
     }
-    FolderArchive result;
+    std::map<std::string, FolderArchive::Block> blocks;
     zip_uint64_t total = 0;
     for (zip_uint64_t i = 0; i < static_cast<zip_uint64_t>(count); ++i) {
-        const zip_stat_t entry = StatEntry(archive.get(), i);
-        std::string path = entry.name;
-        const bool isFolder = path.ends_with('/');
-        if (isFolder) {
-            path.pop_back();
+        TakeEntry(archive.get(), i, spare, total, blocks);
+    }
+    return blocks;
+}
+
+// ---------------------------------------------------------------------------------------------------
+// The directory at an archive's end: a header for each entry, then the end record. The library refuses all of it for
+// one damaged header, so that of the spare block, which ToBytes writes last, is cut out here.
+
+std::size_t Number(std::string_view bytes, std::size_t at, std::size_t size) {
+    if (at > bytes.size() || size > bytes.size() - at) {
+        Fail("truncated");
+    }
+    std::size_t value = 0;
+    for (std::size_t i = size; i-- > 0;) {
+        value = value << 8 | static_cast<unsigned char>(bytes[at + i]);
+    }
+    return value;
+}
+
+// The lengths of what follows the fixed part of a header: name and extra field, and the comment of a directory's
+// header.
+std::size_t Tail(std::string_view bytes, std::size_t at, int lengths) {
+    std::size_t sum = 0;
+    for (int i = 0; i < lengths; ++i) {
+        sum += Number(bytes, at + 2 * static_cast<std::size_t>(i), 2);
+    }
+    return sum;
+}
+
+// The archive without its last entry, if that is the spare block by the name before its data; otherwise empty.
+std::string WithoutSpare(std::string_view bytes, std::string_view spare) {
+    constexpr std::string_view kHeaderMark("PK\1\2", 4);
+    constexpr std::string_view kEndMark("PK\5\6", 4);
+    constexpr std::size_t kHeader = 46;
+    constexpr std::size_t kDataHeader = 30;
+    constexpr std::size_t kEndRecord = 22;
+    const std::size_t end = bytes.size() - std::min(bytes.size(), kEndRecord);
+    if (spare.empty() || !bytes.substr(end).starts_with(kEndMark)) {
+        return {};
+    }
+    const std::size_t count = Number(bytes, end + 10, 2);
+    const std::size_t directory = Number(bytes, end + 16, 4);
+    std::size_t header = directory;
+    std::size_t behindData = 0;
+    for (std::size_t i = 1; i < count; ++i) {
+        if (header > bytes.size() || !bytes.substr(header).starts_with(kHeaderMark)) {
+            return {};
         }
-        if (!IsSoundPath(path)) {
-            Fail(std::string(entry.name) + ": not a plain relative path");
+        const std::size_t start = Number(bytes, header + 42, 4);
+        behindData = start + kDataHeader + Tail(bytes, start + 26, 2) + Number(bytes, header + 20, 4);
+        header += kHeader + Tail(bytes, header + 28, 3);
+    }
+    const std::size_t name = behindData + kDataHeader;
+    if (count == 0 || header > end || name > directory || !bytes.substr(name).starts_with(spare)) {
+        return {};
+    }
+    std::string rest(bytes.substr(0, header));
+    rest.append(bytes.substr(end));
+    const auto put = [&rest, header](std::size_t at, std::size_t value, std::size_t size) {
+        for (std::size_t i = 0; i < size; ++i) {
+            rest[header + at + i] = static_cast<char>(value >> 8 * i);
         }
-        const bool isSpare = path == spare;
-        if (!isSpare) {
-            CheckEntry(entry, kLargestTotal - total);
+    };
+    put(8, count - 1, 2);
+    put(10, count - 1, 2);
+    put(12, header - directory, 4);
+    return rest;
+}
+
+}  // namespace
+
+FolderArchive FolderArchive::FromBytes(std::string_view bytes, std::string_view spare) {
+    if (bytes.empty()) {
+        Fail("empty");  // The library would take it for an archive without entries.
+    }
+    FolderArchive result;
+    try {
+        result.m_blocks = ReadEntries(bytes, spare);
+    } catch (const std::runtime_error&) {
+        const std::string rest = WithoutSpare(bytes, spare);
+        if (rest.empty()) {
+            throw;
         }
-        if (isFolder) {
-            continue;  // Folders follow from the paths of their blocks.
-        }
-        Block block = isSpare ? ReadSpareEntry(archive.get(), i, entry, kLargestTotal - total)
-                              : ReadEntry(archive.get(), i, entry);
-        total += block.size();
-        if (!result.m_blocks.try_emplace(std::move(path), std::move(block)).second) {
-            Fail(std::string(entry.name) + ": more than one entry of this name");
-        }
+        result.m_blocks = ReadEntries(rest, spare);
+        result.m_blocks.try_emplace(std::string(spare));
     }
     return result;
 }

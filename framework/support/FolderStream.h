@@ -19,7 +19,8 @@ class FolderArchive {
     /// Reads a zip file's bytes. Throws std::runtime_error, with the reason, for anything that is not a
     /// sound archive of relative paths within bounded sizes: absolute and parent paths, repeated names,
     /// absurd declared sizes, truncated data. Throws std::bad_alloc without memory, as ToBytes does.
-    /// The block at the path `spare`, if there is one, is empty when its data are damaged.
+    /// The block at the path `spare`, if there is one, is empty when its data or, where it is the last, its headers are
+    /// damaged.
     static FolderArchive FromBytes(std::string_view bytes, std::string_view spare = {});
     /// The archive as a zip file; the same blocks give the same bytes. Throws std::runtime_error, also
     /// when the blocks exceed the sizes that FromBytes reads.

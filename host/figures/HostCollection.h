@@ -21,7 +21,7 @@ class ModuleFolder {
     /// The handle of the module in the file NAME.so. Throws Error, in the loader's own words and with the file's whole
     /// path, when it is missing or broken.
     void* Load(const std::string& name);
-    /// Throws as Load does for a module whose file is missing, and loads nothing otherwise.
+    /// Throws as Load does for a module whose file is missing or cut short, and loads nothing otherwise.
     void Require(const std::string& name);
     /// One of a module's exported functions. Throws Error when it has none of that name.
     template <class Entry>

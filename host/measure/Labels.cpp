@@ -20,13 +20,12 @@ void Paint(Label* first, int count, std::size_t label, std::vector<std::int64_t>
 
 }  // namespace
 
-LabelImage LabelsOf(const RoiSet& set, PixelSize size, PixelRule rule) {
-    const std::vector<Figure>& figures = set.Figures();
-    const bool wide = figures.size() > 65535;
-    LabelImage labels{Raster(size, 1, wide ? Depth::u32 : Depth::u16), std::vector<std::int64_t>(figures.size())};
+LabelImage LabelsOf(const Views& views, PixelSize size) {
+    const bool wide = views->size() > 65535;
+    LabelImage labels{Raster(size, 1, wide ? Depth::u32 : Depth::u16), std::vector<std::int64_t>(views->size())};
     std::memset(labels.image.Data(), 0, labels.image.RowBytes() * static_cast<std::size_t>(size.height));
-    for (std::size_t i = 0; i < figures.size(); ++i) {
-        for (const Span& span : Region(figures[i], rule).In(size).pixels.spans) {
+    for (std::size_t i = 0; i < views->size(); ++i) {
+        for (const Span& span : (*views)[i].pixels.spans) {
             if (wide) {
                 Paint(labels.image.Row<std::uint32_t>(span.y) + span.firstX, span.Length(), i + 1, labels.taken);
             } else {

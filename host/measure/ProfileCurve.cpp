@@ -10,7 +10,6 @@
 #include "contract/Numbers.h"
 #include "host/base/Error.h"
 #include "host/base/Text.h"
-#include "host/measure/ClipLine.h"
 
 namespace host {
 
@@ -19,14 +18,7 @@ namespace {
 constexpr double kMaxLength = 10'000'000.0;
 constexpr double kNothing = std::numeric_limits<double>::quiet_NaN();
 
-struct Segment {
-    ImagePoint start;
-    ImagePoint along;   // unit vectors: along the segment,
-    ImagePoint across;  // and from its thickness-1 to its thickness-2 side
-    Stretch band;
-    double from;
-    double length;
-};
+using Segment = ProfileBand::Segment;
 
 std::vector<Segment> SegmentsOf(IROIProfile& profile, std::optional<double> thickness) {
     std::vector<Segment> segments;
@@ -128,22 +120,25 @@ CurvePoint PointOf(const RasterView& plane, const Segment& segment, double dista
 
 }  // namespace
 
-std::vector<CurvePoint> SampleCurve(IROIProfile& profile, const std::string& name, const RasterView& plane,
-                                    std::optional<double> thickness) {
+ProfileBand::ProfileBand(IROIProfile& profile, const std::string& name, std::optional<double> thickness)
+    : m_segments(SegmentsOf(profile, thickness)) {
     const auto fail = [&name](std::string_view why) { return Error("cannot sample profile", name, why); };
-    const std::vector<Segment> segments = SegmentsOf(profile, thickness);
-    if (segments.empty()) {
+    if (m_segments.empty()) {
         throw fail("it needs two points that differ");
     }
-    const double length = segments.back().from + segments.back().length;
+    const double length = m_segments.back().from + m_segments.back().length;
     if (!(length <= kMaxLength)) {
         throw fail(fmt::format("its length is {} pixels", NumberText(length)));
     }
+}
+
+std::vector<CurvePoint> ProfileBand::Sample(const RasterView& plane) const {
+    const double length = m_segments.back().from + m_segments.back().length;
     std::vector<CurvePoint> curve;
     std::vector<double> values;
-    auto segment = segments.begin();
+    auto segment = m_segments.begin();
     for (int distance = 0; distance <= ToInt32(length); ++distance) {
-        while (distance >= segment->from + segment->length && segment + 1 != segments.end()) {
+        while (distance >= segment->from + segment->length && segment + 1 != m_segments.end()) {
             ++segment;
         }
         curve.push_back(InType(plane.depth, [&](auto* type) {

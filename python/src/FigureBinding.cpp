@@ -168,12 +168,16 @@ py::dict ProfileTable(const FigureHandle& figure, const py::object& image) {
     if (!profile) {
         throw UsageError("not a profile", figure.Get().name, fmt::format("it is of class {}", figure.Get().type->name));
     }
+    const ProfileBand band(*profile, figure.Get().name);
     const ImageArgument argument(image);
-    Raster luma;
     std::vector<std::vector<Cell>> rows;
-    for (const CurvePoint& point : SampleCurve(*profile, figure.Get().name, PlaneOf(argument, luma))) {
-        rows.push_back(
-            {point.distance, point.at.x, point.at.y, point.mean, point.deviation, std::int64_t{point.samples}});
+    {
+        const py::gil_scoped_release others;
+        Raster luma;
+        for (const CurvePoint& point : band.Sample(PlaneOf(argument, luma))) {
+            rows.push_back(
+                {point.distance, point.at.x, point.at.y, point.mean, point.deviation, std::int64_t{point.samples}});
+        }
     }
     return ToTable({"distance", "x", "y", "mean", "std", "samples"}, rows);
 }

@@ -1,5 +1,6 @@
 #include "python/src/Handles.h"
 
+#include <algorithm>
 #include <new>
 
 #include "host/sets/SetFile.h"
@@ -23,6 +24,13 @@ void FigureHandle::SetValues(std::span<const Assignment> assignments) {
     SetParameters(m_figure, assignments);
 }
 
+void FigureHandle::Forget() noexcept {
+    m_values.reset();
+    if (m_owner) {
+        m_owner->m_index.reset();
+    }
+}
+
 void FigureHandle::Rename(const std::string& name) {
     CheckFigureName(name);
     m_figure.name = name;
@@ -39,7 +47,10 @@ std::shared_ptr<FigureHandle> SetHandle::At(const std::string& name) {
     return handle;
 }
 
-std::shared_ptr<FigureHandle> SetHandle::Add(Figure figure) { return At(m_set.Add(std::move(figure)).name); }
+std::shared_ptr<FigureHandle> SetHandle::Add(Figure figure) {
+    m_index.reset();
+    return At(m_set.Add(std::move(figure)).name);
+}
 
 void SetHandle::Rename(const std::string& name, const std::string& newName) {
     const std::shared_ptr<FigureHandle> handle = At(name);
@@ -51,6 +62,7 @@ void SetHandle::Rename(const std::string& name, const std::string& newName) {
 
 void SetHandle::Remove(std::span<const std::string> names) {
     m_set.Remove(names);
+    m_index.reset();
     for (const std::string& name : names) {
         const auto known = m_handles.find(name);
         if (known == m_handles.end()) {
@@ -62,6 +74,21 @@ void SetHandle::Remove(std::span<const std::string> names) {
         }
         m_handles.erase(known);
     }
+}
+
+std::vector<std::string> SetHandle::Holding(ImagePoint point, PixelRule rule) {
+    const std::vector<Figure>& figures = m_set.Figures();
+    if (!m_index) {
+        m_index.emplace(figures);
+    }
+    std::vector<std::string> names;
+    for (const std::size_t i : m_index->At(point)) {
+        if (HoldsPoint(figures[i], point, rule)) {
+            names.push_back(figures[i].name);
+        }
+    }
+    std::reverse(names.begin(), names.end());
+    return names;
 }
 
 std::string Pickled(const std::vector<Figure>& figures) { return WriteFolderSet(figures); }

@@ -9,8 +9,10 @@
 #include <unordered_map>
 #include <vector>
 
+#include "host/figures/FigureIndex.h"
 #include "host/figures/Parameters.h"
 #include "host/figures/Session.h"
+#include "host/measure/Region.h"
 #include "host/sets/RoiSet.h"
 
 namespace host::python {
@@ -37,7 +39,7 @@ class FigureHandle {
     /// Renames a figure that is in no set. Throws Error for a bad name.
     void Rename(const std::string& name);
     /// To be called by whatever changes the figure in another way.
-    void Forget() noexcept { m_values.reset(); }
+    void Forget() noexcept;
 
   private:
     friend class SetHandle;
@@ -62,8 +64,15 @@ class SetHandle : public std::enable_shared_from_this<SetHandle> {
     /// Figures that Python has handles of live on alone.
     void Remove(std::span<const std::string> names);
 
+    /// The names of the figures that hold a point, the topmost first. Looks through the figures' boxes, which are kept
+    /// until one changes.
+    std::vector<std::string> Holding(ImagePoint point, PixelRule rule);
+
   private:
+    friend class FigureHandle;
+
     RoiSet m_set;
+    std::optional<FigureIndex> m_index;
     std::unordered_map<std::string, std::weak_ptr<FigureHandle>> m_handles;
 };
 

@@ -1,4 +1,6 @@
 // Set files that are small on disk and immense in memory: refused in one line, within a bounded memory.
+#include <opencv2/imgcodecs.hpp>
+
 #include "framework/support/FolderStream.h"
 #include "tests/host/RunRoi.h"
 
@@ -29,9 +31,14 @@ class Hostile : public RoiCommand {
         archive.Put(path, FolderArchive::Block(block.begin(), block.end()));
         WriteBytes("hostile.roi", archive.ToBytes());
     }
+    /// Runs the command with so many KiB to map.
+    RunResult RunWithin(const std::string& kib, std::vector<std::string> words) const {
+        const std::string limit = "ulimit -c 0; ulimit -v " + kib + "; exec \"$@\"";
+        words.insert(words.begin(), {"/bin/bash", "-c", limit, "-", BIN_DIR "/roi"});
+        return RunProgram(std::move(words), Folder());
+    }
     void ExpectRefusal(const std::string& set, const std::string& line) const {
-        const std::string limit = std::string("ulimit -v ") + kMemory + "; exec \"$@\"";
-        const RunResult result = RunProgram({"/bin/bash", "-c", limit, "-", BIN_DIR "/roi", "list", set}, Folder());
+        const RunResult result = RunWithin(kMemory, {"list", set});
         EXPECT_EQ(result.err, "roi: error: " + line + "\n");
         EXPECT_EQ(result.exitCode, 1);
     }
@@ -84,23 +91,45 @@ TEST_F(Hostile, ALackOfMemoryIsNotBlamedOnASoundSet) {
     }
     Done({"add", "a.roi", "ROIShape", "--name", "s", "--points", "1,2"});
     WriteSet("figures/s/geometry.json", points + "]");
-    const auto run = [&](int kib, std::vector<std::string> words) {
-        const std::string limit = "ulimit -c 0; ulimit -v " + std::to_string(kib) + "; exec \"$@\"";
-        words.insert(words.begin(), {"/bin/bash", "-c", limit, "-", BIN_DIR "/roi"});
-        return RunProgram(std::move(words), Folder());
-    };
     int lacks = 0;
     RunResult result;
     for (int kib = 20 << 10; result.exitCode != 0 && kib < 600 << 10; kib += 2 << 10) {
-        if (run(kib, {"classes"}).exitCode != 0) {
+        if (RunWithin(std::to_string(kib), {"classes"}).exitCode != 0) {
             continue;
         }
-        result = run(kib, {"list", "hostile.roi"});
+        result = RunWithin(std::to_string(kib), {"list", "hostile.roi"});
         lacks += result.exitCode != 0;
         EXPECT_TRUE(result.exitCode == 0 || Starts(result.err, "roi: error: out of memory: ")) << kib << result.err;
     }
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_GT(lacks, 0);
+}
+
+// However little there is, nothing ends by a signal, and an image that fits is measured beside one that does not.
+TEST_F(Hostile, AnImageThatDoesNotFitInMemoryFailsAlone) {
+#if defined(ROI_SANITIZE)
+    GTEST_SKIP() << "the sanitizer maps terabytes";
+#endif
+    Done({"add", "a.roi", "ROIRectangle", "--name", "r", "CenterX=4", "CenterY=3", "Width=5", "Height=3"});
+    cv::imwrite((Folder() / "small.png").string(), cv::Mat(8, 12, CV_8U, cv::Scalar(7)));
+    // Its decoder holds a progressive one as a whole.
+    cv::imwrite((Folder() / "big.jpg").string(), cv::Mat(7000, 9000, CV_8U, cv::Scalar(7)),
+                {cv::IMWRITE_JPEG_PROGRESSIVE, 1});
+    int alone = 0;
+    RunResult result;
+    for (int kib = 60 << 10; result.exitCode != 0 && kib < 1 << 20; kib += 12 << 10) {
+        result =
+            RunWithin(std::to_string(kib), {"measure", "a.roi", "small.png", "big.jpg", "small.png", "--keep-going",
+                                            "--jobs", "2", "--format", "csv", "--columns", "image,sum"});
+        EXPECT_LT(result.exitCode, 8) << kib << result.err;
+        EXPECT_TRUE(result.exitCode == 0 || Has(result.err, "error: ")) << kib;
+        if (result.exitCode == 7 && result.out == "image,sum\nsmall.png,105\nsmall.png,105\n") {
+            EXPECT_TRUE(Starts(result.err, "roi: error: cannot ") && Has(result.err, ": big.jpg: ")) << result.err;
+            ++alone;
+        }
+    }
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_GT(alone, 0);
 }
 
 }  // namespace

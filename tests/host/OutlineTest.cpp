@@ -66,19 +66,19 @@ struct Region {
 struct Case {
     const char* name;
     const char* figure;
-    Arguments arguments;
+    json description;  // its parameters or points, as `roi import` reads them
     Region region;
-    double thickness1 = 0.0;
-    double thickness2 = 0.0;
 };
 
-std::string Text(double value) { return json(value).dump(); }
-Arguments Values(const std::vector<std::pair<const char*, double>>& values) {
-    Arguments arguments;
-    for (const auto& [name, value] : values) {
-        arguments.push_back(name + ("=" + Text(value)));
+json Values(const json& values) { return {{"parameters", values}}; }
+json PointsOf(const Polygon& points, const std::vector<double>& thicknesses = {}) {
+    json list = json::array();
+    for (const Point p : points) {
+        std::vector<double> numbers = {p.x, p.y};
+        numbers.insert(numbers.end(), thicknesses.begin(), thicknesses.end());
+        list.push_back(numbers);
     }
-    return arguments;
+    return {{"points", list}};
 }
 
 // A box whose lower edge is shifted to the right by its shear, turned about its centre.
@@ -183,13 +183,6 @@ Case Sector(const char* name, double x, double y, double rx1, double ry1, double
     return c;
 }
 
-Arguments PointTexts(const Polygon& points) {
-    Arguments arguments = {"--points"};
-    for (const Point p : points) {
-        arguments.push_back(Text(p.x) + "," + Text(p.y));
-    }
-    return arguments;
-}
 // Stretches between corners where the lines beside two segments meet.
 Case Band(const char* name, const Polygon& points, double thickness1, double thickness2) {
     const auto normal = [&](std::size_t i) {
@@ -211,14 +204,14 @@ Case Band(const char* name, const Polygon& points, double thickness1, double thi
         stretches.push_back(
             {corner(i, -thickness1), corner(i + 1, -thickness1), corner(i + 1, thickness2), corner(i, thickness2)});
     }
-    return {name, "ROIProfile", PointTexts(points), {stretches}, thickness1, thickness2};
+    return {name, "ROIProfile", PointsOf(points, {thickness1, thickness2}), {stretches}};
 }
 Case Shape(const char* name, const Polygon& points) {
     Polygon polygon = points;
     if (points.size() == 2) {
         polygon = {points[0], {points[1].x, points[0].y}, points[1], {points[0].x, points[1].y}};
     }
-    return {name, "ROIShape", PointTexts(points), {{polygon}}};
+    return {name, "ROIShape", PointsOf(points), {{polygon}}};
 }
 
 std::vector<Case> Cases() {
@@ -334,13 +327,14 @@ double AreaByGeos(const Region& region) {
 class OutlineTest : public RoiCommand {
   protected:
     OutlineTest() { cv::imwrite((Folder() / "i.png").string(), cv::Mat(kHeight, kWidth, CV_8U, cv::Scalar(1))); }
-    void Add(const Case& c) const {
-        Arguments arguments = {"add", "s.roi", c.figure, "--name", c.name};
-        arguments.insert(arguments.end(), c.arguments.begin(), c.arguments.end());
-        Done(arguments);
-        if (c.figure == std::string("ROIProfile")) {
-            Done({"set", "s.roi", c.name, "Thickness1=" + Text(c.thickness1), "Thickness2=" + Text(c.thickness2)});
+    void Add(const std::vector<Case>& cases) const {
+        json figures = json::array();
+        for (const Case& c : cases) {
+            figures.push_back({{"name", c.name}, {"class", c.figure}});
+            figures.back().update(c.description);
         }
+        WriteBytes("figures.json", figures.dump());
+        Done({"import", "s.roi", "figures.json"});
     }
     json Measured(Arguments options) const {
         options.insert(options.begin(), {"measure", "s.roi", "i.png", "--format", "json", "--columns",
@@ -351,9 +345,7 @@ class OutlineTest : public RoiCommand {
 
 TEST_F(OutlineTest, FiguresOfEveryClassCountTheirOutlines) {
     const std::vector<Case> cases = Cases();
-    for (const Case& c : cases) {
-        Add(c);
-    }
+    Add(cases);
     const json plain = Measured({});
     const json exact = Measured({"--exact"});
     ASSERT_EQ(plain.size(), cases.size());
@@ -382,10 +374,8 @@ TEST_F(OutlineTest, FiguresThatShareAnEdgeShareNoPixelAndLeaveNone) {
     const Point b{140, 35};
     const Point c{61, 110};
     const Point middle{70, 50};
-    for (const Case& part : {Shape("ab", {a, b, middle}), Shape("bc", {b, c, middle}), Shape("ca", {c, a, middle}),
-                             Shape("whole", {a, b, c})}) {
-        Add(part);
-    }
+    Add({Shape("ab", {a, b, middle}), Shape("bc", {b, c, middle}), Shape("ca", {c, a, middle}),
+         Shape("whole", {a, b, c})});
     const json rows = Measured({});
     EXPECT_EQ(rows[0]["pixels"].get<int>() + rows[1]["pixels"].get<int>() + rows[2]["pixels"].get<int>(),
               rows[3]["pixels"]);
@@ -402,8 +392,7 @@ TEST_F(OutlineTest, FiguresThatShareAnEdgeShareNoPixelAndLeaveNone) {
 }
 
 TEST_F(OutlineTest, LabelsTellWhatLaterFiguresTake) {
-    Add(Rectangle("below", 30, 30, 20, 10));
-    Add(Rectangle("above", 35, 30, 10, 30));
+    Add({Rectangle("below", 30, 30, 20, 10), Rectangle("above", 35, 30, 10, 30)});
     const RunResult labels = Roi({"labels", "s.roi", "i.png", "-o", "l.tif"});
     EXPECT_EQ(labels.err, "roi: warning: below: 100 of its pixels are labelled as a later figure\n");
     const cv::Mat image = cv::imread((Folder() / "l.tif").string(), cv::IMREAD_UNCHANGED);
@@ -412,7 +401,7 @@ TEST_F(OutlineTest, LabelsTellWhatLaterFiguresTake) {
 }
 
 TEST_F(OutlineTest, APointIsHitWhereItsOutlineHoldsIt) {
-    Add(Parallelogram("leaning", 60, 50, 60, 20, 0, 45));
+    Add({Parallelogram("leaning", 60, 50, 60, 20, 0, 45)});
     const auto hits = [&](const std::string& at, const char* by) {
         return Roi({"hit", "s.roi", at, "--by", by}).exitCode == 0;
     };
@@ -426,7 +415,7 @@ TEST_F(OutlineTest, PartsOfPixelsWeighTheirValues) {
     ramp.forEach<std::uint16_t>(
         [](std::uint16_t& value, const int* at) { value = static_cast<std::uint16_t>(100 + 7 * at[1] + 3 * at[0]); });
     cv::imwrite((Folder() / "i.png").string(), ramp);
-    Add(Rectangle("r", 40.25, 30.5, 3.5, 1.5));  // columns 38.5 to 42, rows 29.75 to 31.25
+    Add({Rectangle("r", 40.25, 30.5, 3.5, 1.5)});  // columns 38.5 to 42, rows 29.75 to 31.25
     const json row = json::parse(Done({"measure", "s.roi", "i.png", "--exact", "--format", "json", "--columns",
                                        "pixels,area,mean,std,sum,min,max,cx,cy,left,width,top,height,median"}))[0];
     const double columns[] = {1.0, 1.0, 1.0, 0.5};  // 39 to 42

@@ -118,12 +118,20 @@ TEST_F(Sharing, ADamagedHistoryHarmsNothing) {
         EXPECT_EQ(Done({"list", "d.roi"}), listing) << i;
         EXPECT_EQ(Roi({"undo", "d.roi"}).exitCode, 1) << i;
     }
-    // Its headers: the signature and the name of the first, the method, the sizes and the encryption of the second.
-    for (const std::size_t place : {start - 41, start - 1, end + 10, end + 22, end + 25, end + 8}) {
-        std::string damaged = sound;
-        damaged[place] ^= 0x41;
-        WriteBytes("h.roi", damaged);
-        EXPECT_EQ(Done({"list", "h.roi"}), listing) << place;
+    // Every bit of its two headers and the ends of its data.
+    const auto blocks = [](const std::string& bytes) {
+        std::map<std::string, FolderArchive::Block> all = FolderArchive::FromBytes(bytes, "history.zip").Blocks();
+        std::erase_if(all, [](const auto& entry) { return !entry.first.starts_with("figure"); });
+        return all;
+    };
+    const auto expected = blocks(sound);
+    constexpr std::size_t kNear = 100;
+    for (std::size_t place = start - 41; place < end + 46 + 11; ++place) {
+        for (int bit = 0; bit < 8 && (place < start + kNear || place + kNear > end); ++bit) {
+            std::string damaged = sound;
+            damaged[place] ^= static_cast<char>(1 << bit);
+            ASSERT_EQ(blocks(damaged), expected) << "byte " << place - start << " bit " << bit;
+        }
     }
     EXPECT_EQ(Roi({"set", "d.roi", "spot", "CenterX=6"}).err,
               "roi: warning: d.roi: its history is damaged and begins anew\n");

@@ -22,7 +22,7 @@ TEST(Module, ExportsItsTwoEntryPointsAndNeedsOnlyTheStandardLibraries) {
     GTEST_SKIP() << "the sanitizers add symbols and libraries of their own";
 #endif
     EXPECT_EQ(OutputOf("nm -D --defined-only --format=posix ROI.so | cut -d' ' -f1 | sort"),
-              std::string("CreateFunction\n") + kInitializeModuleSymbol + "\n");
+              std::string("CreateFunction\n").append(kInitializeModuleSymbol).append("\n"));
     EXPECT_EQ(
         OutputOf("readelf -d ROI.so | grep NEEDED | grep -vE '\\[(libc|libm|libstdc\\+\\+|libgcc_s)\\.so\\.[0-9]+\\]'"
                  " | wc -l"),

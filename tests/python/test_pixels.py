@@ -128,6 +128,27 @@ def test_columns_are_all_those_of_the_command(every_class, image):
     assert pytest.importorskip("pandas").DataFrame(table)["pixels"].sum() == table["pixels"].sum()
 
 
+def test_figures_are_found_under_a_point_after_every_change(every_class):
+    def ask(x, y, by="outline"):
+        found = every_class.at((x, y), by=by)
+        test = "contains" if by == "outline" else "hits"
+        assert found == [f.name for f in every_class.values() if getattr(f, test)([(x, y)])[0]][::-1]
+        return found
+
+    center = every_class["Ellipse"].nodes[0]
+    x, y = center.x, center.y
+    assert "Ellipse" in ask(x, y) and "Ellipse" in ask(x, y, "module")
+    every_class["Ellipse"]["CenterX"] = x + 1000
+    assert "Ellipse" not in ask(x, y) and ask(x + 1000, y) == ["Ellipse"]
+    every_class["Ellipse"].transform([[1, 0, 0], [0, 1, 500]])
+    assert ask(x + 1000, y + 500) == ["Ellipse"]
+    every_class.append(every_class["Ellipse"], "above")
+    assert ask(x + 1000, y + 500) == ["above", "Ellipse"]
+    del every_class["above"]
+    every_class.rename("Ellipse", "egg")
+    assert ask(x + 1000, y + 500) == ["egg"] and every_class.at((float("nan"), y)) == []
+
+
 def test_labels_are_the_last_figure_s(every_class):
     with pytest.warns(roi.FigureWarning, match="of its pixels are labelled as a later figure"):
         labels = every_class.labels(SHAPE)
