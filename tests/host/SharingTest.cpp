@@ -118,16 +118,15 @@ TEST_F(Sharing, ADamagedHistoryHarmsNothing) {
         EXPECT_EQ(Done({"list", "d.roi"}), listing) << i;
         EXPECT_EQ(Roi({"undo", "d.roi"}).exitCode, 1) << i;
     }
-    // Every bit of its two headers and the ends of its data.
+    // Every bit of its two headers and the start of its data.
     const auto blocks = [](const std::string& bytes) {
         std::map<std::string, FolderArchive::Block> all = FolderArchive::FromBytes(bytes, "history.zip").Blocks();
         std::erase_if(all, [](const auto& entry) { return !entry.first.starts_with("figure"); });
         return all;
     };
     const auto expected = blocks(sound);
-    constexpr std::size_t kNear = 100;
-    for (std::size_t place = start - 41; place < end + 46 + 11; ++place) {
-        for (int bit = 0; bit < 8 && (place < start + kNear || place + kNear > end); ++bit) {
+    for (std::size_t place = start - 41; place < end + 46 + 11; place = place == start + 20 ? end : place + 1) {
+        for (int bit = 0; bit < 8; ++bit) {
             std::string damaged = sound;
             damaged[place] ^= static_cast<char>(1 << bit);
             ASSERT_EQ(blocks(damaged), expected) << "byte " << place - start << " bit " << bit;
