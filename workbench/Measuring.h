@@ -27,7 +27,8 @@ void AppendRows(const Figure& figure, const Measurement& measurement, Json& rows
 /// one; of others in 256 steps. Of one channel, or of what is measured.
 Json HistogramOf(const Figure& figure, const LoadedPage& page, std::optional<int> channel);
 
-/// The curve of a profile as ProfileBand::Sample gives it, a list for each of its values. Throws Error for other figures.
+/// The curve of a profile as ProfileBand::Sample gives it, a list for each of its values. Throws Error for other
+/// figures.
 Json ProfileOf(const Figure& figure, const LoadedPage& page, std::optional<int> channel);
 
 /// The values of a pixel, channel by channel; null outside the page and below what is read of it.

@@ -386,7 +386,8 @@ TEST_F(Edit, AMissingModuleIsOneLineInTheLoadersWords) {
 }
 
 TEST_F(Edit, AnInstalledProgramFindsItsModules) {
-    const std::string program = Install(Folder() / "bin", Folder() / "lib/roi", "");
+    const std::string program =
+        Install(Folder() / "usr/bin", (Folder() / "usr/bin" / BIN_TO_MODULES).lexically_normal(), "");
     EXPECT_TRUE(Has(RunProgram({program, "classes"}, Folder()).out, "ROIShape"));
 }
 

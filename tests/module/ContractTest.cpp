@@ -47,6 +47,9 @@ IID IidModel(const std::string& name) {
 #define NAME_OF(name) #name,
 const char* const kInterfaces[] = {FRAMEWORK_INTERFACES(NAME_OF)};
 
+// At compile time nothing may be touched beyond the four words.
+static_assert(__IIDOfc("ABCDEFGHIJKLMNOPQRSTUVWXY").words[3] == 0x19C5ED5A);
+
 TEST(Identifier, IsDerivedFromTheName) {
     for (const char* name :
          {"", "A", "a", "IA", "I4", "I4A", "I44", "IPoint5", "IPoint_", "0123456789", "I\xE4\xFF",

@@ -140,7 +140,8 @@ const Scenario kScenarios[] = {
      [](Stage& s) {
          s.figure->GetCenter(&s.extent[0], &s.extent[1]);
          s.figure->GetBoundingSize(&s.extent[2], &s.extent[3]);
-         s.extent[4] = s.figure->HitTest(50, 8, nullptr) == S_OK ? 1 : 2;
+         s.extent[4] = (s.figure->HitTest(50, 8, nullptr) == S_OK ? 1 : 2) +
+                       (s.figure->HitTest(900, 80, nullptr) == S_OK ? 10 : 20);
          s.figure->GetBoundingRect(&s.corner[0], &s.corner[1], &s.box[0], &s.box[1]);
          return S_OK;
      }},
