@@ -96,7 +96,7 @@ using Picture = std::unique_ptr<VipsImage, Unreferenced>;
 class VipsReader : public FileReader {
   public:
     VipsReader(Format format, std::FILE* file)
-        : m_loader(LoaderOf(format)), m_path("/proc/self/fd/" + std::to_string(fileno(file))) {
+        : m_format(format), m_loader(LoaderOf(format)), m_path("/proc/self/fd/" + std::to_string(fileno(file))) {
         m_image = Load(0, VIPS_FAIL_ON_NONE);
     }
 
@@ -107,9 +107,11 @@ class VipsReader : public FileReader {
 
   private:
     Picture Load(int page, VipsFailOn failOn) const;
+    Picture AsStored(Picture picture) const;
     bool PrepareBand();
     void Begin(VipsFailOn failOn);
 
+    Format m_format;
     Loader m_loader;
     std::string m_path;
     Picture m_image;
@@ -133,6 +135,21 @@ Picture VipsReader::Load(int page, VipsFailOn failOn) const {
         throw std::runtime_error(LastFault());
     }
     return picture;
+}
+
+// The library gives the alpha of an OpenEXR file from 0 to 255, where the file says 0 to 1.
+Picture VipsReader::AsStored(Picture picture) const {
+    constexpr int kBands = 4;
+    if (m_format != Format::openExr || vips_image_get_bands(picture.get()) != kBands) {
+        return picture;
+    }
+    const double factors[kBands] = {1.0, 1.0, 1.0, 1.0 / 255.0};
+    const double offsets[kBands] = {};
+    VipsImage* stored = nullptr;
+    if (vips_linear(picture.get(), &stored, factors, offsets, kBands, nullptr) != 0) {
+        throw std::runtime_error(LastFault());
+    }
+    return Picture(stored);
 }
 
 PageInfo VipsReader::Turn(int page) {
@@ -167,7 +184,7 @@ PageInfo VipsReader::Turn(int page) {
 
 // Opens the page. The library gives nothing more once it has failed; what is to make the best of a damaged file
 // begins anew.
-void VipsReader::Begin(VipsFailOn failOn) { m_image = Load(m_page, failOn); }
+void VipsReader::Begin(VipsFailOn failOn) { m_image = AsStored(Load(m_page, failOn)); }
 
 // Has the next rows decoded. A region belongs to the thread that made it, and whoever reads may be another than who
 // opened the file or read before: so it lives here alone.
