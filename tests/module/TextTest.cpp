@@ -21,8 +21,9 @@ struct Document {
 };
 
 void ExpectEllipseTexts() {
-    const std::pair<double, std::string> cases[] = {{12.5, "12.5"}, {4.35, "4.350"}, {-1e-9, "-0"},
-                                                    {5e-324, "0"},  {-1e300, ""},    {-DBL_MAX, ""}};
+    const std::pair<double, std::string> cases[] = {{12.5, "12.5"},       {4.35, "4.350"}, {-1e-9, "-0"},
+                                                    {1e-8, "0.00000001"}, {5e-324, "0"},   {-1e300, ""},
+                                                    {-DBL_MAX, ""}};
     for (const auto& [value, text] : cases) {
         Document xml;
         auto ellipse = Create<IROIEllipse>(L"ROIEllipse");
