@@ -6,6 +6,7 @@
 #include <cstring>
 #include <memory>
 #include <new>
+#include <optional>
 #include <stdexcept>
 #include <utility>
 
@@ -257,43 +258,53 @@ std::size_t Tail(std::string_view bytes, std::size_t at, int lengths) {
     return sum;
 }
 
-// The archive without its last entry, if that is the spare block by the name before its data; otherwise empty.
-std::string WithoutSpare(std::string_view bytes, std::string_view spare) {
+constexpr std::size_t kEndRecord = 22;
+
+// Where the last entry of an archive has its header in the directory and the one before its data; nothing when the
+// directory does not lead there.
+struct LastEntry {
+    std::size_t header;
+    std::size_t dataHeader;
+};
+std::optional<LastEntry> FindLastEntry(std::string_view bytes, std::size_t endRecord) {
     constexpr std::string_view kHeaderMark("PK\1\2", 4);
-    constexpr std::string_view kEndMark("PK\5\6", 4);
     constexpr std::size_t kHeader = 46;
     constexpr std::size_t kDataHeader = 30;
-    constexpr std::size_t kEndRecord = 22;
-    const std::size_t end = bytes.size() - std::min(bytes.size(), kEndRecord);
-    if (spare.empty() || !bytes.substr(end).starts_with(kEndMark)) {
-        return {};
-    }
-    const std::size_t count = Number(bytes, end + 10, 2);
-    const std::size_t directory = Number(bytes, end + 16, 4);
-    std::size_t header = directory;
-    std::size_t behindData = 0;
+    const std::size_t count = Number(bytes, endRecord + 10, 2);
+    LastEntry last{Number(bytes, endRecord + 16, 4), 0};
     for (std::size_t i = 1; i < count; ++i) {
-        if (header > bytes.size() || !bytes.substr(header).starts_with(kHeaderMark)) {
-            return {};
+        if (last.header > endRecord || !bytes.substr(last.header).starts_with(kHeaderMark)) {
+            return std::nullopt;
         }
-        const std::size_t start = Number(bytes, header + 42, 4);
-        behindData = start + kDataHeader + Tail(bytes, start + 26, 2) + Number(bytes, header + 20, 4);
-        header += kHeader + Tail(bytes, header + 28, 3);
+        const std::size_t start = Number(bytes, last.header + 42, 4);
+        last.dataHeader = start + kDataHeader + Tail(bytes, start + 26, 2) + Number(bytes, last.header + 20, 4);
+        last.header += kHeader + Tail(bytes, last.header + 28, 3);
     }
-    const std::size_t name = behindData + kDataHeader;
-    if (count == 0 || header > end || name > directory || !bytes.substr(name).starts_with(spare)) {
+    return count > 0 && last.header <= endRecord ? std::optional(last) : std::nullopt;
+}
+
+// The archive without its last entry, if that is the spare block by the name before its data; otherwise empty.
+std::string WithoutSpare(std::string_view bytes, std::string_view spare) {
+    constexpr std::string_view kEndMark("PK\5\6", 4);
+    constexpr std::size_t kNameInDataHeader = 30;
+    const std::size_t end = bytes.size() - std::min(bytes.size(), kEndRecord);
+    const bool isWhole = !spare.empty() && bytes.substr(end).starts_with(kEndMark);
+    const std::optional<LastEntry> last = isWhole ? FindLastEntry(bytes, end) : std::nullopt;
+    if (!last || last->dataHeader > end ||
+        !bytes.substr(std::min(last->dataHeader + kNameInDataHeader, end)).starts_with(spare)) {
         return {};
     }
-    std::string rest(bytes.substr(0, header));
+    std::string rest(bytes.substr(0, last->header));
     rest.append(bytes.substr(end));
-    const auto put = [&rest, header](std::size_t at, std::size_t value, std::size_t size) {
+    const auto put = [&](std::size_t at, std::size_t value, std::size_t size) {
         for (std::size_t i = 0; i < size; ++i) {
-            rest[header + at + i] = static_cast<char>(value >> 8 * i);
+            rest[last->header + at + i] = static_cast<char>(value >> 8 * i);
         }
     };
-    put(8, count - 1, 2);
-    put(10, count - 1, 2);
-    put(12, header - directory, 4);
+    const std::size_t count = Number(bytes, end + 10, 2) - 1;
+    put(8, count, 2);
+    put(10, count, 2);
+    put(12, last->header - Number(bytes, end + 16, 4), 4);
     return rest;
 }
 
