@@ -10,6 +10,7 @@ once. Images that fail are listed at the end, and the exit code is 7 then, as th
 """
 
 import argparse
+import io
 import pathlib
 import sys
 from typing import Dict, Iterator, List, Tuple
@@ -62,6 +63,15 @@ def images_in(names: List[str]) -> List[str]:
     return [str(path) for path in paths]
 
 
+def can_write_parquet() -> bool:
+    """Whether pandas has an engine for it."""
+    try:
+        pandas.DataFrame({"row": [1]}).to_parquet(io.BytesIO())
+    except ImportError:
+        return False
+    return True
+
+
 class Rows:
     """Rows written as they come, or for Parquet at the end."""
 
@@ -97,6 +107,9 @@ def main() -> int:
     parser.add_argument("--columns", help="a,b,c; see roi.columns()")
     parser.add_argument("--exact", action="store_true", help="count the parts of pixels inside the outlines")
     arguments = parser.parse_args()
+
+    if arguments.output.endswith(".parquet") and not can_write_parquet():
+        parser.error("pandas cannot write Parquet here: it wants pyarrow or fastparquet; name a .csv instead")
 
     options = {"columns": arguments.columns, "exact": arguments.exact}
     where = {"address": arguments.scheduler} if arguments.scheduler else {

@@ -74,6 +74,20 @@ def test_a_killed_worker_loses_no_row_and_doubles_none(cluster, every_class, tmp
     pandas.testing.assert_frame_equal(pandas.read_csv(output), expected, check_dtype=False)
 
 
+def test_parquet_is_written_or_refused_before_anything_is_measured(every_class, tmp_path):
+    tifffile.imwrite(tmp_path / "a.tif", np.arange(600 * 700, dtype=np.uint32).reshape(600, 700))
+    every_class.save(tmp_path / "cells.roi")
+    command = [sys.executable, EXAMPLE, tmp_path / "cells.roi", tmp_path / "a.tif", "--workers", "1", "-o"]
+    done = subprocess.run([*command, tmp_path / "rows.parquet"], capture_output=True, text=True)
+    try:
+        frame = pandas.read_parquet(tmp_path / "rows.parquet")
+    except ImportError:
+        assert done.returncode == 2 and "name a .csv instead" in done.stderr
+        return
+    assert done.returncode == 0, done.stderr
+    assert frame["mean"].tolist() == every_class.measure(tmp_path / "a.tif")["mean"].tolist()
+
+
 def test_the_example_is_typed(tmp_path):
     pytest.importorskip("mypy")
     settings = tmp_path / "mypy.ini"
