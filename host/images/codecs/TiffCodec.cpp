@@ -161,8 +161,10 @@ Depth Layout::StoredDepth() const {
 
 class TiffReader : public FileReader {
   public:
+    // The library has read the first page, even where it then counts none for want of its end.
     explicit TiffReader(std::FILE* file)
-        : m_tiff(Opened(file, "r", m_fault)), m_pages(static_cast<int>(TIFFNumberOfDirectories(m_tiff.get()))) {}
+        : m_tiff(Opened(file, "r", m_fault)),
+          m_pages(static_cast<int>(std::max<tdir_t>(1, TIFFNumberOfDirectories(m_tiff.get())))) {}
 
     int Pages() const override { return m_pages; }
     PageInfo Turn(int page) override;
