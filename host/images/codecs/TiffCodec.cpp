@@ -195,6 +195,8 @@ class TiffReader : public FileReader {
     int m_blockWidth = 0;
     int m_blockHeight = 0;
     std::size_t m_blockRowBytes = 0;
+    std::size_t m_blockBytes = 0;
+    std::size_t m_unpackedBytes = 0;
     std::vector<std::byte> m_block;
     std::vector<std::byte> m_unpacked;
     std::vector<std::byte> m_band;
@@ -338,9 +340,8 @@ void TiffReader::SetBlocks(const Layout& layout) {
         static_cast<std::size_t>(size) < m_blockRowBytes * static_cast<std::size_t>(m_blockHeight)) {
         throw std::runtime_error("its strips or tiles are of an impossible size");
     }
-    m_block.resize(static_cast<std::size_t>(size));
-    m_unpacked.resize(static_cast<std::size_t>(m_blockWidth) * samples * BytesOf(layout.StoredDepth()));
-    m_band.clear();
+    m_blockBytes = static_cast<std::size_t>(size);
+    m_unpackedBytes = static_cast<std::size_t>(m_blockWidth) * samples * BytesOf(layout.StoredDepth());
 }
 
 bool TiffReader::ReadRow(std::byte* row) {
@@ -354,7 +355,10 @@ bool TiffReader::ReadRow(std::byte* row) {
     return true;
 }
 
+// Memory is taken here and not before, since a header may claim any size and be refused for it.
 bool TiffReader::ReadBand() {
+    m_block.resize(m_blockBytes);
+    m_unpacked.resize(m_unpackedBytes);
     m_band.resize(m_page.RowBytes() * static_cast<std::size_t>(std::min(m_blockHeight, m_page.size.height - m_next)));
     for (int plane = 0; plane < (m_layout->isPlanar ? m_layout->samples : 1); ++plane) {
         for (int column = 0; column < m_page.size.width; column += m_blockWidth) {
