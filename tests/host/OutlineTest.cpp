@@ -3,6 +3,7 @@
 #include <cmath>
 #include <functional>
 #include <nlohmann/json.hpp>
+#include <numeric>
 #include <opencv2/imgcodecs.hpp>
 
 #include "tests/host/RunRoi.h"
@@ -29,17 +30,27 @@ constexpr int kHeight = 120;
 constexpr double kRadian = M_PI / 180.0;
 constexpr double kUnknown = -1.0;
 
-// How often a polygon runs around a point; on an edge the left and the top side count.
-int Winding(const Polygon& polygon, Point p) {
-    int winding = 0;
+// Where the sides of a polygon cross a row, and whether downward (1) or upward (-1).
+struct Crossing {
+    double x;
+    int way;
+};
+std::vector<Crossing> CrossingsOf(const Polygon& polygon, double y) {
+    std::vector<Crossing> crossings;
     for (std::size_t i = 0; i < polygon.size(); ++i) {
         const Point a = polygon[i];
         const Point b = polygon[(i + 1) % polygon.size()];
-        if ((a.y <= p.y) != (b.y <= p.y) && a.x + (p.y - a.y) * (b.x - a.x) / (b.y - a.y) <= p.x) {
-            winding += a.y < b.y ? 1 : -1;
+        if ((a.y <= y) != (b.y <= y)) {
+            crossings.push_back({a.x + (y - a.y) * (b.x - a.x) / (b.y - a.y), a.y < b.y ? 1 : -1});
         }
     }
-    return winding;
+    return crossings;
+}
+
+// How often a polygon runs around a point of that row; on an edge the left and the top side count.
+int Winding(const std::vector<Crossing>& crossings, double x) {
+    return std::accumulate(crossings.begin(), crossings.end(), 0,
+                           [x](int sum, const Crossing& c) { return c.x <= x ? sum + c.way : sum; });
 }
 
 // What is to be seen of a figure: the union of polygons, each by the nonzero rule, or what a predicate accepts.
@@ -48,16 +59,27 @@ struct Region {
     std::function<bool(Point)> inside = [](Point) { return false; };
     double area = kUnknown;  // when it is known by a formula
 
-    bool Holds(Point p) const {
-        return inside(p) || std::any_of(polygons.begin(), polygons.end(),
-                                        [p](const Polygon& polygon) { return Winding(polygon, p) != 0; });
+    // Which points of a row it holds.
+    std::vector<bool> Row(double y, const std::vector<double>& columns) const {
+        std::vector<bool> holds;
+        std::vector<std::vector<Crossing>> crossings;
+        for (const Polygon& polygon : polygons) {
+            crossings.push_back(CrossingsOf(polygon, y));
+        }
+        for (const double x : columns) {
+            holds.push_back(inside({x, y}) || std::any_of(crossings.begin(), crossings.end(),
+                                                          [x](const auto& c) { return Winding(c, x) != 0; }));
+        }
+        return holds;
     }
+    bool Holds(Point p) const { return Row(p.y, {p.x})[0]; }
     int Pixels() const {
+        std::vector<double> columns(kWidth);
+        std::iota(columns.begin(), columns.end(), 0.0);
         int pixels = 0;
         for (int y = 0; y < kHeight; ++y) {
-            for (int x = 0; x < kWidth; ++x) {
-                pixels += Holds({static_cast<double>(x), static_cast<double>(y)}) ? 1 : 0;
-            }
+            const std::vector<bool> row = Row(y, columns);
+            pixels += static_cast<int>(std::count(row.begin(), row.end(), true));
         }
         return pixels;
     }
