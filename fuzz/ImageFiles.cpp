@@ -13,7 +13,7 @@
 namespace {
 
 // A few bytes can stand for any number of pixels: what takes more is not read here.
-constexpr std::size_t kMostBytes = std::size_t{1} << 22;
+constexpr std::size_t kMostBytes = std::size_t{1} << 20;
 constexpr int kMostPages = 4;
 
 void ReadPage(host::ImageFile& file) {

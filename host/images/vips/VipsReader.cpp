@@ -2,6 +2,8 @@
 #include <vips/vips.h>
 
 #include <algorithm>
+#include <cstdint>
+#include <filesystem>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -96,7 +98,10 @@ using Picture = std::unique_ptr<VipsImage, Unreferenced>;
 class VipsReader : public FileReader {
   public:
     VipsReader(Format format, std::FILE* file)
-        : m_format(format), m_loader(LoaderOf(format)), m_path("/proc/self/fd/" + std::to_string(fileno(file))) {
+        : m_format(format),
+          m_loader(LoaderOf(format)),
+          m_path("/proc/self/fd/" + std::to_string(fileno(file))),
+          m_fileBytes(static_cast<std::int64_t>(std::filesystem::file_size(m_path))) {
         m_image = Load(0, VIPS_FAIL_ON_NONE);
     }
 
@@ -114,6 +119,7 @@ class VipsReader : public FileReader {
     Format m_format;
     Loader m_loader;
     std::string m_path;
+    std::int64_t m_fileBytes;
     Picture m_image;
     std::vector<std::byte> m_band;
     std::string m_fault;
@@ -165,6 +171,10 @@ PageInfo VipsReader::Turn(int page) {
     VipsImage* const image = m_image.get();
     PageInfo info;
     info.size = {vips_image_get_width(image), vips_image_get_height(image)};
+    // The library would go on asking for the rest, pixel by pixel. A bit for each is the least that there can be.
+    if (m_format == Format::pnm && std::int64_t{info.size.width} * info.size.height > 8 * m_fileBytes) {
+        throw std::runtime_error("most of it is missing");
+    }
     info.channels = vips_image_get_bands(image);
     info.depth = DepthOf(vips_image_get_format(image));
     info.bits = 8 * static_cast<int>(BytesOf(info.depth));
