@@ -12,7 +12,10 @@
 #include "bench/RatioTable.h"
 #include "contract/Numbers.h"
 #include "host/figures/FigureClass.h"
+#include "host/measure/Coverage.h"
+#include "host/measure/Edges.h"
 #include "host/measure/Region.h"
+#include "host/measure/Spans.h"
 
 namespace {
 
@@ -153,8 +156,9 @@ std::vector<host::Arc> ArcsOf(const host::Figure& figure) {
 
 void AddFigure(const std::string& what, int size, const host::Figure& figure) {
     const host::PixelRect field{0, 0, size, size};
-    const auto find = [figure, field](host::PixelRule rule) {
-        return Repeat([figure, field, rule] { return host::FindPixels(figure, field, rule); });
+    // Like the others ours starts from outlines that are known.
+    const auto find = [outline = figure.type->outline(figure), field](auto inside) {
+        return Repeat([=] { return inside(host::EdgesOf(outline), host::Searched(field)); });
     };
     const Polygons polygons = PolygonsOf(figure);
     std::vector<std::vector<cv::Point>> corners;
@@ -172,15 +176,15 @@ void AddFigure(const std::string& what, int size, const host::Figure& figure) {
         throw std::runtime_error(fmt::format("{}: {} pixels differ", what, differing));
     }
     Row row(fmt::format("region, {}, {} wide", what, size));
-    row.Ours(find(host::PixelRule::outline))
+    row.Ours(find(host::SpansOf))
         .Peer("OpenCV fillPoly", 3.0, Repeat([=] { return FilledByOpenCV(corners, isRing, size).data; }))
         .Peer("cairo, A8", 3.0, Repeat([=] { return FilledByCairo(polygons, size, CAIRO_ANTIALIAS_NONE); }));
     if (!arcs.empty()) {
         row.Peer("OpenCV ellipse", 3.0, Repeat([=] { return EllipsesByOpenCV(arcs, size).data; }));
     }
     Row parts(fmt::format("exact parts, {}, {} wide", what, size));
-    parts.Ours(find(host::PixelRule::exact))
-        .Limit("whole pixels", size == 2000 ? 3.0 : 0.0, find(host::PixelRule::outline))
+    parts.Ours(find(host::CoverageOf))
+        .Limit("whole pixels", size == 2000 ? 3.0 : 0.0, find(host::SpansOf))
         .Peer("cairo, A8, antialiased", 0.0,
               Repeat([=] { return FilledByCairo(polygons, size, CAIRO_ANTIALIAS_BEST); }));
     if (!isRing) {  // Its hole would have to be told to GEOS.

@@ -1,6 +1,7 @@
 #include "host/measure/Coverage.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <utility>
 
@@ -49,12 +50,20 @@ struct Curve {
           inverse(1.0 / edge.radiusX, 1.0 / edge.radiusY),
           square(std::abs(edge.radiusX * edge.radiusY)) {}
 
-    double X(double y) const noexcept {
-        if (!isArc) {
-            return Between(xTop + (y - top) * slope, left, right);
+    double X(double y) const noexcept { return isArc ? ArcX(y) : LineX(y); }
+    // At `count` rows from y on.
+    void FindXs(double y, int count, double* xs) const noexcept {
+        const Curve curve = *this;
+        const auto find = [&](auto x) {
+            for (int i = 0; i < count; ++i) {
+                xs[i] = x(y + i);
+            }
+        };
+        if (isArc) {
+            find([&curve](double at) { return curve.ArcX(at); });
+        } else {
+            find([&curve](double at) { return curve.LineX(at); });
         }
-        const double u = (y - center.y) * inverse.y;
-        return Between(center.x + radius.x * std::sqrt(std::max((1.0 - u) * (1.0 + u), 0.0)), left, right);
     }
     double Y(double x) const noexcept {
         if (!isArc) {
@@ -62,6 +71,12 @@ struct Curve {
         }
         const double u = (x - center.x) * inverse.x;
         return Between(center.y + radius.y * std::sqrt(std::max((1.0 - u) * (1.0 + u), 0.0)), top, bottom);
+    }
+
+    double LineX(double y) const noexcept { return Between(xTop + (y - top) * slope, left, right); }
+    double ArcX(double y) const noexcept {
+        const double u = (y - center.y) * inverse.y;
+        return Between(center.x + radius.x * std::sqrt(std::max((1.0 - u) * (1.0 + u), 0.0)), left, right);
     }
 
     // The area between an arc and its chord of that width and height.
@@ -82,6 +97,7 @@ struct Strand {
     const Curve* curve;
     double above;
     double below;
+    const double* xs = nullptr;  ///< at the rows of a block
 
     double Left() const noexcept { return std::min(above, below); }
     double Right() const noexcept { return std::max(above, below); }
@@ -129,22 +145,22 @@ class Row {
 
     // Adds what lies between strands across the whole row y, each second one being a right side, at once. False when
     // two of them share a column or one leaves the row: then they are to be added one by one.
-    bool AddWhole(int y, const std::vector<const Strand*>& strands, PixelSet& pixels) const {
+    bool AddWhole(int y, const std::vector<Strand>& strands, PixelSet& pixels) const {
         double free = 0.0;
-        for (const Strand* const strand : strands) {
-            if (strand->Left() - m_left < free || strand->Right() - m_left >= m_width) {
+        for (const Strand& strand : strands) {
+            if (strand.Left() - m_left < free || strand.Right() - m_left >= m_width) {
                 return false;
             }
-            free = static_cast<int>(strand->Right() - m_left) + 1.0;
+            free = static_cast<int>(strand.Right() - m_left) + 1.0;
         }
         bool inside = false;
         int next = 0;
-        for (const Strand* const strand : strands) {
+        for (const Strand& strand : strands) {
             if (inside) {
-                AddRun(y, next, static_cast<int>(strand->Left() - m_left), 1.0, pixels);
+                AddRun(y, next, static_cast<int>(strand.Left() - m_left), 1.0, pixels);
             }
             double above = 0.0;
-            Follow(*strand, y, y + 1.0, [&](int column, double height, double left) {
+            Follow(strand, y, y + 1.0, [&](int column, double height, double left) {
                 const double right = above + height - left;
                 AddRun(y, column, column + 1, inside ? 1.0 - right : right, pixels);
                 above += height;
@@ -240,25 +256,28 @@ class Sweep {
     PixelSet Run() {
         m_pixels.parts.reserve(2 * static_cast<std::size_t>(m_box.height));
         m_pixels.spans.reserve(static_cast<std::size_t>(m_box.height));
-        auto meeting = std::upper_bound(m_meetings.begin(), m_meetings.end(), static_cast<double>(m_box.top));
+        m_meeting = std::upper_bound(m_meetings.begin(), m_meetings.end(), static_cast<double>(m_box.top));
         Change(m_box.top);
-        for (int y = m_box.top; y < m_box.Bottom(); ++y) {
-            const double end = y + 1.0;
-            double top = y;
-            for (; meeting != m_meetings.end() && *meeting <= end; ++meeting) {
-                AddBand(top, *meeting);
-                top = *meeting;
-                Change(top);
+        for (int y = m_box.top; y < m_box.Bottom();) {
+            const int rows = PlainRows(y);
+            if (!AddRows(y, rows)) {
+                for (int row = y; row < y + std::max(rows, 1); ++row) {
+                    AddRow(row);
+                }
             }
-            if (top < end) {
-                AddBand(top, end);
-            }
-            m_row.MoveTo(y, m_pixels);
+            y += std::max(rows, 1);
         }
         return std::move(m_pixels);
     }
 
   private:
+    // As many rows are looked at together where edges neither begin nor end: where they are crossed is found in a loop
+    // without branches.
+    static constexpr int kBlock = 32;
+
+    // A strand and its x at the top of each row, and at the bottom of the last.
+    using Xs = std::array<double, kBlock + 1>;
+
     // Ends the strands that end at a row and begins those that begin there.
     void Change(double y) {
         std::erase_if(m_strands, [y](const Strand& strand) { return strand.curve->bottom <= y; });
@@ -267,6 +286,75 @@ class Sweep {
                 m_strands.push_back({curve, 0.0, curve->X(y)});
             }
         }
+    }
+
+    // How many whole rows, of a block at most, there are before edges begin, end or meet.
+    int PlainRows(int top) const noexcept {
+        const double end = m_meeting == m_meetings.end() ? top + kBlock : *m_meeting - 1.0;
+        int rows = 0;
+        while (rows < kBlock && top + rows < m_box.Bottom() && top + rows < end) {
+            ++rows;
+        }
+        return rows;
+    }
+
+    // Adds rows with the same edges. False, and nothing is added, when some of them cross.
+    bool AddRows(int top, int rows) {
+        if (rows == 0) {
+            return false;
+        }
+        m_xs.resize(std::max(m_xs.size(), m_strands.size()));
+        auto xs = m_xs.begin();
+        for (Strand& strand : m_strands) {
+            strand.curve->FindXs(top, rows + 1, xs->data());
+            strand.xs = xs->data();
+            strand.above = strand.xs[0];
+            strand.below = strand.xs[rows];
+            ++xs;
+        }
+        Sort(m_strands, top, top + rows);
+        if (std::adjacent_find(m_strands.begin(), m_strands.end(), [rows](const Strand& a, const Strand& b) {
+                return !StayInOrder(a.xs, b.xs, rows + 1);
+            }) != m_strands.end()) {
+            for (Strand& strand : m_strands) {
+                strand.below = strand.above;
+            }
+            return false;
+        }
+        FindSides(m_strands);
+        for (int row = 0; row < rows; ++row) {
+            for (Strand& side : m_sides) {
+                side.above = side.xs[row];
+                side.below = side.xs[row + 1];
+            }
+            if (!m_row.AddWhole(top + row, m_sides, m_pixels)) {
+                AddSides(top + row, top + row + 1);
+                m_row.MoveTo(top + row, m_pixels);
+            }
+        }
+        return true;
+    }
+
+    static bool StayInOrder(const double* left, const double* right, int count) noexcept {
+        int crossed = 0;
+        for (int i = 0; i < count; ++i) {
+            crossed += left[i] > right[i] + kRounding ? 1 : 0;
+        }
+        return crossed == 0;
+    }
+
+    void AddRow(int y) {
+        const double end = y + 1.0;
+        double top = y;
+        for (; m_meeting != m_meetings.end() && *m_meeting <= end; ++m_meeting) {
+            AddBand(top, *m_meeting);
+            top = *m_meeting;
+            Change(top);
+        }
+        if (top < end) {
+            AddBand(top, end);
+        }
+        m_row.MoveTo(y, m_pixels);
     }
 
     // A band in which edges neither begin nor end; it begins where the last one ended.
@@ -292,8 +380,6 @@ class Sweep {
 
     // The rows at which lines cross within a band.
     std::vector<double> Crossings(double top, double bottom) const {
-        // Less is the rounding of lines that meet at an end.
-        constexpr double kRounding = 1e-11;
         const auto crossed = [](const Strand& a, const Strand& b) {
             return a.above > b.above + kRounding || a.below > b.below + kRounding;
         };
@@ -330,21 +416,28 @@ class Sweep {
 
     // A band in which no edge crosses another.
     void AddSorted(const std::vector<Strand>& strands, double top, double bottom) {
+        FindSides(strands);
+        if (bottom - top != 1.0 || !m_row.AddWhole(static_cast<int>(top), m_sides, m_pixels)) {
+            AddSides(top, bottom);
+        }
+    }
+
+    void FindSides(const std::vector<Strand>& strands) {
         m_sides.clear();
         int winding = 0;
         for (const Strand& strand : strands) {
             const int before = winding;
             winding += strand.curve->winding;
             if (before == 0 || winding == 0) {
-                m_sides.push_back(&strand);
+                m_sides.push_back(strand);
             }
         }
-        if (bottom - top == 1.0 && m_row.AddWhole(static_cast<int>(top), m_sides, m_pixels)) {
-            return;
-        }
+    }
+
+    void AddSides(double top, double bottom) {
         double sign = 1.0;
-        for (const Strand* const side : m_sides) {
-            m_row.Add(*side, sign, top, bottom);
+        for (const Strand& side : m_sides) {
+            m_row.Add(side, sign, top, bottom);
             sign = -sign;
         }
     }
@@ -369,11 +462,16 @@ class Sweep {
         }
     }
 
+    // By less lines that meet at an end may seem to cross.
+    static constexpr double kRounding = 1e-11;
+
     PixelRect m_box;
     std::vector<double> m_meetings;
-    std::vector<const Curve*> m_waiting;  // the next one to begin last
+    std::vector<double>::const_iterator m_meeting;  // the next one
+    std::vector<const Curve*> m_waiting;            // the next one to begin last
     std::vector<Strand> m_strands;
-    std::vector<const Strand*> m_sides;  // by turns left and right ones
+    std::vector<Strand> m_sides;  // by turns left and right ones
+    std::vector<Xs> m_xs;
     Row m_row;
     PixelSet m_pixels;
 };

@@ -13,11 +13,6 @@ namespace {
 
 constexpr double kTurn = 2.0 * kPi;
 
-// Between two ends in any order; the lower one for what is not a number.
-double Between(double value, double a, double b) noexcept {
-    return std::min(std::max(std::min(a, b), value), std::max(a, b));
-}
-
 bool IsFinite(const Arc& arc) noexcept {
     return std::isfinite(arc.center.x) && std::isfinite(arc.center.y) && std::isfinite(arc.radiusX) &&
            std::isfinite(arc.radiusY) && std::isfinite(arc.start) && std::isfinite(arc.delta);
@@ -39,9 +34,16 @@ ImagePoint At(const Arc& arc, double angle) noexcept {
 // Follows the contours and keeps what rows cross.
 class Tracer {
   public:
-    explicit Tracer(LevelEdges level) : m_level(level) {}
+    Tracer(LevelEdges level, const Outline& outline) : m_level(level) {
+        std::size_t edges = 0;
+        for (const Contour& contour : outline.contours) {
+            edges += contour.size();
+        }
+        m_edges.reserve(edges);
+    }
 
     void Trace(const Contour& contour) {
+        m_before = std::exchange(m_first, static_cast<std::ptrdiff_t>(m_edges.size()));
         m_begun = false;
         for (const auto& piece : contour) {
             std::visit([this](const auto& p) { Append(p); }, piece);
@@ -49,6 +51,7 @@ class Tracer {
         if (m_begun) {
             LineTo(m_begin);
         }
+        LeaveOutJoint();
     }
 
     std::vector<Edge> Take() { return std::move(m_edges); }
@@ -112,8 +115,33 @@ class Tracer {
         }
     }
 
+    // Two contours side by side, as the stretches of a band are, run along the line between them to and fro: what lies
+    // inside is the same without it.
+    void LeaveOutJoint() {
+        constexpr std::ptrdiff_t kFew = 4;
+        const auto before = m_edges.begin() + m_before;
+        const auto first = m_edges.begin() + m_first;
+        if (first - before > kFew || m_edges.end() - first > kFew) {
+            return;
+        }
+        const auto joint = std::find_first_of(before, first, first, m_edges.end(), AreOpposite);
+        if (joint != first) {
+            m_edges.erase(
+                std::find_if(first, m_edges.end(), [joint](const Edge& e) { return AreOpposite(*joint, e); }));
+            m_edges.erase(joint);
+            --m_first;
+        }
+    }
+
+    static bool AreOpposite(const Edge& a, const Edge& b) noexcept {
+        return a.top == b.top && a.bottom == b.bottom && a.xTop == b.xTop && a.xBottom == b.xBottom &&
+               a.winding == -b.winding && !a.IsArc() && !b.IsArc();
+    }
+
     LevelEdges m_level;
     std::vector<Edge> m_edges;
+    std::ptrdiff_t m_before = 0;  // where the edges of the contour before begin
+    std::ptrdiff_t m_first = 0;   // and those of this one
     bool m_begun = false;
     ImagePoint m_begin;
     ImagePoint m_at;
@@ -150,34 +178,42 @@ void MeetArc(const Edge& arc, const Edge& other, std::vector<double>& ys) {
 
 }  // namespace
 
-double Edge::X(double y) const noexcept {
-    if (IsArc()) {
-        // In this order a circle meets the middles of pixels exactly where it does.
-        const double height = y - centerY;
-        const double chord = std::sqrt(std::max((radiusY - height) * (radiusY + height), 0.0));
-        return Between(centerX + radiusX * chord / std::abs(radiusY), xTop, xBottom);
-    }
-    // Multiplied first: where the quotient is a whole number, it is found exactly.
-    return Between(xTop + (y - top) * (xBottom - xTop) / (bottom - top), xTop, xBottom);
-}
-
-double Edge::Y(double x) const noexcept {
-    if (IsArc()) {
-        const double u = (x - centerX) / radiusX;
-        return Between(centerY + radiusY * std::sqrt(std::max((1.0 - u) * (1.0 + u), 0.0)), top, bottom);
-    }
-    return Between(top + (x - xTop) * (bottom - top) / (xBottom - xTop), top, bottom);
-}
-
 std::vector<Edge> EdgesOf(const Outline& outline, LevelEdges level) {
     if (!IsFinite(outline)) {
         return {};
     }
-    Tracer tracer(level);
+    Tracer tracer(level, outline);
     for (const Contour& contour : outline.contours) {
         tracer.Trace(contour);
     }
     return tracer.Take();
+}
+
+Chains ChainsOf(const std::vector<Edge>& edges) {
+    // The sides of a band are that far from one another.
+    constexpr std::ptrdiff_t kNear = 3;
+    const auto count = static_cast<std::ptrdiff_t>(edges.size());
+    Chains chains{{}, std::vector<int>(edges.size(), -1)};
+    std::vector<char> goesOn(edges.size(), 0);
+    for (std::ptrdiff_t i = 0; i < count; ++i) {
+        const Edge& above = edges[static_cast<std::size_t>(i)];
+        for (std::ptrdiff_t k = std::max(i - kNear, std::ptrdiff_t{0}); k < std::min(i + kNear + 1, count); ++k) {
+            const Edge& below = edges[static_cast<std::size_t>(k)];
+            char& taken = goesOn[static_cast<std::size_t>(k)];
+            if (above.bottom == below.top && above.xBottom == below.xTop && above.winding == below.winding &&
+                taken == 0) {
+                chains.next[static_cast<std::size_t>(i)] = static_cast<int>(k);
+                taken = 1;
+                break;
+            }
+        }
+    }
+    for (std::ptrdiff_t i = 0; i < count; ++i) {
+        if (goesOn[static_cast<std::size_t>(i)] == 0) {
+            chains.first.push_back(static_cast<int>(i));
+        }
+    }
+    return chains;
 }
 
 std::vector<double> MeetingRows(const std::vector<Edge>& edges) {

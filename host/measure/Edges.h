@@ -1,13 +1,15 @@
 // An outline as edges: lines and quarters of ellipses that all run downward or upward, for scanning by rows.
 #pragma once
 
+#include <algorithm>
+#include <cmath>
 #include <vector>
 
 #include "host/figures/Outline.h"
 
 namespace host {
 
-/// A line, or an arc of an upright ellipse within one of its quarters: its x as a function of y, and its y as one of x.
+/// A line, or an arc of an upright ellipse within one of its quarters: its x as a function of y.
 struct Edge {
     double top = 0.0;  ///< it crosses the rows top <= y < bottom
     double bottom = 0.0;
@@ -23,9 +25,24 @@ struct Edge {
 
     bool IsArc() const noexcept { return radiusX != 0.0; }
     /// For y from top to bottom. Two edges with the same ends give the same numbers, whichever way they run.
-    double X(double y) const noexcept;
-    /// For x between xTop and xBottom, which must differ.
-    double Y(double x) const noexcept;
+    double X(double y) const noexcept { return IsArc() ? ArcX(y) : LineX(y); }
+    // The same of what is known to be one.
+    double LineX(double y) const noexcept {
+        // Multiplied first: where the quotient is a whole number, it is found exactly.
+        return BetweenEnds(xTop + (y - top) * (xBottom - xTop) / (bottom - top));
+    }
+    double ArcX(double y) const noexcept {
+        // In this order a circle meets the middles of pixels exactly where it does.
+        const double height = y - centerY;
+        const double chord = std::sqrt(std::max((radiusY - height) * (radiusY + height), 0.0));
+        return BetweenEnds(centerX + radiusX * chord / std::abs(radiusY));
+    }
+
+  private:
+    // The lower one for what is not a number.
+    double BetweenEnds(double x) const noexcept {
+        return std::min(std::max(std::min(xTop, xBottom), x), std::max(xTop, xBottom));
+    }
 };
 
 /// The smallest box around edges, borders included; left above right when there are none.
@@ -40,6 +57,14 @@ struct EdgeExtent {
 /// not a finite number.
 enum class LevelEdges { leftOut, kept };
 std::vector<Edge> EdgesOf(const Outline& outline, LevelEdges level = LevelEdges::leftOut);
+
+/// Edges that a contour runs through downward or upward in one go: each goes on, the same way round, where the one
+/// before ends at the bottom.
+struct Chains {
+    std::vector<int> first;  ///< the uppermost edge of every chain
+    std::vector<int> next;   ///< for every edge the one that goes on below; -1 where there is none near it
+};
+Chains ChainsOf(const std::vector<Edge>& edges);
 
 /// The rows at which edges begin or end and at which arcs meet other edges, ascending: between two of them only lines
 /// cross. All arcs must have one centre, as those of a figure do.

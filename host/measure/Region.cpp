@@ -41,19 +41,21 @@ bool IsSmall(const std::optional<PixelRect>& box) noexcept {
     return box && static_cast<std::int64_t>(box->width) * box->height <= kMostPixels;
 }
 
-}  // namespace
-
-Pixels FindPixels(const Figure& figure, const PixelRect& field, PixelRule rule) {
-    if (rule == PixelRule::module) {
-        return FindModulePixels(figure, field);
-    }
-    const Outline outline = figure.type->outline(figure);
+// Those of a figure whose outline is this.
+Pixels FindInside(const Figure& figure, const Outline& outline, const PixelRect& field, PixelRule rule) {
     if (outline.isImage) {
         return {MarkedPixels(figure).value_or(PixelSet{}), true};
     }
     const std::vector<Edge> edges = EdgesOf(outline);
     const PixelRect searched = Searched(field);
     return {Inside(edges, searched, rule), edges.empty() || Holds(searched, ExtentOf(edges))};
+}
+
+}  // namespace
+
+Pixels FindPixels(const Figure& figure, const PixelRect& field, PixelRule rule) {
+    return rule == PixelRule::module ? FindModulePixels(figure, field)
+                                     : FindInside(figure, figure.type->outline(figure), field, rule);
 }
 
 std::optional<PixelSet> FindAllPixels(const Figure& figure, PixelRule rule) {
@@ -134,12 +136,13 @@ View Above(const View& view, int rows) {
 }
 
 View Region::In(PixelSize image) {
-    if (!m_pixels || (!m_pixels->complete && Exceeds(image, m_field))) {
-        m_field = {std::max(m_field.width, image.width), std::max(m_field.height, image.height)};
-        m_pixels = FindPixels(*m_figure, {0, 0, m_field.width, m_field.height}, m_rule);
-    }
     if (!m_outline && m_rule != PixelRule::module) {
         m_outline = std::make_shared<const Outline>(m_figure->type->outline(*m_figure));
+    }
+    if (!m_pixels || (!m_pixels->complete && Exceeds(image, m_field))) {
+        m_field = {std::max(m_field.width, image.width), std::max(m_field.height, image.height)};
+        const PixelRect field{0, 0, m_field.width, m_field.height};
+        m_pixels = m_outline ? FindInside(*m_figure, *m_outline, field, m_rule) : FindModulePixels(*m_figure, field);
     }
     View view = Clip(*m_pixels, image);
     view.outline = m_outline && !m_outline->isImage ? m_outline : nullptr;

@@ -1,4 +1,5 @@
 // What the host knows of the profile.
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <initializer_list>
@@ -76,12 +77,15 @@ void AddStretch(ImagePoint a1, ImagePoint b1, ImagePoint b2, ImagePoint a2, Outl
 
 Outline OutlineOf(const Figure& figure) {
     Outline outline;
+    const auto profile = figure.As<IROIProfile>();
     const int count = CountOf(*figure.roi);
-    const auto at = [&](int kind, int point) {
+    const auto at = [&](ROIPROFILENode kind, int point) {
         ImagePoint position;
-        GetNode(*figure.roi, {kind, point}, &position.x, &position.y);
+        profile->GetNodePoint(kind, point, &position.x, &position.y);
         return position;
     };
+    outline.contours.reserve(static_cast<std::size_t>(std::max(count, 0)));
+    outline.axis.reserve(outline.contours.capacity());
     ImagePoint corner1;
     ImagePoint corner2;
     for (int i = 0; i < count; ++i) {

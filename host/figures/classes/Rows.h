@@ -47,9 +47,10 @@ Result PutBoxRoll(IROI& roi, double radians) {
 template <class Box>
 Outline CornerOutline(const Figure& figure) {
     Contour corners;
+    const auto box = figure.As<Box>();
     for (const ROICorner corner : {kNodeCorner2, kNodeCorner3, kNodeCorner4, kNodeCorner5}) {
         ImagePoint at;
-        figure.As<Box>()->GetCornerPoint(corner, &at.x, &at.y);
+        box->GetCornerPoint(corner, &at.x, &at.y);
         corners.emplace_back(at);
     }
     Outline outline;
