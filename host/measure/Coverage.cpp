@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstdint>
+#include <limits>
 #include <utility>
 
 namespace host {
@@ -11,6 +13,9 @@ namespace {
 
 // ---------------------------------------------------------------------------------------------------
 // Edges, prepared to be followed
+
+// By less lines that meet at an end may seem to cross.
+constexpr double kRounding = 1e-11;
 
 double Between(double value, double low, double high) noexcept { return std::min(std::max(low, value), high); }
 
@@ -32,6 +37,8 @@ struct Curve {
     ImagePoint radius;
     ImagePoint inverse;
     double square;
+    const Edge* edge;
+    const Curve* next = nullptr;  ///< what goes on below; null where a chain ends
 
     // Squares of pixels have whole numbers for borders here.
     explicit Curve(const Edge& edge) noexcept
@@ -48,10 +55,11 @@ struct Curve {
           center(edge.centerX + 0.5, edge.centerY + 0.5),
           radius(edge.radiusX, edge.radiusY),
           inverse(1.0 / edge.radiusX, 1.0 / edge.radiusY),
-          square(std::abs(edge.radiusX * edge.radiusY)) {}
+          square(std::abs(edge.radiusX * edge.radiusY)),
+          edge(&edge) {}
 
     double X(double y) const noexcept { return isArc ? ArcX(y) : LineX(y); }
-    // At `count` rows from y on.
+    // At `count` places from y on, one below the other.
     void FindXs(double y, int count, double* xs) const noexcept {
         const Curve curve = *this;
         const auto find = [&](auto x) {
@@ -92,12 +100,11 @@ struct Curve {
     }
 };
 
-// An edge across a band, with its x above and below.
+// An edge between two places, with its x at them.
 struct Strand {
     const Curve* curve;
     double above;
     double below;
-    const double* xs = nullptr;  ///< at the rows of a block
 
     double Left() const noexcept { return std::min(above, below); }
     double Right() const noexcept { return std::max(above, below); }
@@ -108,9 +115,16 @@ struct Strand {
 
 class Row {
   public:
-    Row(int left, int width) : m_left(left), m_width(width), m_steps(static_cast<std::size_t>(width) + 2) {}
+    Row(int left, int width, PixelSet& pixels)
+        : m_left(left), m_width(width), m_steps(static_cast<std::size_t>(width) + 2), m_pixels(pixels) {}
 
-    // Adds, `sign` times, what lies to the right of a strand between two rows.
+    void Begin(int y) noexcept {
+        m_y = y;
+        m_column = 0;
+        m_covered = 0.0;
+    }
+
+    // Adds, `sign` times, what lies to the right of a strand between two places.
     void Add(const Strand& strand, double sign, double top, double bottom) {
         Follow(strand, top, bottom, [this, sign](int column, double height, double left) {
             m_steps[static_cast<std::size_t>(column)] += sign * (height - left);
@@ -123,59 +137,91 @@ class Row {
         });
     }
 
-    // Moves what is added to the pixels of row y.
-    void MoveTo(int y, PixelSet& pixels) {
-        std::sort(m_touched.begin(), m_touched.end(), [](const Run& a, const Run& b) { return a.first < b.first; });
-        double covered = 0.0;
-        int column = 0;
-        for (const Run& run : m_touched) {
-            if (column < run.first) {
-                AddRun(y, column, run.first, covered, pixels);
-                column = run.first;
-            }
-            for (; column <= run.last; ++column) {
-                covered += m_steps[static_cast<std::size_t>(column)];
-                m_steps[static_cast<std::size_t>(column)] = 0.0;
-                AddRun(y, column, column + 1, covered, pixels);
-            }
+    // Adds a side that runs through the whole row and is alone, behind all others that were added.
+    void AddAlone(const Strand& strand, double sign) {
+        const double left = strand.Left() - m_left;
+        const double right = strand.Right() - m_left;
+        const int first = static_cast<int>(left);
+        const int last = static_cast<int>(right);
+        MoveUpTo(first);
+        const double base = sign > 0.0 ? 0.0 : 1.0;
+        const auto add = [&](int column, double beyond) { AddPixel(column, base + sign * beyond); };
+        if (strand.curve->isArc) {
+            AddArc(*strand.curve, strand.above <= strand.below, left, right, add);
+        } else {
+            AddLine(std::abs(strand.curve->rise), left, right, add);
         }
-        AddRun(y, column, m_width, covered, pixels);
-        m_touched.clear();
+        m_column = last + 1;
+        m_covered = 1.0 - base;
     }
 
-    // Adds what lies between strands across the whole row y, each second one being a right side, at once. False when
-    // two of them share a column or one leaves the row: then they are to be added one by one.
-    bool AddWhole(int y, const std::vector<Strand>& strands, PixelSet& pixels) const {
-        double free = 0.0;
-        for (const Strand& strand : strands) {
-            if (strand.Left() - m_left < free || strand.Right() - m_left >= m_width) {
-                return false;
-            }
-            free = static_cast<int>(strand.Right() - m_left) + 1.0;
-        }
-        bool inside = false;
-        int next = 0;
-        for (const Strand& strand : strands) {
-            if (inside) {
-                AddRun(y, next, static_cast<int>(strand.Left() - m_left), 1.0, pixels);
-            }
-            double above = 0.0;
-            Follow(strand, y, y + 1.0, [&](int column, double height, double left) {
-                const double right = above + height - left;
-                AddRun(y, column, column + 1, inside ? 1.0 - right : right, pixels);
-                above += height;
-                next = column + 1;
-            });
-            inside = !inside;
-        }
-        return true;
-    }
+    // Moves what is added to the pixels.
+    void End() { MoveUpTo(m_width); }
 
   private:
     struct Run {
         int first;
         int last;
     };
+
+    // Moves what is added to the columns before one.
+    void MoveUpTo(int end) {
+        std::sort(m_touched.begin(), m_touched.end(), [](const Run& a, const Run& b) { return a.first < b.first; });
+        for (const Run& run : m_touched) {
+            if (m_column < run.first) {
+                AddRun(m_column, run.first, m_covered);
+                m_column = run.first;
+            }
+            for (; m_column <= run.last; ++m_column) {
+                m_covered += std::exchange(m_steps[static_cast<std::size_t>(m_column)], 0.0);
+                AddRun(m_column, m_column + 1, m_covered);
+            }
+        }
+        m_touched.clear();
+        AddRun(m_column, end, m_covered);
+        m_column = end;
+    }
+
+    // Calls `add` for the columns of a line through the row, which rises by `rise` from one to the next, with what of
+    // each lies to the right of the line.
+    template <class Adding>
+    static void AddLine(double rise, double left, double right, Adding add) {
+        const int first = static_cast<int>(left);
+        const int last = static_cast<int>(right);
+        if (first == last) {
+            add(first, 1.0 + first - 0.5 * (left + right));
+            return;
+        }
+        const double begun = first + 1.0 - left;
+        const double ended = right - last;
+        add(first, 0.5 * begun * begun * rise);
+        for (int column = first + 1; column < last; ++column) {
+            add(column, (begun + (column - first) - 0.5) * rise);
+        }
+        add(last, 1.0 - 0.5 * ended * ended * rise);
+    }
+
+    // The same of an arc.
+    template <class Adding>
+    void AddArc(const Curve& curve, bool falls, double left, double right, Adding add) const {
+        const int last = static_cast<int>(right);
+        double x = left;
+        double depth = 0.0;
+        const auto addPiece = [&](int column, double toX, double toDepth) {
+            const double height = toDepth - depth;
+            const double before = 0.5 * height * ((x - column) + (toX - column)) +
+                                  std::copysign(curve.SegmentArea(toX - x, height), curve.radius.x);
+            add(column, toDepth - before);
+            x = toX;
+            depth = toDepth;
+        };
+        int column = static_cast<int>(left);
+        for (; column < last; ++column) {
+            const double y = curve.Y(m_left + column + 1.0) - m_y;
+            addPiece(column, column + 1.0, falls ? y : 1.0 - y);
+        }
+        addPiece(column, right, 1.0);
+    }
 
     // Calls `add` for the columns of a strand from left to right: the height of its part in a column and what of the
     // column lies to the left of that part. What lies to the left of the row adds to its first column.
@@ -218,164 +264,112 @@ class Row {
         addPiece(column, endX, endY);
     }
 
-    void AddRun(int y, int first, int end, double covered, PixelSet& pixels) const {
-        constexpr double kRounding = 1e-12;
+    void AddRun(int first, int end, double covered) {
         end = std::min(end, m_width);
-        if (covered <= kRounding || first >= end) {
+        if (first < end && covered >= 1.0 - kNothing) {
+            m_pixels.AddSpan(m_y, m_left + first, m_left + end - 1);
             return;
         }
-        if (covered >= 1.0 - kRounding) {
-            pixels.AddSpan(y, m_left + first, m_left + end - 1);
-            return;
-        }
-        for (int column = first; column < end; ++column) {
-            pixels.parts.push_back({y, m_left + column, covered});
+        for (int column = first; covered > kNothing && column < end; ++column) {
+            m_pixels.parts.push_back({m_y, m_left + column, covered});
         }
     }
+    void AddPixel(int column, double covered) {
+        if (covered > kNothing && covered < 1.0 - kNothing) [[likely]] {
+            m_pixels.parts.push_back({m_y, m_left + column, covered});
+        } else {
+            AddRun(column, column + 1, covered);
+        }
+    }
+
+    static constexpr double kNothing = 1e-12;
 
     int m_left;
     int m_width;
     // By how much more is covered from column to column.
     std::vector<double> m_steps;
     std::vector<Run> m_touched;
+    PixelSet& m_pixels;
+    int m_y = 0;
+    int m_column = 0;  // the first that is not moved to the pixels
+    double m_covered = 0.0;
 };
 
 // ---------------------------------------------------------------------------------------------------
-// Bands of rows
+// Bands of a row between which edges begin, end or cross
 
-class Sweep {
+class Bands {
   public:
-    Sweep(const std::vector<Curve>& curves, std::vector<double> meetings, const PixelRect& box)
-        : m_box(box), m_meetings(std::move(meetings)), m_row(box.left, box.width) {
-        for (const Curve& curve : curves) {
-            m_waiting.push_back(&curve);
-        }
-        std::sort(m_waiting.begin(), m_waiting.end(), [](const Curve* a, const Curve* b) { return a->top > b->top; });
-    }
+    Bands(Row& row, std::vector<const Curve*> curves) : m_row(row), m_curves(std::move(curves)) {}
 
-    PixelSet Run() {
-        m_pixels.parts.reserve(2 * static_cast<std::size_t>(m_box.height));
-        m_pixels.spans.reserve(static_cast<std::size_t>(m_box.height));
-        m_meeting = std::upper_bound(m_meetings.begin(), m_meetings.end(), static_cast<double>(m_box.top));
-        Change(m_box.top);
-        for (int y = m_box.top; y < m_box.Bottom();) {
-            const int rows = PlainRows(y);
-            if (!AddRows(y, rows)) {
-                for (int row = y; row < y + std::max(rows, 1); ++row) {
-                    AddRow(row);
-                }
-            }
-            y += std::max(rows, 1);
+    // Adds what lies inside between two rows.
+    void Add(double top, double bottom) {
+        std::vector<Edge> edges;
+        for (const Curve* const curve : m_curves) {
+            edges.push_back(*curve->edge);
         }
-        return std::move(m_pixels);
+        double from = top;
+        for (const double meeting : MeetingRows(edges)) {
+            if (const double to = meeting + 0.5; from < to && to < bottom) {
+                AddBand(from, to);
+                from = to;
+            }
+        }
+        AddBand(from, bottom);
     }
 
   private:
-    // As many rows are looked at together where edges neither begin nor end: where they are crossed is found in a loop
-    // without branches.
-    static constexpr int kBlock = 32;
-
-    // A strand and its x at the top of each row, and at the bottom of the last.
-    using Xs = std::array<double, kBlock + 1>;
-
-    // Ends the strands that end at a row and begins those that begin there.
-    void Change(double y) {
-        std::erase_if(m_strands, [y](const Strand& strand) { return strand.curve->bottom <= y; });
-        for (; !m_waiting.empty() && m_waiting.back()->top <= y; m_waiting.pop_back()) {
-            if (const Curve* const curve = m_waiting.back(); curve->bottom > y) {
-                m_strands.push_back({curve, 0.0, curve->X(y)});
-            }
-        }
-    }
-
-    // How many whole rows, of a block at most, there are before edges begin, end or meet.
-    int PlainRows(int top) const noexcept {
-        const double end = m_meeting == m_meetings.end() ? top + kBlock : *m_meeting - 1.0;
-        int rows = 0;
-        while (rows < kBlock && top + rows < m_box.Bottom() && top + rows < end) {
-            ++rows;
-        }
-        return rows;
-    }
-
-    // Adds rows with the same edges. False, and nothing is added, when some of them cross.
-    bool AddRows(int top, int rows) {
-        if (rows == 0) {
-            return false;
-        }
-        m_xs.resize(std::max(m_xs.size(), m_strands.size()));
-        auto xs = m_xs.begin();
-        for (Strand& strand : m_strands) {
-            strand.curve->FindXs(top, rows + 1, xs->data());
-            strand.xs = xs->data();
-            strand.above = strand.xs[0];
-            strand.below = strand.xs[rows];
-            ++xs;
-        }
-        Sort(m_strands, top, top + rows);
-        if (std::adjacent_find(m_strands.begin(), m_strands.end(), [rows](const Strand& a, const Strand& b) {
-                return !StayInOrder(a.xs, b.xs, rows + 1);
-            }) != m_strands.end()) {
-            for (Strand& strand : m_strands) {
-                strand.below = strand.above;
-            }
-            return false;
-        }
-        FindSides(m_strands);
-        for (int row = 0; row < rows; ++row) {
-            for (Strand& side : m_sides) {
-                side.above = side.xs[row];
-                side.below = side.xs[row + 1];
-            }
-            if (!m_row.AddWhole(top + row, m_sides, m_pixels)) {
-                AddSides(top + row, top + row + 1);
-                m_row.MoveTo(top + row, m_pixels);
-            }
-        }
-        return true;
-    }
-
-    static bool StayInOrder(const double* left, const double* right, int count) noexcept {
-        int crossed = 0;
-        for (int i = 0; i < count; ++i) {
-            crossed += left[i] > right[i] + kRounding ? 1 : 0;
-        }
-        return crossed == 0;
-    }
-
-    void AddRow(int y) {
-        const double end = y + 1.0;
-        double top = y;
-        for (; m_meeting != m_meetings.end() && *m_meeting <= end; ++m_meeting) {
-            AddBand(top, *m_meeting);
-            top = *m_meeting;
-            Change(top);
-        }
-        if (top < end) {
-            AddBand(top, end);
-        }
-        m_row.MoveTo(y, m_pixels);
-    }
-
-    // A band in which edges neither begin nor end; it begins where the last one ended.
+    // In a band edges neither begin nor end.
     void AddBand(double top, double bottom) {
-        for (Strand& strand : m_strands) {
-            strand.above = strand.below;
-        }
-        for (Strand& strand : m_strands) {
-            strand.below = strand.curve->X(bottom);
-        }
-        Sort(m_strands, top, bottom);
-        const std::vector<double> crossings = Crossings(top, bottom);
-        if (crossings.empty()) {
-            AddSorted(m_strands, top, bottom);
+        FindStrands(top, bottom);
+        std::vector<double> ends = Crossings(top, bottom);
+        if (ends.empty()) {
+            AddStrands(top, bottom);
             return;
         }
-        for (const double end : crossings) {
-            AddPart(top, end);
-            top = end;
+        ends.push_back(bottom);
+        for (const double end : ends) {
+            if (top < end) {
+                FindStrands(top, end);
+                AddStrands(top, end);
+                top = end;
+            }
         }
-        AddPart(top, bottom);
+    }
+
+    // Adds a band in which no edge crosses another.
+    void AddStrands(double top, double bottom) {
+        int winding = 0;
+        for (const Strand& strand : m_strands) {
+            const int before = std::exchange(winding, winding + strand.curve->winding);
+            if (before == 0 || winding == 0) {
+                m_row.Add(strand, before == 0 ? 1.0 : -1.0, top, bottom);
+            }
+        }
+    }
+
+    // Finds what crosses a band, from left to right.
+    void FindStrands(double top, double bottom) {
+        m_strands.clear();
+        for (const Curve* const curve : m_curves) {
+            if (curve->top <= top && curve->bottom >= bottom) {
+                // They come nearly in order.
+                const Strand strand{curve, curve->X(top), curve->X(bottom)};
+                auto to = m_strands.end();
+                while (to != m_strands.begin() && IsBefore(strand, to[-1], 0.5 * (top + bottom))) {
+                    --to;
+                }
+                m_strands.insert(to, strand);
+            }
+        }
+    }
+
+    static bool IsBefore(const Strand& a, const Strand& b, double middle) noexcept {
+        const double middleA = a.above + a.below;
+        const double middleB = b.above + b.below;
+        // An arc and its chord end at the same places.
+        return middleA != middleB || a.curve->isArc == b.curve->isArc ? middleA < middleB
+                                                                      : a.curve->X(middle) < b.curve->X(middle);
     }
 
     // The rows at which lines cross within a band.
@@ -400,80 +394,258 @@ class Sweep {
         return ys;
     }
 
-    // A part of a band, between two crossings.
-    void AddPart(double top, double bottom) {
-        if (!(top < bottom)) {
-            return;
+    Row& m_row;
+    std::vector<const Curve*> m_curves;
+    std::vector<Strand> m_strands;
+};
+
+// ---------------------------------------------------------------------------------------------------
+// All rows
+
+// As many rows are looked at together: where chains of edges cross them is found in loops without branches.
+constexpr int kBlock = 32;
+
+// Where a chain runs through the rows of a block.
+struct Track {
+    using Columns = std::array<int, kBlock>;
+
+    std::array<double, kBlock + 1> xs;  // at the top of each row and at the bottom of the last
+    std::array<double, kBlock> left;    // how far it goes in each row
+    std::array<double, kBlock> right;
+    std::array<const Curve*, kBlock> curves;  // its edge at the top of each row
+    Columns first;  // the columns from the left of the box that it goes through, one beyond the box standing for all
+    Columns last;
+};
+
+struct Chain {
+    const Curve* curve;  ///< the uppermost that has not ended
+    double bottom;
+    const Track* track = nullptr;
+};
+
+class Sweep {
+  public:
+    Sweep(const std::vector<Edge>& edges, const PixelRect& box)
+        : m_box(box), m_curves(edges.begin(), edges.end()), m_row(box.left, box.width, m_pixels) {
+        const Chains chains = ChainsOf(edges);
+        for (std::size_t i = 0; i < edges.size(); ++i) {
+            m_curves[i].next = chains.next[i] < 0 ? nullptr : &m_curves[static_cast<std::size_t>(chains.next[i])];
         }
-        std::vector<Strand> strands = m_strands;
-        for (Strand& strand : strands) {
-            strand.above = strand.curve->X(top);
-            strand.below = strand.curve->X(bottom);
+        for (const int first : chains.first) {
+            const Curve* const begin = &m_curves[static_cast<std::size_t>(first)];
+            const Curve* end = begin;
+            while (end->next != nullptr) {
+                end = end->next;
+            }
+            m_waiting.push_back({begin, end->bottom});
         }
-        Sort(strands, top, bottom);
-        AddSorted(strands, top, bottom);
+        std::sort(m_waiting.begin(), m_waiting.end(),
+                  [](const Chain& a, const Chain& b) { return a.curve->top > b.curve->top; });
     }
 
-    // A band in which no edge crosses another.
-    void AddSorted(const std::vector<Strand>& strands, double top, double bottom) {
-        FindSides(strands);
-        if (bottom - top != 1.0 || !m_row.AddWhole(static_cast<int>(top), m_sides, m_pixels)) {
-            AddSides(top, bottom);
+    PixelSet Run() {
+        m_pixels.parts.reserve(BorderPixels());
+        for (int y = m_box.top; y < m_box.Bottom();) {
+            if (const int rows = PlainRows(y); rows > 0) {
+                AddRows(y, rows);
+                y += rows;
+            } else {
+                AddMixed(y++);
+            }
+        }
+        return std::move(m_pixels);
+    }
+
+  private:
+    // About how many pixels the edges go through, or many.
+    std::size_t BorderPixels() const noexcept {
+        constexpr double kMany = 1 << 16;
+        double count = 0.0;
+        for (const Curve& curve : m_curves) {
+            count += 2.0 + (curve.bottom - curve.top) + (curve.right - curve.left);
+        }
+        return static_cast<std::size_t>(std::min(count, kMany));
+    }
+
+    // Ends the chains that end at a row and begins those that begin there. How many rows of a block follow before
+    // others do.
+    int PlainRows(int y) {
+        std::erase_if(m_chains, [y](const Chain& chain) { return chain.bottom <= y; });
+        for (; !m_waiting.empty() && m_waiting.back().curve->top <= y; m_waiting.pop_back()) {
+            if (m_waiting.back().bottom > y) {
+                m_chains.push_back(m_waiting.back());
+            }
+        }
+        double end = std::min(m_box.Bottom(), std::int64_t{y} + kBlock);
+        if (!m_waiting.empty()) {
+            end = std::min(end, m_waiting.back().curve->top);
+        }
+        for (Chain& chain : m_chains) {
+            end = std::min(end, chain.bottom);
+            while (chain.curve->bottom <= y) {
+                chain.curve = chain.curve->next;
+            }
+        }
+        return static_cast<int>(std::floor(end)) - y;
+    }
+
+    // Adds rows through which the same chains run.
+    void AddRows(int top, int rows) {
+        m_tracks.resize(std::max(m_tracks.size(), m_chains.size()));
+        auto track = m_tracks.begin();
+        for (Chain& chain : m_chains) {
+            Follow(*chain.curve, top, rows, *track);
+            chain.track = &*track++;
+        }
+        for (int row = 0; row < rows;) {
+            Sort(row);
+            const int end = OrderEnd(row, rows);
+            if (end == row) {
+                AddMixed(top + row++);
+                continue;
+            }
+            FindSides();
+            for (; row < end; ++row) {
+                AddRow(top, row);
+            }
         }
     }
 
-    void FindSides(const std::vector<Strand>& strands) {
+    void Follow(const Curve& first, int top, int rows, Track& track) const {
+        track.left.fill(std::numeric_limits<double>::infinity());
+        track.right.fill(-std::numeric_limits<double>::infinity());
+        int row = 0;
+        for (const Curve* curve = &first; row <= rows; curve = curve->next) {
+            // It is at the top of the rows before this one.
+            const int end = static_cast<int>(std::min(std::ceil(curve->bottom - top), rows + 1.0));
+            curve->FindXs(top + row, end - row, &track.xs[static_cast<std::size_t>(row)]);
+            std::fill(track.curves.begin() + row, track.curves.begin() + std::min(end, rows), curve);
+            row = std::max(row, end);
+            if (row > rows) {
+                break;
+            }
+            const auto joint = static_cast<std::size_t>(std::max(row - 1, 0));
+            track.left[joint] = std::min(track.left[joint], curve->xBottom);
+            track.right[joint] = std::max(track.right[joint], curve->xBottom);
+            if (curve->next == nullptr) {  // The chain ends with the last row.
+                track.xs[static_cast<std::size_t>(rows)] = curve->xBottom;
+                break;
+            }
+        }
+        for (std::size_t i = 0; i < static_cast<std::size_t>(rows); ++i) {
+            track.left[i] = std::min(track.left[i], std::min(track.xs[i], track.xs[i + 1]));
+            track.right[i] = std::max(track.right[i], std::max(track.xs[i], track.xs[i + 1]));
+        }
+        const double base = 1.0 - m_box.left;
+        const double most = m_box.width + 1.0;
+        for (std::size_t i = 0; i < static_cast<std::size_t>(rows); ++i) {
+            track.first[i] = static_cast<int>(Between(track.left[i] + base, 0.0, most)) - 1;
+            track.last[i] = static_cast<int>(Between(track.right[i] + base, 0.0, most)) - 1;
+        }
+    }
+
+    // They stay nearly in order from block to block.
+    void Sort(int row) noexcept {
+        const auto at = static_cast<std::size_t>(row);
+        const auto isBefore = [at](const Chain& a, const Chain& b) {
+            return a.track->xs[at] + a.track->xs[at + 1] < b.track->xs[at] + b.track->xs[at + 1];
+        };
+        for (std::size_t i = 1; i < m_chains.size(); ++i) {
+            for (std::size_t j = i; j > 0 && isBefore(m_chains[j], m_chains[j - 1]); --j) {
+                std::swap(m_chains[j], m_chains[j - 1]);
+            }
+        }
+    }
+
+    // The first row from `row` on in which some do not lie side by side in the order of that row.
+    int OrderEnd(int row, int rows) const noexcept {
+        for (std::size_t i = 1; i < m_chains.size(); ++i) {
+            const double* const right = m_chains[i - 1].track->right.data();
+            const double* const left = m_chains[i].track->left.data();
+            int overlap = 0;
+            for (int k = row; k < rows; ++k) {
+                overlap |= static_cast<int>(right[k] > left[k] + kRounding);
+            }
+            for (int k = row; overlap != 0 && k < rows; ++k) {
+                rows = right[k] > left[k] + kRounding ? k : rows;
+            }
+        }
+        return rows;
+    }
+
+    void FindSides() {
         m_sides.clear();
         int winding = 0;
-        for (const Strand& strand : strands) {
-            const int before = winding;
-            winding += strand.curve->winding;
+        for (const Chain& chain : m_chains) {
+            const int before = std::exchange(winding, winding + chain.curve->winding);
             if (before == 0 || winding == 0) {
-                m_sides.push_back(strand);
+                m_sides.push_back(chain.track);
             }
         }
     }
 
-    void AddSides(double top, double bottom) {
-        double sign = 1.0;
-        for (const Strand& side : m_sides) {
-            m_row.Add(side, sign, top, bottom);
-            sign = -sign;
+    void AddRow(int top, int row) {
+        constexpr int kFar = 1 << 30;
+        const auto at = static_cast<std::size_t>(row);
+        m_row.Begin(top + row);
+        // A side is alone with a column between it and those beside it.
+        int before = -kFar;
+        for (std::size_t i = 0; i < m_sides.size(); ++i) {
+            const Track& side = *m_sides[i];
+            const int behind = i + 1 < m_sides.size() ? m_sides[i + 1]->first[at] : kFar;
+            const bool isAlone = side.first[at] >= 0 && side.last[at] < m_box.width && side.first[at] > before + 1 &&
+                                 behind > side.last[at] + 1;
+            AddSide(side, top, row, i % 2 == 0 ? 1.0 : -1.0, isAlone);
+            before = std::max(side.last[at], 0);  // What lies further to the left is added there.
         }
+        m_row.End();
     }
 
-    static bool IsBefore(const Strand& a, const Strand& b, double top, double bottom) noexcept {
-        const double middleA = a.above + a.below;
-        const double middleB = b.above + b.below;
-        if (middleA != middleB || a.curve->isArc == b.curve->isArc) {
-            return middleA < middleB;
+    void AddSide(const Track& side, int top, int row, double sign, bool isAlone) {
+        const auto at = static_cast<std::size_t>(row);
+        const Curve* curve = side.curves[at];
+        double y = top + row;
+        double x = side.xs[at];
+        const double bottom = y + 1.0;
+        if (isAlone && curve->bottom >= bottom) {
+            m_row.AddAlone({curve, x, side.xs[at + 1]}, sign);
+            return;
         }
-        // An arc and its chord.
-        const double middle = 0.5 * (top + bottom);
-        return a.curve->X(middle) < b.curve->X(middle);
+        for (; curve->bottom < bottom; curve = curve->next) {
+            m_row.Add({curve, x, curve->xBottom}, sign, y, curve->bottom);
+            x = curve->xBottom;
+            y = curve->bottom;
+        }
+        m_row.Add({curve, x, side.xs[at + 1]}, sign, y, bottom);
     }
 
-    // They stay nearly in order from band to band.
-    static void Sort(std::vector<Strand>& strands, double top, double bottom) noexcept {
-        for (std::size_t i = 1; i < strands.size(); ++i) {
-            for (std::size_t j = i; j > 0 && IsBefore(strands[j], strands[j - 1], top, bottom); --j) {
-                std::swap(strands[j], strands[j - 1]);
+    // Adds a row in which chains begin, end or meet.
+    void AddMixed(int y) {
+        std::vector<const Curve*> curves;
+        const auto add = [&](const Chain& chain) {
+            for (const Curve* curve = chain.curve; curve != nullptr && curve->top < y + 1; curve = curve->next) {
+                if (curve->bottom > y) {
+                    curves.push_back(curve);
+                }
             }
+        };
+        std::for_each(m_chains.begin(), m_chains.end(), add);
+        for (auto chain = m_waiting.rbegin(); chain != m_waiting.rend() && chain->curve->top < y + 1; ++chain) {
+            add(*chain);
         }
+        m_row.Begin(y);
+        Bands(m_row, std::move(curves)).Add(y, y + 1.0);
+        m_row.End();
     }
-
-    // By less lines that meet at an end may seem to cross.
-    static constexpr double kRounding = 1e-11;
 
     PixelRect m_box;
-    std::vector<double> m_meetings;
-    std::vector<double>::const_iterator m_meeting;  // the next one
-    std::vector<const Curve*> m_waiting;            // the next one to begin last
-    std::vector<Strand> m_strands;
-    std::vector<Strand> m_sides;  // by turns left and right ones
-    std::vector<Xs> m_xs;
-    Row m_row;
+    std::vector<Curve> m_curves;
+    std::vector<Chain> m_waiting;  // the next one to begin last
+    std::vector<Chain> m_chains;
+    std::vector<Track> m_tracks;
+    std::vector<const Track*> m_sides;  // by turns left and right ones
     PixelSet m_pixels;
+    Row m_row;
 };
 
 // The pixels whose squares an outline may reach.
@@ -496,12 +668,7 @@ PixelSet CoverageOf(const std::vector<Edge>& edges, const PixelRect& field) {
     if (box.IsEmpty()) {
         return {};
     }
-    const std::vector<Curve> curves(edges.begin(), edges.end());
-    std::vector<double> meetings = MeetingRows(edges);
-    for (double& y : meetings) {
-        y += 0.5;
-    }
-    return Sweep(curves, std::move(meetings), box).Run();
+    return Sweep(edges, box).Run();
 }
 
 }  // namespace host
