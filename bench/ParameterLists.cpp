@@ -282,10 +282,10 @@ Body ValuesThroughZip(std::vector<Values> all) {
 void AddPersistence(const host::Session& session) {
     Row("save and load 100 rectangles, XML")
         .Ours(FiguresThroughXML(Rectangles(session)))
-        .Limit("pugixml directly", 1.5, ValuesThroughXML(AllValues()));
+        .Limit("pugixml directly", 2.5, ValuesThroughXML(AllValues()));
     Row("save and load 100 rectangles, folders")
         .Ours(FiguresThroughFolders(Rectangles(session)))
-        .Limit("libzip directly", 1.5, ValuesThroughZip(AllValues()));
+        .Limit("libzip directly", 2.0, ValuesThroughZip(AllValues()));
 }
 
 }  // namespace

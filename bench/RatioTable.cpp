@@ -123,7 +123,8 @@ std::array<std::string, 2> Comparison(const Contender& contender, const std::vec
         }
         case Role::peer: {
             const double ratio = MedianRatio(times, ours);
-            return {RatioText(ratio) + " faster", goal("at least", ratio >= contender.goal)};
+            return {ratio < 1.0 ? RatioText(1.0 / ratio) + " slower" : RatioText(ratio) + " faster",
+                    goal("at least", ratio >= contender.goal)};
         }
         default:
             return {};

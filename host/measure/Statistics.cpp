@@ -312,7 +312,7 @@ class Counts {
     std::vector<double> m_counts = std::vector<double>(std::size_t{1} << (8 * sizeof(Value)));
 };
 
-// Of many, all are kept.
+// Of many, those that there are are kept, each once.
 template <class Value>
 class KeptValues {
   public:
@@ -323,6 +323,11 @@ class KeptValues {
                     m_whole.push_back(static_cast<double>(value));
                 }
             }
+            // Rarely enough that the time of it does not grow with the square of how many there are.
+            constexpr std::size_t kMany = std::size_t{1} << 18;
+            if (m_whole.size() > std::max(kMany, m_values.size())) {
+                Join();
+            }
         });
         rows.ForEachPart([this](const PartPixel& part, Value value) {
             m_parts.push_back({static_cast<double>(value), part.weight});
@@ -330,29 +335,45 @@ class KeptValues {
     }
 
     void Put(ValueStatistics& statistics) {
-        std::sort(m_whole.begin(), m_whole.end());
-        std::sort(m_parts.begin(), m_parts.end(),
-                  [](const WeightedValue& a, const WeightedValue& b) { return a.value < b.value; });
-        std::vector<WeightedValue> values;
-        auto part = m_parts.begin();
-        const auto add = [&values](const WeightedValue& next) {
-            if (!values.empty() && values.back().value == next.value) {
-                values.back().weight += next.weight;
-            } else {
-                values.push_back(next);
-            }
-        };
-        for (const double value : m_whole) {
-            for (; part != m_parts.end() && part->value < value; ++part) {
-                add(*part);
-            }
-            add({value, 1.0});
-        }
-        std::for_each(part, m_parts.end(), add);
-        statistics.distribution = Distribution(std::move(values));
+        Join();
+        statistics.distribution = Distribution(std::move(m_values));
     }
 
   private:
+    // Moves what has come to the values.
+    void Join() {
+        const auto isLess = [](const WeightedValue& a, const WeightedValue& b) { return a.value < b.value; };
+        std::sort(m_whole.begin(), m_whole.end());
+        for (auto value = m_whole.begin(); value != m_whole.end();) {
+            const auto end = std::find_if(value, m_whole.end(), [value](double other) { return other != *value; });
+            m_parts.push_back({*value, static_cast<double>(end - value)});
+            value = end;
+        }
+        m_whole.clear();
+        std::sort(m_parts.begin(), m_parts.end(), isLess);
+        std::vector<WeightedValue> all;
+        all.reserve(m_values.size() + m_parts.size());
+        const auto add = [&all](const WeightedValue& next) {
+            if (!all.empty() && all.back().value == next.value) {
+                all.back().weight += next.weight;
+            } else {
+                all.push_back(next);
+            }
+        };
+        auto old = m_values.begin();
+        for (const WeightedValue& next : m_parts) {
+            for (; old != m_values.end() && old->value <= next.value; ++old) {
+                add(*old);
+            }
+            add(next);
+        }
+        std::for_each(old, m_values.end(), add);
+        m_values = std::move(all);
+        m_parts.clear();
+    }
+
+    std::vector<WeightedValue> m_values;  // rising
+    // What came since:
     std::vector<double> m_whole;
     std::vector<WeightedValue> m_parts;
 };

@@ -62,7 +62,7 @@ class Distribution {
 struct Wanted {
     bool shape = false;         ///< skewness and kurtosis
     bool middle = false;        ///< the centre of mass
-    bool distribution = false;  ///< takes memory for as many values as there are, up to 65,536 for 8 and 16 bits
+    bool distribution = false;  ///< takes memory for as many different values as there are
 };
 
 /// Statistics of values in their own depth. Those of nothing, and those not asked for, are not numbers.

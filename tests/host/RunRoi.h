@@ -89,9 +89,10 @@ class RoiCommand : public ::testing::Test {
     const std::filesystem::path& Folder() const { return m_folder; }
 
     /// Runs `roi` with these arguments in the test's folder.
-    RunResult Roi(std::vector<std::string> arguments, const char* outputFile = nullptr) const {
-        arguments.insert(arguments.begin(), BIN_DIR "/roi");
-        return RunProgram(std::move(arguments), m_folder, outputFile);
+    RunResult Roi(const std::vector<std::string>& arguments, const char* outputFile = nullptr) const {
+        std::vector<std::string> words{BIN_DIR "/roi"};
+        words.insert(words.end(), arguments.begin(), arguments.end());
+        return RunProgram(std::move(words), m_folder, outputFile);
     }
     /// Runs `roi` where it has to succeed and gives what it printed.
     std::string Done(std::vector<std::string> arguments) const {
