@@ -31,8 +31,8 @@ is named has several; an image of a list that has several is an error without th
 Lengths and areas are in the unit that the column unit names: that of --pixel-size, or else um where a TIFF or PNG
 says how large its pixels are, or else px. Places (cx, cy, mx, my and the box) are columns and rows of pixels always.
 
-Medians, percentiles and modes are exact. They take memory for the values that occur: up to 65,536 for images of 8 and
-16 bits, all that lie in the figures for others, to which the luma of colour images belongs. Nothing else takes memory
+Medians, percentiles and modes are exact. They take memory for each different value in the figures: up to 65,536 for
+images of 8 and 16 bits, any number for others, to which the luma of colour images belongs. Nothing else takes memory
 that grows with the image, unless its file has to be read as a whole (interlaced PNG, progressive JPEG).
 
 Rows come in the order of the images, whatever the number of jobs. CSV and JSON are written as the images are
