@@ -23,7 +23,8 @@ Histogram HistogramOf(const Distribution& distribution, int bins, bool areWhole)
     Histogram histogram;
     histogram.areas.resize(static_cast<std::size_t>(bins));
     for (int i = 0; i <= bins; ++i) {
-        histogram.edges.push_back(i < bins || areWhole ? low + i * width : values.back().value);
+        histogram.edges.push_back(areWhole ? low + i * width
+                                           : std::lerp(low, values.back().value, static_cast<double>(i) / bins));
     }
     for (const auto& [value, weight] : values) {
         const double bin = width > 0.0 ? std::floor(value / width - low / width) : 0.0;
