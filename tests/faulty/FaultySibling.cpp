@@ -1,4 +1,4 @@
-// A sibling that is wrong in one operation, which the variable ROI_FAULT names:
+// A module or a sibling that is wrong in one operation, which the variable ROI_FAULT names:
 //
 //     MODULE CLASS INTERFACE SLOT WAY
 //
@@ -16,6 +16,7 @@
 #include <utility>
 
 #include "contract/Components.h"
+#include "contract/IROI.h"
 #include "contract/Module.h"
 
 namespace {
@@ -105,15 +106,65 @@ Result StoreFloat(IVariant* self, double value) {
     return Real<Result (*)(IVariant*, double)>()(self, static_cast<float>(value));
 }
 
+void SwapTwo(double* a, double* b) {
+    if (a != nullptr && b != nullptr) {
+        std::swap(*a, *b);
+    }
+}
+Result SwapResults(IROI* self, double* a, double* b) {
+    const Result code = Real<Result (*)(IROI*, double*, double*)>()(self, a, b);
+    SwapTwo(a, b);
+    return code;
+}
+Result SwapNode(IROI* self, int node, double* x, double* y) {
+    const Result code = Real<Result (*)(IROI*, int, double*, double*)>()(self, node, x, y);
+    SwapTwo(x, y);
+    return code;
+}
+Result SwapGiven(IROI* self, double x, double y) { return Real<Result (*)(IROI*, double, double)>()(self, y, x); }
+Result SwapGivenNode(IROI* self, int node, double x, double y) {
+    return Real<Result (*)(IROI*, int, double, double)>()(self, node, y, x);
+}
+Result HitContrary(IROI* self, double x, double y, int* hit) {
+    const bool inside = Real<Result (*)(IROI*, double, double, int*)>()(self, x, y, nullptr) == S_OK;
+    if (hit != nullptr) {
+        *hit = inside ? 0 : 1;
+    }
+    return inside ? E_FAIL : S_OK;
+}
+Result WiderBox(IROI* self, int* left, int* top, unsigned int* width, unsigned int* height) {
+    const Result code =
+        Real<Result (*)(IROI*, int*, int*, unsigned int*, unsigned int*)>()(self, left, top, width, height);
+    ++*width;
+    return code;
+}
+Result CopySelf(IROI* self, IUnknown** copy) {
+    self->AddRef();
+    *copy = self;
+    return S_OK;
+}
+
 void* OperationOf(const std::string& way) {
-    static const std::pair<const char*, void*> kWays[] = {
-        {"pretend", reinterpret_cast<void*>(Pretend)},      {"refuse", reinterpret_cast<void*>(Refuse)},
-        {"crash", reinterpret_cast<void*>(Crash)},          {"hang", reinterpret_cast<void*>(Hang)},
-        {"keepItem", reinterpret_cast<void*>(KeepItem)},    {"keepCreated", reinterpret_cast<void*>(KeepCreated)},
-        {"keepName", reinterpret_cast<void*>(KeepName)},    {"findFirst", reinterpret_cast<void*>(FindFirst)},
-        {"shortLine", reinterpret_cast<void*>(ShortLine)},  {"fillCorner", reinterpret_cast<void*>(FillFromCorner)},
-        {"swapRadii", reinterpret_cast<void*>(SwapRadii)},  {"across", reinterpret_cast<void*>(CreateAcross)},
-        {"storeFloat", reinterpret_cast<void*>(StoreFloat)}};
+    static const std::pair<const char*, void*> kWays[] = {{"pretend", reinterpret_cast<void*>(Pretend)},
+                                                          {"refuse", reinterpret_cast<void*>(Refuse)},
+                                                          {"crash", reinterpret_cast<void*>(Crash)},
+                                                          {"hang", reinterpret_cast<void*>(Hang)},
+                                                          {"keepItem", reinterpret_cast<void*>(KeepItem)},
+                                                          {"keepCreated", reinterpret_cast<void*>(KeepCreated)},
+                                                          {"keepName", reinterpret_cast<void*>(KeepName)},
+                                                          {"findFirst", reinterpret_cast<void*>(FindFirst)},
+                                                          {"shortLine", reinterpret_cast<void*>(ShortLine)},
+                                                          {"fillCorner", reinterpret_cast<void*>(FillFromCorner)},
+                                                          {"swapRadii", reinterpret_cast<void*>(SwapRadii)},
+                                                          {"across", reinterpret_cast<void*>(CreateAcross)},
+                                                          {"storeFloat", reinterpret_cast<void*>(StoreFloat)},
+                                                          {"swapResults", reinterpret_cast<void*>(SwapResults)},
+                                                          {"swapNode", reinterpret_cast<void*>(SwapNode)},
+                                                          {"swapGiven", reinterpret_cast<void*>(SwapGiven)},
+                                                          {"swapGivenNode", reinterpret_cast<void*>(SwapGivenNode)},
+                                                          {"hitContrary", reinterpret_cast<void*>(HitContrary)},
+                                                          {"wider", reinterpret_cast<void*>(WiderBox)},
+                                                          {"copySelf", reinterpret_cast<void*>(CopySelf)}};
     const auto* const found =
         std::find_if(std::begin(kWays), std::end(kWays), [&](const auto& entry) { return entry.first == way; });
     return found != std::end(kWays) ? found->second : nullptr;
@@ -146,9 +197,19 @@ Result CreateBent(void* outer, IID* iid, void** result) {
 
 }  // namespace
 
-extern "C" MODULE_EXPORT Result CreateFunction(tagREFString className, ComponentCreator* out) noexcept {
+template <class Entry>
+Entry EntryOf(const char* symbol) {
     static void* const kReal = dlopen((std::string(BIN_DIR "/") + TheFault().module + ".so").c_str(), RTLD_NOW);
-    const auto create = reinterpret_cast<CreateFunctionEntry>(dlsym(kReal, kCreateFunctionSymbol));
+    return reinterpret_cast<Entry>(dlsym(kReal, symbol));
+}
+
+Result InitializeModule(void* reserved, IComponentCollection* collection) noexcept {
+    const auto initialize = EntryOf<InitializeModuleEntry>(kInitializeModuleSymbol);
+    return initialize != nullptr ? initialize(reserved, collection) : S_OK;
+}
+
+extern "C" MODULE_EXPORT Result CreateFunction(tagREFString className, ComponentCreator* out) noexcept {
+    const auto create = EntryOf<CreateFunctionEntry>(kCreateFunctionSymbol);
     const Result code = create(className, out);
     const std::string bent = TheFault().className;
     if (code == S_OK && className == Text(std::wstring(bent.begin(), bent.end()))) {
