@@ -63,7 +63,9 @@ struct BentOperation {
     const char* says;
 };
 
-void PrintTo(const BentOperation& bent, std::ostream* out) { *out << bent.where << ' ' << bent.way; }
+void PrintTo(const BentOperation& bent, std::ostream* out) {
+    *out << bent.group << ' ' << bent.where << ' ' << bent.way;
+}
 
 const BentOperation kBent[] = {
     {"boxes", "ROIRectangle IROI 3", "swapResults", "GetBoundingSize"},
