@@ -83,6 +83,14 @@ std::optional<int> ChannelParameter(const httplib::Request& request, const Loade
     return channel;
 }
 
+PixelScale ScaleOf(const Api& api, const std::string& asked, const LoadedPage& page) {
+    return !asked.empty() ? PixelScale(asked) : api.scale ? *api.scale : PixelScale(page.Info());
+}
+
+PixelScale ScaleParameter(const httplib::Request& request, const Api& api, const LoadedPage& page) {
+    return ScaleOf(api, request.get_param_value("pixelSize"), page);
+}
+
 double ToleranceParameter(const httplib::Request& request) {
     return std::clamp(NumberParameter(request, "tolerance", kTolerance), 1e-3, 1e3);
 }

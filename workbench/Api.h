@@ -20,6 +20,7 @@ namespace host::workbench {
 struct Api {
     UserPath set;
     bool readOnly = false;
+    std::optional<PixelScale> scale;
     Events& events;
     ImageStore& images;
     ModuleThread& module;
@@ -61,6 +62,10 @@ std::vector<std::string> TextParameters(const httplib::Request& request, const c
 std::shared_ptr<const LoadedPage> PageParameter(const httplib::Request& request, ImageStore& images);
 /// The channel that `channel` names, if it does.
 std::optional<int> ChannelParameter(const httplib::Request& request, const LoadedPage& page);
+/// How large the pixels of a page are: as `asked`, in words, or as the command was told, or as the page says.
+PixelScale ScaleOf(const Api& api, const std::string& asked, const LoadedPage& page);
+/// The same as `pixelSize` asks for.
+PixelScale ScaleParameter(const httplib::Request& request, const Api& api, const LoadedPage& page);
 /// How far chords may be off, by `tolerance`.
 double ToleranceParameter(const httplib::Request& request);
 

@@ -4,13 +4,13 @@
 #include <functional>
 #include <memory>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
 #include "host/figures/Session.h"
 #include "host/measure/Workers.h"
 #include "host/sets/OpenSet.h"
 #include "workbench/FigureText.h"
+#include "workbench/Hits.h"
 #include "workbench/Revisions.h"
 
 namespace host::workbench {
@@ -29,26 +29,21 @@ class Desk {
     /// A figure's place in the set; the end for one that is not there.
     std::size_t PlaceOf(const std::string& name) const;
 
+    /// The places of the figures that changed or came after a revision, rising.
+    std::vector<std::size_t> NewSince(std::int64_t revision) const;
     /// `"revision":..,"figures":[..],"removed":[..]`, and `"order"` where it changed: what is new since a revision,
     /// with nodes.
     std::string ChangesSince(std::int64_t revision, double tolerance) const;
 
-    /// The figures whose outline holds a point or passes within the tolerance, the last of the set first.
-    std::vector<std::string> Hits(ImagePoint at, double tolerance);
+    /// The figures below a point; see Hits.
+    std::vector<std::string> HitsAt(ImagePoint at, double tolerance);
 
   private:
-    struct KnownBox {
-        std::int64_t revision = 0;
-        HitBox box{};
-    };
-
-    const HitBox& BoxOf(const Figure& figure);
-
     Session m_session;
     std::function<void(const Desk&)> m_changed;
     OpenSet m_file;
     Revisions m_revisions;
-    std::unordered_map<std::string, KnownBox> m_boxes;
+    Hits m_hits;
 };
 
 /// The one thread that ever calls the module. Requests wait for it, first come first served.

@@ -32,7 +32,7 @@ Json BodyOf(const httplib::Request& request) {
 }
 
 // What to measure along with an edit; nothing unless it is asked for.
-std::optional<Measurement> MeasurementOf(const Json& body, ImageStore& images) {
+std::optional<Measurement> MeasurementOf(const Json& body, Api& api) {
     const auto asked = body.find("measure");
     if (asked == body.end() || asked->is_null()) {
         return std::nullopt;
@@ -41,7 +41,8 @@ std::optional<Measurement> MeasurementOf(const Json& body, ImageStore& images) {
     measurement.channels = asked->value("channels", false);
     measurement.columns = PickColumns(asked->value("columns", ""), {.channels = measurement.channels});
     measurement.rule = asked->value("exact", false) ? PixelRule::exact : PixelRule::outline;
-    measurement.page = images.Page({asked->value("image", 0), asked->value("page", 1)});
+    measurement.page = api.images.Page({asked->value("image", 0), asked->value("page", 1)});
+    measurement.scale = ScaleOf(api, asked->value("pixelSize", ""), *measurement.page);
     measurement.page->AwaitWhole();
     return measurement;
 }
@@ -114,12 +115,12 @@ void AddEditRoutes(Routes& routes, Api& api) {
     routes.Post("/api/edit", [&api](const auto& request, auto& response) {
         CheckWritable(api, request.path);
         const Json body = BodyOf(request);
-        const auto measurement = MeasurementOf(body, api.images);
+        const auto measurement = MeasurementOf(body, api);
         SendJsonText(response, api.module.Ask([&](Desk& desk) { return Edit(desk, body, measurement); }));
     });
     routes.Post("/api/preview", [&api](const auto& request, auto& response) {
         const Json body = BodyOf(request);
-        const auto measurement = MeasurementOf(body, api.images);
+        const auto measurement = MeasurementOf(body, api);
         SendJsonText(response, api.module.Ask([&](const Desk& desk) { return Preview(desk, body, measurement); }));
     });
     for (const auto& [path, step] : {std::pair("/api/undo", Step::undo), std::pair("/api/redo", Step::redo)}) {

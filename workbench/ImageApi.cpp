@@ -30,6 +30,8 @@ void SendImage(Api& api, const httplib::Request& request, httplib::Response& res
                {"low", nullptr},
                {"high", nullptr},
                {"warnings", info.warnings}};
+    const PixelScale scale = ScaleParameter(request, api, *page);
+    image["pixelSize"] = {{"x", scale.x}, {"y", scale.y}, {"unit", scale.unit}};
     if (const auto range = page->UsualRange()) {
         image["low"] = range->low;
         image["high"] = range->high;

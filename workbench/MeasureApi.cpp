@@ -28,6 +28,7 @@ void SendTable(Api& api, const httplib::Request& request, httplib::Response& res
                                       {.channels = measurement.channels});
     measurement.rule = FlagParameter(request, "exact") ? PixelRule::exact : PixelRule::outline;
     measurement.page = PageParameter(request, api.images);
+    measurement.scale = ScaleParameter(request, api, *measurement.page);
     measurement.page->AwaitWhole();
     const std::vector<std::string> named = TextParameters(request, "name");
     std::int64_t revision = 0;
@@ -60,14 +61,19 @@ void SendMeasured(Api& api, const httplib::Request& request, httplib::Response& 
     SendJson(response, api.module.Ask([&](const Desk& desk) { return measure(desk.Set().At(name), *page, channel); }));
 }
 
+void SendProfile(Api& api, const httplib::Request& request, httplib::Response& response) {
+    SendMeasured(api, request, response, [&](const Figure& figure, const LoadedPage& page, std::optional<int> channel) {
+        return ProfileOf(figure, page, channel, ScaleParameter(request, api, page));
+    });
+}
+
 }  // namespace
 
 void AddMeasureRoutes(Routes& routes, Api& api) {
     routes.Get("/api/measure", [&api](const auto& request, auto& response) { SendTable(api, request, response); });
     routes.Get("/api/histogram",
                [&api](const auto& request, auto& response) { SendMeasured(api, request, response, HistogramOf); });
-    routes.Get("/api/profile",
-               [&api](const auto& request, auto& response) { SendMeasured(api, request, response, ProfileOf); });
+    routes.Get("/api/profile", [&api](const auto& request, auto& response) { SendProfile(api, request, response); });
 }
 
 }  // namespace host::workbench

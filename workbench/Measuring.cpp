@@ -92,6 +92,22 @@ Json ListOf(const std::vector<CurvePoint>& curve, Values value) {
     return list;
 }
 
+// The distances of a curve in the unit of a scale, which may be another along rows than along columns.
+Json LengthsOf(const std::vector<CurvePoint>& curve, const PixelScale& scale) {
+    Json lengths = Json::array();
+    double length = 0.0;
+    for (std::size_t i = 0; i < curve.size(); ++i) {
+        const ImagePoint step = i > 0 ? curve[i].at - curve[i - 1].at : ImagePoint();
+        const double pixels = std::hypot(step.x, step.y);
+        if (pixels > 0.0) {
+            const double factor = std::hypot(step.x * scale.x, step.y * scale.y) / pixels;
+            length += (curve[i].distance - curve[i - 1].distance) * factor;
+        }
+        lengths.push_back(length);
+    }
+    return lengths;
+}
+
 }  // namespace
 
 void AppendRows(const Figure& figure, const Measurement& measurement, Json& rows) {
@@ -105,7 +121,7 @@ void AppendRows(const Figure& figure, const Measurement& measurement, Json& rows
         planes.push_back(MeasuredOf(page, measurement.channels ? std::optional(i) : std::nullopt, box));
         values.push_back(planes.back().channel);
     }
-    const MeasuredPage measured{page.Path(), page.Id().page, PixelScale(page.Info())};
+    const MeasuredPage measured{page.Path(), page.Id().page, measurement.scale};
     for (const auto& cells : MeasureFigures(measured, {figure}, {view}, values, measurement.columns)) {
         Json row = Json::array();
         for (const Cell& cell : cells) {
@@ -140,7 +156,7 @@ Json HistogramOf(const Figure& figure, const LoadedPage& page, std::optional<int
     return {{"edges", edges}, {"counts", counts}};
 }
 
-Json ProfileOf(const Figure& figure, const LoadedPage& page, std::optional<int> channel) {
+Json ProfileOf(const Figure& figure, const LoadedPage& page, std::optional<int> channel, const PixelScale& scale) {
     const auto profile = figure.As<IROIProfile>();
     if (!profile) {
         throw UsageError("not a profile", figure.name, fmt::format("it is of class {}", figure.type->name));
@@ -148,6 +164,8 @@ Json ProfileOf(const Figure& figure, const LoadedPage& page, std::optional<int> 
     const Plane plane = MeasuredOf(page, channel, ReachOf(*profile, page.Info().size));
     const std::vector<CurvePoint> curve = ProfileBand(*profile, figure.name).Sample(plane.channel.values);
     return {{"distance", ListOf(curve, [](const CurvePoint& p) { return p.distance; })},
+            {"length", LengthsOf(curve, scale)},
+            {"unit", scale.unit},
             {"x", ListOf(curve, [](const CurvePoint& p) { return p.at.x; })},
             {"y", ListOf(curve, [](const CurvePoint& p) { return p.at.y; })},
             {"mean", ListOf(curve, [](const CurvePoint& p) { return p.mean; })},

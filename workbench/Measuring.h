@@ -18,6 +18,7 @@ struct Measurement {
     Columns columns;
     PixelRule rule = PixelRule::outline;
     bool channels = false;  ///< a row for every channel of a colour image
+    PixelScale scale;
 };
 
 /// Appends the rows of a figure, as Batch gives them.
@@ -27,9 +28,9 @@ void AppendRows(const Figure& figure, const Measurement& measurement, Json& rows
 /// one; of others in 256 steps. Of one channel, or of what is measured.
 Json HistogramOf(const Figure& figure, const LoadedPage& page, std::optional<int> channel);
 
-/// The curve of a profile as ProfileBand::Sample gives it, a list for each of its values. Throws Error for other
-/// figures.
-Json ProfileOf(const Figure& figure, const LoadedPage& page, std::optional<int> channel);
+/// The curve of a profile as ProfileBand::Sample gives it, a list for each of its values, and the distances in the unit
+/// of the scale. Throws Error for other figures.
+Json ProfileOf(const Figure& figure, const LoadedPage& page, std::optional<int> channel, const PixelScale& scale);
 
 /// The values of a pixel, channel by channel; null outside the page and below what is read of it.
 Json ValueAt(const LoadedPage& page, int x, int y);

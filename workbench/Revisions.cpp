@@ -14,6 +14,17 @@ std::vector<std::string> NamesOf(const std::vector<Figure>& figures) {
     return names;
 }
 
+// Those of which the number lies above another.
+std::vector<std::string> After(const std::unordered_map<std::string, std::int64_t>& when, std::int64_t revision) {
+    std::vector<std::string> names;
+    for (const auto& [name, last] : when) {
+        if (last > revision) {
+            names.push_back(name);
+        }
+    }
+    return names;
+}
+
 }  // namespace
 
 Revisions::Revisions(const std::vector<Figure>& figures) : m_names(NamesOf(figures)) {}
@@ -27,11 +38,16 @@ void Revisions::Count(const std::vector<FigureChange>& changes, const std::vecto
         (isGone ? m_removed : m_changed)[change.name] = m_current;
         (isGone ? m_changed : m_removed).erase(change.name);
     }
+    const auto isSame = [](const std::string& name, const Figure& figure) { return name == figure.name; };
+    const auto isStart = [&] {
+        return m_names.size() <= figures.size() && std::equal(m_names.begin(), m_names.end(), figures.begin(), isSame);
+    };
+    if (m_names.size() == figures.size() && isStart()) {
+        return;
+    }
     std::erase_if(m_names, [this](const std::string& name) { return m_removed.contains(name); });
-    std::vector<std::string> names = NamesOf(figures);
-    const bool isKept = m_names.size() <= names.size() && std::equal(m_names.begin(), m_names.end(), names.begin());
-    m_order = isKept ? m_order : m_current;
-    m_names = std::move(names);
+    m_order = isStart() ? m_order : m_current;
+    m_names = NamesOf(figures);
 }
 
 std::int64_t Revisions::Of(const std::string& name) const {
@@ -43,14 +59,8 @@ std::int64_t Revisions::Of(const std::string& name) const {
     return 1;
 }
 
-std::vector<std::string> Revisions::RemovedSince(std::int64_t revision) const {
-    std::vector<std::string> names;
-    for (const auto& [name, when] : m_removed) {
-        if (when > revision) {
-            names.push_back(name);
-        }
-    }
-    return names;
-}
+std::vector<std::string> Revisions::ChangedSince(std::int64_t revision) const { return After(m_changed, revision); }
+
+std::vector<std::string> Revisions::RemovedSince(std::int64_t revision) const { return After(m_removed, revision); }
 
 }  // namespace host::workbench

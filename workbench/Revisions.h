@@ -21,6 +21,8 @@ class Revisions {
     std::int64_t Current() const noexcept { return m_current; }
     /// When the figure of that name changed, came or went last; the first revision when it never did.
     std::int64_t Of(const std::string& name) const;
+    /// The figures that changed or came after a revision from 1 on and are there.
+    std::vector<std::string> ChangedSince(std::int64_t revision) const;
     /// The figures that went after a revision and are not there.
     std::vector<std::string> RemovedSince(std::int64_t revision) const;
     /// Whether figures changed places after a revision, other than by going and by being appended.

@@ -42,7 +42,7 @@ struct Server::Parts {
     explicit Parts(const ServerOptions& options)
         : images(options.images, [this](const LoadedPage& page) { TellOf(page); }),
           module(options.set, [this](const Desk& desk) { events.Send("change", ChangeJson(desk)); }),
-          api{options.set, options.readOnly, events, images, module} {}
+          api{options.set, options.readOnly, options.scale, events, images, module} {}
 
     void TellOf(const LoadedPage& page);
     void AddRoutes();

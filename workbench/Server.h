@@ -2,10 +2,12 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "host/base/UserPath.h"
+#include "host/measure/PixelScale.h"
 
 namespace host::workbench {
 
@@ -14,6 +16,7 @@ struct ServerOptions {
     std::vector<UserPath> images;
     int port = 0;  ///< any free one for 0
     bool readOnly = false;
+    std::optional<PixelScale> scale = {};  ///< of the pixels of all images; what each says of itself without it
 };
 
 class Server {

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "host/draw/Overlay.h"
 #include "host/sets/formats/Formats.h"
 #include "workbench/Api.h"
 
@@ -10,8 +11,8 @@ namespace host::workbench {
 
 namespace {
 
-Json ColumnsJson() {
-    const std::vector<std::string> shown = NamesOf(PickColumns("", {}));
+Json ColumnsJson(bool withAreas) {
+    const std::vector<std::string> shown = NamesOf(PickColumns("", {.areas = withAreas}));
     Json columns = Json::array();
     for (const Column& column : AllColumns()) {
         const bool isShown = std::find(shown.begin(), shown.end(), column.name) != shown.end();
@@ -32,6 +33,14 @@ Json FormatsJson() {
     return formats;
 }
 
+Json ColoursJson() {
+    Json colours = Json::array();
+    for (const Colour& colour : FigureColours()) {
+        colours.push_back({colour.red, colour.green, colour.blue});
+    }
+    return colours;
+}
+
 Json ImagesJson(const ImageStore& images) {
     Json list = Json::array();
     for (const UserPath& image : images.Images()) {
@@ -42,16 +51,16 @@ Json ImagesJson(const ImageStore& images) {
 
 void SendState(Api& api, httplib::Response& response) {
     Json state = api.module.Ask([](const Desk& desk) {
-        return Json{{"revision", desk.History().Current()},
-                    {"canUndo", desk.File().CanUndo()},
-                    {"canRedo", desk.File().CanRedo()},
-                    {"figures", desk.Set().Figures().size()},
-                    {"classes", ClassesJson(desk.TheSession())}};
+        Json known = ChangeJson(desk);
+        known["figures"] = desk.Set().Figures().size();
+        known["classes"] = ClassesJson(desk.TheSession());
+        return known;
     });
     state["set"] = api.set.Typed();
     state["readOnly"] = api.readOnly;
+    state["colours"] = ColoursJson();
     state["images"] = ImagesJson(api.images);
-    state["columns"] = ColumnsJson();
+    state["columns"] = ColumnsJson(api.scale.has_value());
     state["formats"] = FormatsJson();
     SendJson(response, state);
 }
@@ -173,7 +182,7 @@ void SendFigure(Api& api, const httplib::Request& request, httplib::Response& re
 void SendHits(Api& api, const httplib::Request& request, httplib::Response& response) {
     const ImagePoint at{NumberParameter(request, "x"), NumberParameter(request, "y")};
     const double tolerance = NumberParameter(request, "tolerance", 0.0);
-    SendJson(response, {{"names", api.module.Ask([&](Desk& desk) { return desk.Hits(at, tolerance); })}});
+    SendJson(response, {{"names", api.module.Ask([&](Desk& desk) { return desk.HitsAt(at, tolerance); })}});
 }
 
 void Listen(Api& api, httplib::Response& response) {
@@ -184,8 +193,10 @@ void Listen(Api& api, httplib::Response& response) {
 }  // namespace
 
 Json ChangeJson(const Desk& desk) {
-    return {
-        {"revision", desk.History().Current()}, {"canUndo", desk.File().CanUndo()}, {"canRedo", desk.File().CanRedo()}};
+    const History& past = desk.File().Past();
+    return {{"revision", desk.History().Current()},
+            {"canUndo", past.Done() > 0},
+            {"canRedo", past.Done() < past.Changes().size()}};
 }
 
 void AddSetRoutes(Routes& routes, Api& api) {

@@ -1,7 +1,5 @@
 #include "workbench/SetEdits.h"
 
-#include <algorithm>
-#include <iterator>
 #include <utility>
 
 namespace host::workbench {
@@ -21,8 +19,9 @@ Json TextsOf(const std::vector<Warning>& warnings) {
 
 std::vector<Figure> NewSince(const Desk& desk, std::int64_t revision) {
     std::vector<Figure> figures;
-    std::copy_if(desk.Set().Figures().begin(), desk.Set().Figures().end(), std::back_inserter(figures),
-                 [&](const Figure& figure) { return desk.History().Of(figure.name) > revision; });
+    for (const std::size_t place : desk.NewSince(revision)) {
+        figures.push_back(desk.Set().Figures()[place]);
+    }
     return figures;
 }
 

@@ -68,10 +68,16 @@ export interface ServerState {
     set: string;
     canUndo: boolean;
     canRedo: boolean;
+    colours: [red: number, green: number, blue: number][];
     images: { index: number; name: string }[];
     classes: FigureClass[];
     columns: Column[];
     formats: Format[];
+}
+
+/** The distances of columns and of rows. */
+export interface PixelSize extends XY {
+    unit: string;
 }
 
 export interface ImageData_ {
@@ -84,6 +90,7 @@ export interface ImageData_ {
     bits: number;
     levels: number;
     rows: number;
+    pixelSize: PixelSize;
     low: number | null;
     high: number | null;
     warnings: string[];
@@ -123,6 +130,8 @@ export interface Histogram {
 
 export interface ProfileCurve {
     distance: number[];
+    length: number[];
+    unit: string;
     x: number[];
     y: number[];
     mean: (number | null)[];

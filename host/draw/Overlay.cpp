@@ -37,6 +37,12 @@ constexpr std::array<Colour, 8> kPalette = {{
     {250, 190, 180},
 }};
 
+}  // namespace
+
+std::span<const Colour> FigureColours() noexcept { return kPalette; }
+
+namespace {
+
 // ---------------------------------------------------------------------------------------------------
 // What is drawn of a figure, in the image's coordinates
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <memory>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -48,6 +49,9 @@ class Overlay {
     int m_scale = 1;
     std::unique_ptr<Canvas> m_canvas;
 };
+
+/// The colours that figures have by their places in the set, over and over.
+std::span<const Colour> FigureColours() noexcept;
 
 /// Throws a usage error unless the ending of the path names a format of overlays: PNG, JPEG, TIFF, SVG or PDF.
 void CheckOverlayEnding(const UserPath& path);

@@ -71,6 +71,9 @@ Extent ExtentOf(const Figure& figure) {
             std::visit([&extent](const auto& drawn) { extent.Add(drawn); }, part);
         }
     }
+    for (const ImagePoint& at : outline.axis) {
+        extent.Add(at);
+    }
     for (const HitBox& box : figure.type->hitBoxes(*figure.roi)) {
         extent.Add(box.left, box.top, box.right, box.bottom);
     }
@@ -107,9 +110,10 @@ FigureIndex::FigureIndex(FigureIndex&& other) noexcept = default;
 FigureIndex& FigureIndex::operator=(FigureIndex&& other) noexcept = default;
 FigureIndex::~FigureIndex() = default;
 
-std::vector<std::size_t> FigureIndex::At(ImagePoint point) const {
+std::vector<std::size_t> FigureIndex::At(ImagePoint point, double reach) const {
     std::vector<std::size_t> found = m_boxes->boundless;
-    const auto query = m_boxes->tree.qbegin(bg::index::intersects(Corner(point.x, point.y)));
+    const Box around{{point.x - reach, point.y - reach}, {point.x + reach, point.y + reach}};
+    const auto query = m_boxes->tree.qbegin(bg::index::intersects(around));
     std::transform(query, m_boxes->tree.qend(), std::back_inserter(found),
                    [](const Entry& entry) { return entry.second; });
     std::sort(found.begin(), found.end());

@@ -11,8 +11,8 @@
 
 namespace host {
 
-/// An index over the boxes of figures as they are when it is made: a box holds all that a figure's outline encloses and
-/// all that the module's hit test and mask accept. The figures need not stay.
+/// An index over the boxes of figures as they are when it is made: a box holds all that a figure's outline encloses, the
+/// line of a profile, and all that the module's hit test and mask accept. The figures need not stay.
 class FigureIndex {
   public:
     explicit FigureIndex(std::span<const Figure> figures);
@@ -20,9 +20,10 @@ class FigureIndex {
     FigureIndex& operator=(FigureIndex&& other) noexcept;
     ~FigureIndex();
 
-    /// The figures, by their places from 0 in ascending order, in whose boxes a point lies. Nothing else can hold it;
-    /// figures whose boxes are not numbers are always among them.
-    std::vector<std::size_t> At(ImagePoint point) const;
+    /// The figures, by their places from 0 in ascending order, in whose boxes a point lies or from which it is no
+    /// farther than `reach` pixels along either axis. Nothing else can hold it or pass as near; figures whose boxes are
+    /// not numbers are always among them.
+    std::vector<std::size_t> At(ImagePoint point, double reach = 0.0) const;
 
   private:
     struct Boxes;

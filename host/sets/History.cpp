@@ -11,6 +11,8 @@
 #include <unordered_set>
 #include <utility>
 
+#include "host/sets/ArchiveDifference.h"
+
 namespace host {
 
 namespace {
@@ -60,22 +62,29 @@ json LogOf(const FolderArchive& parts) {
 FolderArchive::Block Difference(const FolderArchive& here, const FolderArchive& there) {
     FolderArchive difference;
     std::string absent;
-    for (const auto& [path, block] : there.Blocks()) {
-        const FolderArchive::Block* const own = here.Find(path);
-        if (path != kHistoryBlock && (own == nullptr || *own != block)) {
-            difference.Put(kBlocks + path, block);
+    ForEachDifference(here, there, [&](const std::string& path, const FolderArchive::Block* block) {
+        if (path == kHistoryBlock) {
+            return;
         }
-    }
-    for (const auto& [path, block] : here.Blocks()) {
-        if (path != kHistoryBlock && there.Find(path) == nullptr) {
+        if (block != nullptr) {
+            difference.Put(kBlocks + path, *block);
+        } else {
             absent.append(path).push_back('\0');
         }
-    }
+    });
     if (absent.empty() && difference.Blocks().empty()) {
         return {};
     }
     difference.Put(kAbsent, BlockOf(absent));
     return BlockOf(difference.ToBytes());
+}
+
+std::shared_ptr<const FolderArchive::Block> Shared(FolderArchive::Block block) {
+    return std::make_shared<const FolderArchive::Block>(std::move(block));
+}
+
+bool AreSame(const History::Change& one, const History::Change& other) {
+    return one.what == other.what && one.when == other.when && *one.otherSide == *other.otherSide;
 }
 
 FolderArchive Applied(const FolderArchive::Block& difference, const FolderArchive& set) {
@@ -114,7 +123,8 @@ History::History(const FolderArchive& set) {
     const FolderArchive parts = FolderArchive::FromBytes(BytesOf(*block));
     const json log = LogOf(parts);
     for (const json& entry : log.at("changes")) {
-        m_changes.push_back({entry.at("what"), entry.at("when"), Part(parts, std::to_string(m_changes.size()))});
+        m_changes.push_back(
+            {entry.at("what"), entry.at("when"), Shared(Part(parts, std::to_string(m_changes.size())))});
     }
     m_done = log.at("done");
     if (m_done > m_changes.size()) {
@@ -129,51 +139,66 @@ bool History::Record(const std::string& what, const FolderArchive& before, const
     }
     m_changes.resize(m_done);
     m_changes.push_back({Shortened(what), fmt::format("{:%Y-%m-%dT%H:%M:%SZ}", fmt::gmtime(std::time(nullptr))),
-                         std::move(difference)});
-    Forget();
-    return m_done > 0;
+                         Shared(std::move(difference))});
+    m_done = m_changes.size();
+    return m_changes.back().otherSide->size() <= kMostBytes;
 }
 
 FolderArchive History::Undo(const FolderArchive& set) {
     Change& change = m_changes[m_done - 1];
-    FolderArchive before = Applied(change.otherSide, set);
-    change.otherSide = Difference(before, set);
+    FolderArchive before = Applied(*change.otherSide, set);
+    change.otherSide = Shared(Difference(before, set));
     --m_done;
     return before;
 }
 
 FolderArchive History::Redo(const FolderArchive& set) {
     Change& change = m_changes[m_done];
-    FolderArchive after = Applied(change.otherSide, set);
-    change.otherSide = Difference(after, set);
+    FolderArchive after = Applied(*change.otherSide, set);
+    change.otherSide = Shared(Difference(after, set));
     ++m_done;
     return after;
 }
 
 void History::SaveIn(FolderArchive& set) const {
+    // Grown from the present on both sides, in turn.
+    std::size_t first = m_done;
+    std::size_t last = m_done;
+    std::size_t bytes = 0;
+    const auto takes = [&](std::size_t at) {
+        const std::size_t with = bytes + (at < m_changes.size() ? m_changes[at].otherSide->size() : kMostBytes + 1);
+        const bool fits = last - first < kMostChanges && with <= kMostBytes;
+        bytes = fits ? with : bytes;
+        return fits;
+    };
+    for (bool back = true, forth = true; back || forth;) {
+        back = back && takes(first - 1);
+        first -= back ? 1 : 0;
+        forth = forth && takes(last);
+        last += forth ? 1 : 0;
+    }
     FolderArchive parts;
     json changes = json::array();
-    for (const Change& change : m_changes) {
-        parts.Put(std::to_string(changes.size()), change.otherSide);
-        changes.push_back({{"what", change.what}, {"when", change.when}});
+    for (std::size_t i = first; i < last; ++i) {
+        parts.Put(std::to_string(i - first), *m_changes[i].otherSide);
+        changes.push_back({{"what", m_changes[i].what}, {"when", m_changes[i].when}});
     }
-    parts.Put(kLog, BlockOf(json{{"done", m_done}, {"changes", changes}}.dump(1, ' ', false,
-                                                                              json::error_handler_t::replace)));
+    const json log{{"done", m_done - first}, {"changes", changes}};
+    parts.Put(kLog, BlockOf(log.dump(1, ' ', false, json::error_handler_t::replace)));
     set.Put(kHistoryBlock, BlockOf(parts.ToBytes()));
 }
 
-void History::Forget() {
-    std::size_t bytes = 0;
-    std::size_t kept = 0;
-    while (kept < m_changes.size() && kept < kMostChanges) {
-        bytes += m_changes[m_changes.size() - 1 - kept].otherSide.size();
-        if (bytes > kMostBytes) {
-            break;
+void History::Remember(const History& earlier) {
+    const auto& known = earlier.m_changes;
+    for (std::size_t at = 0; at < earlier.m_done && m_done > 0; ++at) {
+        const std::size_t common = std::min(earlier.m_done - at, m_done);
+        const auto from = known.begin() + static_cast<std::ptrdiff_t>(at);
+        if (std::equal(from, from + static_cast<std::ptrdiff_t>(common), m_changes.begin(), AreSame)) {
+            m_changes.insert(m_changes.begin(), known.begin(), from);
+            m_done += at;
+            return;
         }
-        ++kept;
     }
-    m_changes.erase(m_changes.begin(), m_changes.end() - static_cast<std::ptrdiff_t>(kept));
-    m_done = m_changes.size();
 }
 
 }  // namespace host

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -14,7 +15,7 @@ inline constexpr const char* kHistoryBlock = "history.zip";
 
 class History {
   public:
-    /// As many changes are kept, and as many bytes of them; the oldest go first.
+    /// A set's archive keeps as many changes, and as many bytes of them: those nearest to the present.
     static constexpr std::size_t kMostChanges = 50;
     static constexpr std::size_t kMostBytes = std::size_t{16} << 20;
 
@@ -23,7 +24,7 @@ class History {
         std::string when;  ///< date and time, in UTC
         /// An archive of the blocks that differ on the other side of the change, and of the names of those that are
         /// not there.
-        FolderArchive::Block otherSide;
+        std::shared_ptr<const FolderArchive::Block> otherSide;
     };
 
     History() = default;
@@ -36,19 +37,20 @@ class History {
     std::size_t Done() const noexcept { return m_done; }
 
     /// Appends a change of the set's blocks, unless they are the same; what was taken back is forgotten. False when
-    /// the change is larger than all that is kept: then the history is empty.
+    /// the change is larger than all that an archive keeps.
     bool Record(const std::string& what, const FolderArchive& before, const FolderArchive& after);
     /// Takes the last change back, or does the next one again, and gives the blocks of the set as they are then. The
     /// change must exist. Throws std::exception when it is damaged.
     FolderArchive Undo(const FolderArchive& set);
     FolderArchive Redo(const FolderArchive& set);
 
-    /// Puts the history into a set's archive.
+    /// Puts the history into a set's archive, as much as that keeps.
     void SaveIn(FolderArchive& set) const;
 
-  private:
-    void Forget();
+    /// Puts in front what an earlier state of the same history still knew; nothing where they have no change in common.
+    void Remember(const History& earlier);
 
+  private:
     std::vector<Change> m_changes;
     std::size_t m_done = 0;
 };

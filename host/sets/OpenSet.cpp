@@ -15,7 +15,6 @@ OpenSet::OpenSet(const Session& session, UserPath path, Observer observer)
     : m_session(session), m_path(std::move(path)), m_observer(std::move(observer)), m_stamp(StampOfFile()) {
     CheckSetEnding(m_path);
     m_stored = LoadStored(m_session, m_path, true);
-    CountHistory();
 }
 
 // All 0 where there is no file.
@@ -27,29 +26,16 @@ OpenSet::Stamp OpenSet::StampOfFile() const {
     return {status.st_ino, status.st_size, status.st_mtim.tv_sec, status.st_mtim.tv_nsec};
 }
 
-// A damaged history is none; the next edit begins it anew.
-void OpenSet::CountHistory() {
-    m_changes = 0;
-    m_done = 0;
-    try {
-        const History history(m_stored.archive);
-        m_changes = history.Changes().size();
-        m_done = history.Done();
-    } catch (const std::exception&) {
-        return;
-    }
-}
-
 void OpenSet::Refresh() {
     const Stamp stamp = StampOfFile();
     if (stamp == m_stamp) {
         return;
     }
     StoredSet read = LoadStored(m_session, m_path, false);
+    read.history.Remember(m_stored.history);
     const std::vector<FigureChange> changes = Changes(m_stored, read);
     m_stored = std::move(read);
     m_stamp = stamp;
-    CountHistory();
     m_observer(changes);
 }
 
@@ -74,7 +60,6 @@ EditResult OpenSet::Edit(const EditOptions& options, const std::function<Names(R
         figure = ReadBack(m_session, figure);
     }
     m_stamp = StampOfFile();
-    CountHistory();
     m_observer(result.changes);
     return result;
 }
@@ -84,7 +69,6 @@ EditResult OpenSet::Step(const EditOptions& options, host::Step step) {
     Refresh();
     EditResult result = StepStored(m_session, m_path, options, step, m_stored);
     m_stamp = StampOfFile();
-    CountHistory();
     m_observer(result.changes);
     return result;
 }

@@ -22,8 +22,9 @@ class OpenSet {
     OpenSet(const Session& session, UserPath path, Observer observer);
 
     const RoiSet& Set() const noexcept { return m_stored.set; }
-    bool CanUndo() const noexcept { return m_done > 0; }
-    bool CanRedo() const noexcept { return m_done < m_changes; }
+    /// What can be taken back and done again: what the file keeps of it, and all changes since this was made unless
+    /// others cut them off.
+    const History& Past() const noexcept { return m_stored.history; }
 
     /// Takes over what others did to the file. Throws Error, with the set as it was, for a file that cannot be read or
     /// is gone.
@@ -39,15 +40,12 @@ class OpenSet {
     using Stamp = std::tuple<std::uint64_t, std::int64_t, std::int64_t, std::int64_t>;
 
     Stamp StampOfFile() const;
-    void CountHistory();
 
     const Session& m_session;
     UserPath m_path;
     Observer m_observer;
     StoredSet m_stored;
     Stamp m_stamp;
-    std::size_t m_changes = 0;
-    std::size_t m_done = 0;
 };
 
 }  // namespace host

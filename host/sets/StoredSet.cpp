@@ -6,11 +6,14 @@
 
 #include "host/base/Error.h"
 #include "host/base/SafeFile.h"
+#include "host/sets/ArchiveDifference.h"
 #include "host/sets/SetFile.h"
 
 namespace host {
 
 namespace {
+
+bool KeepsHistory(const UserPath& path) { return path.Extension() == ".roi"; }
 
 // The name of the figure that a block belongs to; empty for any other.
 std::string FigureOf(const std::string& path) {
@@ -26,30 +29,48 @@ std::set<std::string> NamesOf(const std::vector<Figure>& figures) {
     return names;
 }
 
-// Figures of both sets of which a block differs.
+// The figures that have other blocks in one set than in the other.
 std::set<std::string> Touched(const FolderArchive& before, const FolderArchive& after) {
     std::set<std::string> touched;
-    const auto compare = [&touched](const FolderArchive& one, const FolderArchive& other) {
-        for (const auto& [path, block] : one.Blocks()) {
-            const FolderArchive::Block* const there = other.Find(path);
-            if (there == nullptr || *there != block) {
-                touched.insert(FigureOf(path));
-            }
-        }
-    };
-    compare(before, after);
-    compare(after, before);
+    ForEachDifference(before, after, [&touched](const std::string& path, const FolderArchive::Block*) {
+        touched.insert(FigureOf(path));
+    });
     return touched;
 }
 
-// The history in a set's file; a damaged one begins anew.
-History HistoryToGoOn(const FolderArchive& archive, const UserPath& path, std::vector<Warning>& warnings) {
+// A damaged history is none.
+void TakeHistory(StoredSet& stored) {
     try {
-        return History(archive);
-    } catch (const std::exception&) {
-        warnings.push_back({path.Typed(), "its history is damaged and begins anew"});
-        return {};
+        stored.history = History(stored.archive);
+    } catch (const std::exception& failure) {
+        stored.damage = failure.what();
     }
+}
+
+// Writes the set of an archive with its history, or without it where both together are too large.
+void WriteArchive(const UserPath& path, FolderArchive& archive, const History& history,
+                  std::vector<Warning>& warnings) {
+    std::string bytes;
+    try {
+        history.SaveIn(archive);
+        bytes = archive.ToBytes();
+    } catch (const std::exception&) {
+        archive.Remove(kHistoryBlock);
+        bytes = Named("cannot write set", path, [&] { return archive.ToBytes(); });
+        warnings.push_back({path.Typed(), "the set leaves no room for its history"});
+    }
+    WriteWholeFile("set", path, bytes);
+    RemoveLeftovers(path);
+}
+
+// Writes a set and makes it that which is stored.
+void Store(const UserPath& path, StoredSet after, StoredSet& stored, std::vector<Warning>& warnings) {
+    if (KeepsHistory(path)) {
+        WriteArchive(path, after.archive, after.history, warnings);
+    } else {
+        after.set.Save(path);
+    }
+    stored = std::move(after);
 }
 
 StoredSet Stored(RoiSet set, std::shared_ptr<FolderArchive> archive) {
@@ -58,19 +79,6 @@ StoredSet Stored(RoiSet set, std::shared_ptr<FolderArchive> archive) {
     stored.set = std::move(set);
     stored.archive = std::move(*archive);
     return stored;
-}
-
-// Writes a set with its history, or without it where both together are too large.
-void Write(const UserPath& path, FolderArchive& archive, const History& history, std::vector<Warning>& warnings) {
-    std::string bytes = Named("cannot write set", path, [&] { return archive.ToBytes(); });
-    try {
-        history.SaveIn(archive);
-        bytes = archive.ToBytes();
-    } catch (const std::exception&) {
-        warnings.push_back({path.Typed(), "the set leaves no room for its history"});
-    }
-    WriteWholeFile("set", path, bytes);
-    RemoveLeftovers(path);
 }
 
 }  // namespace
@@ -96,14 +104,14 @@ std::vector<FigureChange> Changes(const StoredSet& before, const StoredSet& afte
 }
 
 void CheckKeepsHistory(const UserPath& path) {
-    if (path.Extension() != ".roi") {
+    if (!KeepsHistory(path)) {
         throw UsageError("no history", path.Typed(), "only a .roi file keeps one");
     }
 }
 
 StoredSet LoadStored(const Session& session, const UserPath& path, bool create) {
     std::error_code failure;
-    if (path.Extension() != ".roi") {
+    if (!KeepsHistory(path)) {
         RoiSet set = create ? RoiSet::LoadOrCreate(session, path) : RoiSet::Load(session, path);
         auto archive = PackFigures(set.Figures());
         return Stored(std::move(set), std::move(archive));
@@ -112,7 +120,9 @@ StoredSet LoadStored(const Session& session, const UserPath& path, bool create) 
         return {};
     }
     const auto archive = RoiSet::LoadArchive(path);
-    return Stored(RoiSet::Load(session, path, archive), archive);
+    StoredSet stored = Stored(RoiSet::Load(session, path, archive), archive);
+    TakeHistory(stored);
+    return stored;
 }
 
 EditResult Commit(const UserPath& path, const EditOptions& options, StoredSet& stored,
@@ -124,23 +134,23 @@ EditResult Commit(const UserPath& path, const EditOptions& options, StoredSet& s
     if (options.dryRun) {
         return result;
     }
-    if (path.Extension() != ".roi") {
-        stored.set.Save(path);
-    } else {
-        History history = HistoryToGoOn(stored.archive, path, result.warnings);
-        if (!history.Record(options.what, stored.archive, after.archive)) {
-            result.warnings.push_back({path.Typed(), "the change is too large to be kept in the history"});
-        }
-        Write(path, after.archive, history, result.warnings);
+    if (!stored.damage.empty()) {
+        result.warnings.push_back({path.Typed(), "its history is damaged and begins anew"});
     }
-    stored = std::move(after);
+    after.history = stored.history;
+    if (!after.history.Record(options.what, stored.archive, after.archive) && KeepsHistory(path)) {
+        result.warnings.push_back({path.Typed(), "the change is too large to be kept in the history"});
+    }
+    Store(path, std::move(after), stored, result.warnings);
     return result;
 }
 
 EditResult StepStored(const Session& session, const UserPath& path, const EditOptions& options, Step step,
                       StoredSet& stored) {
-    CheckKeepsHistory(path);
-    History history = Named("cannot use history", path, [&] { return History(stored.archive); });
+    if (!stored.damage.empty()) {
+        throw Error("cannot use history", path.Typed(), stored.damage);
+    }
+    History history = stored.history;
     const bool undoing = step == Step::undo;
     if (undoing ? history.Done() == 0 : history.Done() == history.Changes().size()) {
         throw Error(undoing ? "nothing to undo" : "nothing to redo", path.Typed(), "its history has no such change");
@@ -150,10 +160,10 @@ EditResult StepStored(const Session& session, const UserPath& path, const EditOp
     });
     // Nothing is written that could not be read back, whatever the history holds.
     StoredSet after = Stored(RoiSet::Load(session, path, archive), archive);
+    after.history = std::move(history);
     EditResult result{{}, Changes(stored, after)};
     if (!options.dryRun) {
-        Write(path, after.archive, history, result.warnings);
-        stored = std::move(after);
+        Store(path, std::move(after), stored, result.warnings);
     }
     return result;
 }

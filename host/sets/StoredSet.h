@@ -15,6 +15,8 @@ struct StoredSet {
     RoiSet set;
     std::set<std::string> names;
     FolderArchive archive;
+    History history;     ///< at least what the archive has of it
+    std::string damage;  ///< what is wrong with the history in the archive, which then is none; empty for a sound one
 
     /// An empty set.
     StoredSet();
@@ -25,14 +27,14 @@ StoredSet LoadStored(const Session& session, const UserPath& path, bool create);
 
 std::vector<FigureChange> Changes(const StoredSet& before, const StoredSet& after);
 
-/// Writes what an edit made of `stored.set` and brings the rest of `stored` up to it; with options.dryRun nothing
-/// changes. `isKept` tells of figures that the edit did not touch: they stay as they were stored, even where looking at
+/// Writes what an edit made of `stored.set`, a `.roi` file with the history, and brings the rest of `stored` up to it;
+/// with options.dryRun nothing changes. `isKept` tells of figures that the edit did not touch: they stay as they were stored, even where looking at
 /// them changed them. Throws Error, with the file and the rest as they were.
 EditResult Commit(const UserPath& path, const EditOptions& options, StoredSet& stored,
                   const std::function<bool(const std::string&)>& isKept);
 
-/// Takes the last change back or does it again, in the file and in `stored`, or with options.dryRun in neither. Throws
-/// Error, with both as they were.
+/// Takes the last change of `stored.history` back or does it again, in the file and in `stored`, or with options.dryRun
+/// in neither. Throws Error, with both as they were.
 EditResult StepStored(const Session& session, const UserPath& path, const EditOptions& options, Step step,
                       StoredSet& stored);
 

@@ -1,36 +1,27 @@
-// The colours of the classes: those that `roi draw` has, one for each class.
+// The colours of figures: those of `roi draw`, which go by the places in the set.
 
-/** @type {Record<string, [red: number, green: number, blue: number]>} */
-const kColors = {
-    ROIEllipse: [255, 205, 60],
-    ROIDonut: [70, 200, 255],
-    ROIArcDonut: [255, 110, 150],
-    ROIRectangle: [120, 230, 110],
-    ROIParallelogram: [255, 140, 70],
-    ROIProfile: [200, 140, 255],
-    ROIShape: [60, 225, 210],
-    ROIMask: [250, 190, 180],
-};
+import { state } from "./state.js";
 
-/** @param {string} type */
-function colorOf(type) {
-    return kColors[type] ?? [230, 230, 230];
+/** @param {number} place of a figure in the set */
+function colorAt(place) {
+    const { colours } = state.server;
+    return colours[place % colours.length] ?? [230, 230, 230];
 }
 
 /**
- * @param {string} type name of a class
+ * @param {number} place of a figure in the set
  * @param {number} [alpha]
  */
-export function cssColor(type, alpha = 1) {
-    return `rgb(${colorOf(type).join(" ")} / ${alpha})`;
+export function cssColor(place, alpha = 1) {
+    return `rgb(${colorAt(place).join(" ")} / ${alpha})`;
 }
 
 /**
  * The same as a pixel of a picture: alpha, blue, green, red.
- * @param {string} type
+ * @param {number} place
  */
-export function pixelColor(type) {
-    const [red, green, blue] = colorOf(type);
+export function pixelColor(place) {
+    const [red, green, blue] = colorAt(place);
     return ((255 << 24) | (blue << 16) | (green << 8) | red) >>> 0;
 }
 

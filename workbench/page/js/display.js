@@ -2,7 +2,7 @@
 
 import { get, Latest } from "./api.js";
 import { byId, make, show, tell, tellError } from "./dom.js";
-import { changed, imageQuery, on, state } from "./state.js";
+import { changed, imageQuery, on, setPixelSize, state, unitQuery } from "./state.js";
 import { fitImage } from "./viewport.js";
 
 /** Percentages of the values that are left out at either end. */
@@ -12,7 +12,7 @@ const kPercentiles = [0, 0.1, 0.5, 1, 2, 5];
 async function loadInfo() {
     const broken = byId("broken", HTMLElement);
     try {
-        state.info = await get("image", { image: state.image, page: state.page });
+        state.info = await get("image", { ...imageQuery(), ...unitQuery() });
         broken.hidden = true;
     } catch (error) {
         state.info = null;
@@ -161,6 +161,36 @@ function contrastControls(info) {
     return [line("Contrast", choice, reset), line("Range", rangeField("low", range), rangeField("high", range))];
 }
 
+/**
+ * The size of a pixel as people write it.
+ * @param {import("../../types").PixelSize} size
+ */
+function pixelSizeText({ x, y, unit }) {
+    const lengths = x === y ? show(x, 6) : `${show(x, 6)}x${show(y, 6)}`;
+    return unit === "px" ? unit : lengths + unit;
+}
+
+/** @param {import("../../types").PixelSize} size */
+function pixelSizeControl(size) {
+    const title = "0.65um, 0.65x0.70um where rows differ from columns, or px; empty for what the image says";
+    const field = make("input", { type: "text", value: pixelSizeText(size), title, "aria-label": "Pixel size" });
+    field.addEventListener("change", async () => {
+        const problem = field.closest(".property")?.querySelector(".problem");
+        const pixelSize = field.value.trim();
+        try {
+            state.info = await get("image", { ...imageQuery(), pixelSize: pixelSize || undefined });
+            setPixelSize(pixelSize);
+            showControls();
+        } catch (error) {
+            problem?.replaceChildren(error instanceof Error ? error.message : String(error));
+            field.setAttribute("aria-invalid", "true");
+        }
+    });
+    const row = line("Pixel size", field);
+    row.append(make("span", { class: "problem", role: "alert" }));
+    return row;
+}
+
 function showControls() {
     byId("image", HTMLSelectElement).value = String(state.image);
     const { info } = state;
@@ -170,7 +200,7 @@ function showControls() {
     byId("display", HTMLElement).replaceChildren(
         ...(info && info.pages > 1 ? [pageControl(info.pages)] : []),
         ...(info && info.channels.length > 1 ? [channelControl(info.channels)] : []),
-        ...(info ? contrastControls(info) : [make("p", { class: "empty" }, "This image cannot be shown.")]),
+        ...(info ? [...contrastControls(info), pixelSizeControl(info.pixelSize)] : [make("p", { class: "empty" }, "This image cannot be shown.")]),
     );
 }
 

@@ -10,7 +10,7 @@ import { changed, state } from "./state.js";
 
 /** What is measured while figures are dragged: as in the table of measurements. */
 function measure() {
-    return { image: state.image, page: state.page, columns: state.columns.join(","), exact: state.exact };
+    return { image: state.image, page: state.page, columns: state.columns.join(","), exact: state.exact, pixelSize: state.pixelSize };
 }
 
 export class Draft {

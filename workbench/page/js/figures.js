@@ -9,20 +9,21 @@
  */
 
 /**
- * A figure with its polylines, which are the rings `first` to `last` of a geometry, and the box around them.
- * @typedef {{name: string, class: string, geometry: Geometry, first: number, last: number,
+ * A figure with its place in the set and its polylines, which are the rings `first` to `last` of a geometry, and the box around them.
+ * @typedef {{name: string, class: string, index: number, geometry: Geometry, first: number, last: number,
  *            left: number, top: number, right: number, bottom: number}} Figure
  */
 
 /**
  * @param {string} name
  * @param {string} type
+ * @param {number} index
  * @param {Geometry} geometry
  * @param {number} first
  * @param {number} last
  * @returns {Figure}
  */
-function figureOf(name, type, geometry, first, last) {
+function figureOf(name, type, index, geometry, first, last) {
     const { points, firstPoint } = geometry;
     let left = Infinity;
     let top = Infinity;
@@ -36,7 +37,7 @@ function figureOf(name, type, geometry, first, last) {
         if (y < top) top = y;
         if (y > bottom) bottom = y;
     }
-    return { name, class: type, geometry, first, last, left, top, right, bottom };
+    return { name, class: type, index, geometry, first, last, left, top, right, bottom };
 }
 
 /**
@@ -52,6 +53,7 @@ export function fromJson(data) {
     return figureOf(
         data.name,
         data.class,
+        data.index,
         { points: Float32Array.from(rings.flat(2)), firstPoint, open },
         0,
         rings.length,
@@ -100,7 +102,9 @@ export function fromBytes(bytes, classes) {
     /** @type {string[]} */
     const names = JSON.parse(new TextDecoder().decode(take(Uint8Array, nameBytes, 1)));
     const geometry = { points, firstPoint, open };
-    const figures = names.map((name, i) => figureOf(name, classes[types[i]], geometry, firstRing[i], firstRing[i + 1]));
+    const figures = names.map((name, i) =>
+        figureOf(name, classes[types[i]], i, geometry, firstRing[i], firstRing[i + 1]),
+    );
     return { revision, figures };
 }
 
@@ -117,12 +121,20 @@ export class Figures {
     replaceAll(figures) {
         this.list = figures;
         this.#byName = new Map(figures.map((figure) => [figure.name, figure]));
-        this.#fillBoxes();
+        this.#number();
     }
 
-    #fillBoxes() {
-        this.#boxes = new Float32Array(this.list.length * 4);
-        this.list.forEach(({ left, top, right, bottom }, i) => this.#boxes.set([left, top, right, bottom], i * 4));
+    /** Notes the places and the boxes of all. */
+    #number() {
+        const boxes = new Float32Array(this.list.length * 4);
+        this.list.forEach((figure, i) => {
+            figure.index = i;
+            boxes[i * 4] = figure.left;
+            boxes[i * 4 + 1] = figure.top;
+            boxes[i * 4 + 2] = figure.right;
+            boxes[i * 4 + 3] = figure.bottom;
+        });
+        this.#boxes = boxes;
     }
 
     /**
@@ -162,7 +174,7 @@ export class Figures {
             const place = new Map(changes.order.map((name, i) => [name, i]));
             this.list.sort((a, b) => (place.get(a.name) ?? 0) - (place.get(b.name) ?? 0));
         }
-        this.#fillBoxes();
+        this.#number();
     }
 
     /** @param {Figure} figure */

@@ -4,7 +4,7 @@ import { byId, make, tellError } from "./dom.js";
 import { nudge, place } from "./gestures.js";
 import { chooseMask, endPoints, giveUp, isPointing, takeBackPoint } from "./pointer.js";
 import { stepHistory, tryEdit } from "./session.js";
-import { changed, primary, select, setHidden, state, useTool } from "./state.js";
+import { changed, primary, select, selectedInOrder, setHidden, state, useTool } from "./state.js";
 import { kTools } from "./tools.js";
 import { fitImage, map, middle, showBox } from "./viewport.js";
 
@@ -75,7 +75,7 @@ export function hideSelected() {
 export function orderSelected(front) {
     if (state.selected.length > 0) {
         const to = front ? state.figures.list.length - state.selected.length : 0;
-        void tryEdit([{ op: "order", names: state.selected, to }]);
+        void tryEdit([{ op: "order", names: selectedInOrder(), to }]);
     }
 }
 

@@ -57,7 +57,7 @@ function areFew(figures, view) {
 function paintSmooth(figures, context, view) {
     const pen = smoothPen(context, kRim);
     for (const figure of figures) {
-        pen.use(cssColor(figure.class), 1.5);
+        pen.use(cssColor(figure.index), 1.5);
         trace(figure, view, pen);
     }
 }
@@ -79,7 +79,7 @@ function paintFast(context, view, ratio) {
     for (const part of fast.begin(device, isFresh)) {
         fast.stayIn(part);
         for (const figure of visible(device, part)) {
-            fast.use(pixelColor(figure.class));
+            fast.use(pixelColor(figure.index));
             trace(figure, device, fast);
         }
     }
@@ -100,7 +100,7 @@ function paintNames(figures, context, view) {
         const x = view.left + ((figure.left + figure.right) / 2) * view.scale;
         const y = view.top + figure.bottom * view.scale + 15;
         context.strokeText(figure.name, x, y);
-        context.fillStyle = cssColor(figure.class);
+        context.fillStyle = cssColor(figure.index);
         context.fillText(figure.name, x, y);
     }
 }

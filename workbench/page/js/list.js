@@ -3,9 +3,20 @@
 import { byId, icon, iconButton, make } from "./dom.js";
 import { cssColor } from "./colors.js";
 import { deleteSelected, duplicateSelected, hideSelected, orderSelected, showSelected } from "./keyboard.js";
+import { makeSortable } from "./reorder.js";
 import { Rows } from "./rows.js";
 import { tryEdit } from "./session.js";
-import { changed, classLabel, on, primary, select, setHidden, state, toggleSelected } from "./state.js";
+import {
+    changed,
+    classLabel,
+    on,
+    primary,
+    select,
+    selectedInOrder,
+    setHidden,
+    state,
+    toggleSelected,
+} from "./state.js";
 import { kTools } from "./tools.js";
 
 /**
@@ -25,14 +36,14 @@ const rows = new Rows(list, { role: "option", render, pick });
  */
 function render(index, row) {
     const name = names[index];
-    const type = state.figures.get(name)?.class ?? "";
+    const { class: type, index: place } = state.figures.get(name) ?? { class: "", index: 0 };
     const isHidden = state.hidden.has(name);
     row.setAttribute("aria-selected", String(state.selected.includes(name)));
     row.setAttribute("aria-setsize", String(names.length));
     row.setAttribute("aria-posinset", String(index + 1));
     row.classList.toggle("hidden-figure", isHidden);
     const shape = icon(kTools[type]?.icon ?? "polygon");
-    shape.style.color = cssColor(type);
+    shape.style.color = cssColor(place);
     const eye = iconButton(isHidden ? "eye-off" : "eye", `${isHidden ? "Show" : "Hide"} ${name}`, (event) => {
         event.stopPropagation();
         setHidden([name], !isHidden);
@@ -101,6 +112,21 @@ function moveInOrder(event) {
     }
 }
 
+/**
+ * Puts a row, or all selected ones when it is one of them, before another one.
+ * @param {number} from
+ * @param {number} before
+ */
+function drop(from, before) {
+    const moved = state.selected.includes(names[from]) ? selectedInOrder() : [names[from]];
+    const others = names.slice(before).find((name) => !moved.includes(name));
+    const rest = state.figures.list.filter(({ name }) => !moved.includes(name));
+    const to = others === undefined ? rest.length : rest.findIndex(({ name }) => name === others);
+    if (moved.some((name, i) => state.figures.list[to + i].name !== name)) {
+        void tryEdit([{ op: "order", names: moved, to }]);
+    }
+}
+
 /** @type {[icon: string, label: string, edits: boolean, run: () => void][]} */
 const kActions = [
     ["target", "Show large (F)", false, showSelected],
@@ -124,6 +150,7 @@ byId("show-names", HTMLInputElement).addEventListener("change", (event) => {
     changed("names");
 });
 list.addEventListener("keydown", moveInOrder);
+makeSortable(list, rows, { canDrag: () => !state.server.readOnly, drop });
 list.addEventListener("dblclick", showSelected);
 on("figures", () => {
     showList();

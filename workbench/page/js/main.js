@@ -9,6 +9,7 @@ import "./plots.js";
 import "./exchange.js";
 import { byId, tellError } from "./dom.js";
 import { showImage, showImages } from "./display.js";
+import { restoreHidden } from "./state.js";
 import { restoreColumns } from "./measurements.js";
 import { follow, load } from "./session.js";
 import { showConnection, showTools } from "./toolbar.js";
@@ -27,6 +28,7 @@ async function start() {
     // The image does not wait for the figures.
     const image = showImage();
     await load();
+    restoreHidden();
     showImages();
     showTools();
     restoreColumns();

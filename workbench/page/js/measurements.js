@@ -3,7 +3,7 @@
 import { get } from "./api.js";
 import { byId, download, make, show, tellError } from "./dom.js";
 import { Rows } from "./rows.js";
-import { changed, on, primary, select, state, toggleSelected } from "./state.js";
+import { changed, on, primary, select, state, toggleSelected, unitQuery } from "./state.js";
 
 /** @typedef {import("../../types").Cell} Cell */
 /** @typedef {import("../../types").Measured} Measured */
@@ -113,6 +113,7 @@ async function measureNow() {
                       columns: state.columns.join(","),
                       exact: state.exact,
                       name: names,
+                      ...unitQuery(),
                   });
         if (mine === asked) {
             measured = answer;

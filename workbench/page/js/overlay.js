@@ -47,9 +47,9 @@ let frame = null;
  * @param {Figure} figure
  */
 function paintOutline(context, view, figure) {
-    context.fillStyle = cssColor(figure.class, 0.14);
+    context.fillStyle = cssColor(figure.index, 0.14);
     const pen = smoothPen(context, kRim);
-    pen.use(cssColor(figure.class), 2.5);
+    pen.use(cssColor(figure.index), 2.5);
     trace(figure, view, pen);
     context.beginPath();
     trace(withoutAxis(figure), view, { ...pen, end: () => context.fill("nonzero") });
@@ -58,17 +58,17 @@ function paintOutline(context, view, figure) {
 /**
  * @param {CanvasRenderingContext2D} context
  * @param {View} view
- * @param {string} type
+ * @param {FigureData} figure
  * @param {NodeData[]} nodes
  * @param {string} chosen the node that the arrow keys move
  */
-function paintNodes(context, view, type, nodes, chosen) {
+function paintNodes(context, view, { class: type, index }, nodes, chosen) {
     context.lineWidth = 1.5;
     // The first of those that lie upon one another is the one that the mouse takes.
     for (const { node, x, y } of [...nodes].reverse()) {
         const [atX, atY] = [view.left + x * view.scale, view.top + y * view.scale];
         const size = isFixed(type, node) ? kFixedSize : node === chosen ? kChosenSize : kNodeSize;
-        context.fillStyle = node === chosen ? cssColor(type) : kAccent;
+        context.fillStyle = node === chosen ? cssColor(index) : kAccent;
         context.strokeStyle = node === chosen ? kAccent : "rgb(16 20 24)";
         context.beginPath();
         context.rect(atX - size, atY - size, 2 * size, 2 * size);
@@ -168,7 +168,7 @@ const canvas = new ViewCanvas("overlay", (context, view) => {
     draft.forEach((figure) => paintOutline(context, view, fromJson(figure)));
     for (const figure of draft.length > 0 ? draft : shownDetails()) {
         const nodes = figure.nodes ?? [];
-        paintNodes(context, view, figure.class, nodes, figure.name === primary() ? state.node : "");
+        paintNodes(context, view, figure, nodes, figure.name === primary() ? state.node : "");
         paintNumbers(context, view, nodes.slice(0, kMostNumbers));
     }
     paintFrame(context, view);

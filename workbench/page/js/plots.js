@@ -4,7 +4,7 @@
 import { get } from "./api.js";
 import { byId, show, tellError } from "./dom.js";
 import { cssColor } from "./colors.js";
-import { changed, imageQuery, on, primary, state } from "./state.js";
+import { changed, imageQuery, on, primary, state, unitQuery } from "./state.js";
 import { imagePoint, map, pixelSize } from "./viewport.js";
 
 /** @typedef {import("../../types").Histogram} Histogram */
@@ -98,7 +98,7 @@ function drawHistogram({ edges, counts }) {
 
 /** @param {ProfileCurve} profile */
 function drawProfile(profile) {
-    const line = profile.distance.map((x, i) => ({ x, y: profile.mean[i] }));
+    const line = profile.length.map((x, i) => ({ x, y: profile.mean[i] }));
     const set = {
         type: "line",
         data: line,
@@ -108,7 +108,7 @@ function drawProfile(profile) {
         pointHoverRadius: 5,
     };
     const options = {
-        scales: axes("distance (px)", "mean"),
+        scales: axes(`distance (${profile.unit})`, "mean"),
         /**
          * @param {unknown} _
          * @param {{index: number}[]} active
@@ -120,7 +120,7 @@ function drawProfile(profile) {
 
 /** @param {number} alpha */
 function typeColor(alpha) {
-    return cssColor(state.figures.get(primary() ?? "")?.class ?? "", alpha);
+    return cssColor(state.figures.get(primary() ?? "")?.index ?? 0, alpha);
 }
 
 /**
@@ -165,7 +165,7 @@ function showNote(text) {
 /** @param {string} name */
 async function plot(name) {
     const mine = (asked += 1);
-    const [answer] = await Promise.all([get(kind, { name, ...imageQuery() }), loadLibrary()]);
+    const [answer] = await Promise.all([get(kind, { name, ...imageQuery(), ...unitQuery() }), loadLibrary()]);
     if (mine !== asked) {
         return;
     }
@@ -257,7 +257,7 @@ function step(event) {
     chart.setActiveElements([{ datasetIndex: 0, index }]);
     chart.update("none");
     mark(index);
-    byId("announcer", HTMLElement).textContent = `${show(curve.distance[index], 1)} px: ${show(curve.mean[index])}`;
+    byId("announcer", HTMLElement).textContent = `${show(curve.length[index], 1)} ${curve.unit}: ${show(curve.mean[index])}`;
 }
 
 byId("plot-histogram", HTMLElement).addEventListener("click", () => choose("histogram"));
@@ -266,5 +266,5 @@ byId("plot", HTMLElement).addEventListener("keydown", step);
 byId("plot", HTMLElement).addEventListener("pointerleave", () => mark(undefined));
 map.getContainer().addEventListener("pointermove", pointOut);
 document.addEventListener("themechange", plotSoon);
-on(["selection", "figures", "image"], plotSoon);
+on(["selection", "figures", "image", "columns"], plotSoon);
 choose("histogram");

@@ -42,6 +42,16 @@ function placeOf(event) {
     return { at, screen: { x: event.clientX, y: event.clientY }, keys: keysOf(event) };
 }
 
+/**
+ * A place of the image in pixels and in their unit.
+ * @param {XY} at
+ */
+function placeText({ x, y }) {
+    const size = state.info?.pixelSize;
+    const inUnit = size && size.unit !== "px" ? ` (${show(x * size.x, 3)}, ${show(y * size.y, 3)} ${size.unit})` : "";
+    return `${x}, ${y}${inUnit}`;
+}
+
 /** @param {MouseEvent | KeyboardEvent} event */
 function keysOf(event) {
     return { ctrl: event.ctrlKey || event.metaKey, shift: event.shiftKey };
@@ -248,7 +258,7 @@ stage.addEventListener("pointermove", (event) => {
     if (!gesture) {
         points?.show(last.at);
     }
-    byId("status-place", HTMLElement).textContent = `${last.at.x}, ${last.at.y}`;
+    byId("status-place", HTMLElement).textContent = placeText(last.at);
     if (!gesture) {
         showValue(last.at);
         hover(event);

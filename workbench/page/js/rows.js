@@ -22,6 +22,8 @@ export class Rows {
     /** The row that the keys are at; -1 before there is one. */
     at = -1;
     #asked = false;
+    /** The row before which a line is shown; -1 for none. */
+    #gap = -1;
 
     /**
      * @param {HTMLElement} container scrolls; elements that it has already stay above the rows
@@ -85,6 +87,11 @@ export class Rows {
             this.#options.render(index, row);
             rows.push(row);
         }
+        if (this.#gap >= 0) {
+            const line = make("div", { class: "gap" });
+            line.style.top = `${this.#gap * height}px`;
+            rows.push(line);
+        }
         this.#sizer.replaceChildren(...rows);
         if (this.at >= first && this.at < last) {
             this.#container.setAttribute("aria-activedescendant", this.#idOf(this.at));
@@ -98,12 +105,39 @@ export class Rows {
         return `${this.#container.id}-${index}`;
     }
 
+    /**
+     * The row that something on the page belongs to; -1 for none.
+     * @param {EventTarget | null} target
+     */
+    rowAt(target) {
+        const row = target instanceof Element && target.closest(".item");
+        return row instanceof HTMLElement ? Number(row.dataset.index) : -1;
+    }
+
+    /**
+     * Before which row the gap lies that is nearest to a place on the screen; after the last one it is their number.
+     * @param {number} clientY
+     */
+    gapAt(clientY) {
+        const gap = Math.round((clientY - this.#sizer.getBoundingClientRect().top) / this.#rowHeight());
+        return Math.min(Math.max(gap, 0), this.#count);
+    }
+
+    /**
+     * Shows a line before a row; none for -1.
+     * @param {number} before
+     */
+    showGap(before) {
+        this.#gap = before;
+        this.refresh();
+    }
+
     /** @param {MouseEvent} event */
     #click(event) {
-        const row = event.target instanceof Element && event.target.closest(".item");
-        if (row instanceof HTMLElement) {
-            this.at = Number(row.dataset.index);
-            this.#options.pick(this.at, event);
+        const row = this.rowAt(event.target);
+        if (row >= 0) {
+            this.at = row;
+            this.#options.pick(row, event);
             this.refresh();
         }
     }

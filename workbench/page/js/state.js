@@ -31,6 +31,8 @@ export function changed(topic) {
     listeners.get(topic)?.forEach((listener) => listener());
 }
 
+const kPixelSizeKey = "roi-pixel-size";
+
 export const state = {
     /** @type {import("../../types").ServerState} */
     server: {
@@ -39,6 +41,7 @@ export const state = {
         set: "",
         canUndo: false,
         canRedo: false,
+        colours: [],
         images: [],
         classes: [],
         columns: [],
@@ -62,6 +65,8 @@ export const state = {
     hidden: new Set(),
     /** The node that the arrow keys move, as the server calls it; empty when they move figures. */
     node: "",
+    /** The size of a pixel as it was given here, as in 0.65um; empty for what the server takes it to be. */
+    pixelSize: sessionStorage.getItem(kPixelSizeKey) ?? "",
     /** "select" or the name of a class. */
     tool: "select",
     image: 0,
@@ -130,13 +135,30 @@ export function useTool(tool) {
     changed("tool");
 }
 
+function hiddenKey() {
+    return `roi-hidden ${state.server.set}`;
+}
+
 /**
  * @param {string[]} names
  * @param {boolean} hide
  */
 export function setHidden(names, hide) {
     names.forEach((name) => (hide ? state.hidden.add(name) : state.hidden.delete(name)));
+    localStorage.setItem(hiddenKey(), JSON.stringify([...state.hidden]));
     changed("hidden");
+}
+
+/** Hides what was hidden of this set when it was shown here last. */
+export function restoreHidden() {
+    state.hidden = new Set(JSON.parse(localStorage.getItem(hiddenKey()) ?? "[]"));
+    changed("hidden");
+}
+
+/** The selected figures in the order of the set. */
+export function selectedInOrder() {
+    const place = (/** @type {string} */ name) => state.figures.get(name)?.index ?? 0;
+    return [...state.selected].sort((a, b) => place(a) - place(b));
 }
 
 /** @param {string} name of a class, as the module registers it */
@@ -158,4 +180,16 @@ export function classLabel(name) {
 /** What an image is asked for: its number, page and channel. */
 export function imageQuery() {
     return { image: state.image, page: state.page, channel: state.channel };
+}
+
+/** @param {string} text as the server takes it, or empty */
+export function setPixelSize(text) {
+    state.pixelSize = text;
+    sessionStorage.setItem(kPixelSizeKey, text);
+    changed("columns");
+}
+
+/** What lengths and areas are asked for in. */
+export function unitQuery() {
+    return { pixelSize: state.pixelSize || undefined };
 }

@@ -1,7 +1,6 @@
 // The tools at the left, the buttons at the top, and what the page says of itself there.
 
 import { byId, icon, make } from "./dom.js";
-import { cssColor } from "./colors.js";
 import { showBindings } from "./keyboard.js";
 import { stepHistory } from "./session.js";
 import { classLabel, classOf, on, state, useTool } from "./state.js";
@@ -22,9 +21,6 @@ function toolButton(tool, label, key, drawing) {
         icon(drawing),
     );
     button.dataset.tool = tool;
-    if (tool !== "select") {
-        button.style.setProperty("--tool", cssColor(tool));
-    }
     return button;
 }
 
