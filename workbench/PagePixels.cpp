@@ -41,32 +41,32 @@ std::byte* Mapped(std::size_t bytes) {
     return static_cast<std::byte*>(data);
 }
 
+// The mean of four values, rounded.
 template <class Value>
-using Sum = std::conditional_t<std::is_integral_v<Value> && sizeof(Value) < 8, std::int64_t, double>;
-
-template <class Value>
-Value Mean(Sum<Value> sum, int count) noexcept {
-    if constexpr (std::is_same_v<Sum<Value>, std::int64_t>) {
-        return static_cast<Value>((sum + count / 2) / count);
+Value Mean(Value a, Value b, Value c, Value d) noexcept {
+    if constexpr (std::is_integral_v<Value> && sizeof(Value) < 8) {
+        using Sum = std::conditional_t<sizeof(Value) < 4, std::int32_t, std::int64_t>;
+        return static_cast<Value>((Sum{a} + Sum{b} + Sum{c} + Sum{d} + 2) / 4);
     } else {
-        return static_cast<Value>(sum / count);
+        return static_cast<Value>(
+            (static_cast<double>(a) + static_cast<double>(b) + static_cast<double>(c) + static_cast<double>(d)) / 4.0);
     }
 }
 
-// One row of a copy out of the two below it, or the last one alone.
-template <class Value>
+// One row of a copy out of the two below it, which may be the last one alone. With the number of channels known, where
+// it is not 0, the compiler takes several values at a time.
+template <int kChannels, class Value>
 void ReduceRow(const Value* upper, const Value* lower, int width, int channels, Value* to) noexcept {
-    const int rows = lower != upper ? 2 : 1;
-    for (int x = 0; x < (width + 1) / 2; ++x) {
-        const int columns = 2 * x + 1 < width ? 2 : 1;
-        for (int channel = 0; channel < channels; ++channel) {
-            Sum<Value> sum = 0;
-            for (int column = 0; column < columns; ++column) {
-                const int at = (2 * x + column) * channels + channel;
-                sum += static_cast<Sum<Value>>(upper[at]) + (rows == 2 ? static_cast<Sum<Value>>(lower[at]) : 0);
-            }
-            to[x * channels + channel] = Mean<Value>(sum, rows * columns);
+    const int step = kChannels > 0 ? kChannels : channels;
+    for (int x = 0; x < width / 2; ++x) {
+        for (int channel = 0; channel < step; ++channel) {
+            const int at = 2 * x * step + channel;
+            to[x * step + channel] = Mean(upper[at], upper[at + step], lower[at], lower[at + step]);
         }
+    }
+    for (int channel = 0; width % 2 == 1 && channel < step; ++channel) {
+        const int at = (width - 1) * step + channel;
+        to[width / 2 * step + channel] = Mean(upper[at], upper[at], lower[at], lower[at]);
     }
 }
 
@@ -127,8 +127,12 @@ void PagePixels::Reduce(std::size_t from) {
     InType(m_depth, [&](auto* type) {
         using Value = std::remove_pointer_t<decltype(type)>;
         std::byte* const to = m_data + copy.offset + RowBytes(copy.size) * static_cast<std::size_t>(copy.rows);
-        ReduceRow(source.Row<Value>(upper), source.Row<Value>(lower), source.size.width, m_channels,
-                  reinterpret_cast<Value*>(to));
+        const auto reduce = m_channels == 1   ? ReduceRow<1, Value>
+                            : m_channels == 3 ? ReduceRow<3, Value>
+                            : m_channels == 4 ? ReduceRow<4, Value>
+                                              : ReduceRow<0, Value>;
+        reduce(source.Row<Value>(upper), source.Row<Value>(lower), source.size.width, m_channels,
+               reinterpret_cast<Value*>(to));
     });
     ++copy.rows;
 }

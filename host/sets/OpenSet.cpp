@@ -33,7 +33,7 @@ void OpenSet::Refresh() {
     }
     StoredSet read = LoadStored(m_session, m_path, false);
     read.history.Remember(m_stored.history);
-    const std::vector<FigureChange> changes = Changes(m_stored, read);
+    const std::vector<FigureChange> changes = Changes(m_stored.archive, read.archive);
     m_stored = std::move(read);
     m_stamp = stamp;
     m_observer(changes);
@@ -47,7 +47,7 @@ EditResult OpenSet::Edit(const EditOptions& options, const std::function<Names(R
     try {
         touched = edit(m_stored.set);
         result = Commit(m_path, options, m_stored, [&](const std::string& name) {
-            return m_stored.names.contains(name) && !touched.contains(name);
+            return !touched.contains(name);
         });
     } catch (...) {
         // Figures are changed in place.

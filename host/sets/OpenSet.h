@@ -3,6 +3,8 @@
 
 #include <cstdint>
 #include <functional>
+#include <set>
+#include <string>
 #include <tuple>
 #include <vector>
 

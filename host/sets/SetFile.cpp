@@ -157,16 +157,21 @@ void SaveMaskImage(const Figure& figure, FolderArchive& archive, std::uint64_t& 
     archive.Put(FolderOf(figure) + "/mask.png", {png.begin(), png.end()});
 }
 
-// Copies the blocks of a figure from one archive to another.
-void KeepBlocks(const Figure& figure, const FolderArchive& from, FolderArchive& to, std::uint64_t& pixelsLeft) {
+// Copies the blocks of a figure from one archive to another; whether there are any.
+bool KeepBlocks(const Figure& figure, const FolderArchive& from, FolderArchive& to, std::uint64_t& pixelsLeft) {
     const std::string folder = FolderOf(figure) + '/';
     const auto& blocks = from.Blocks();
-    for (auto at = blocks.lower_bound(folder); at != blocks.end() && at->first.starts_with(folder); ++at) {
+    const auto first = blocks.lower_bound(folder);
+    auto at = first;
+    for (; at != blocks.end() && at->first.starts_with(folder); ++at) {
         to.Put(at->first, at->second);
     }
-    if (const FolderArchive::Block* const png = to.Find(folder + "mask.png")) {
+    const FolderArchive::Block* const png =
+        figure.type->contents == Contents::image ? to.Find(folder + "mask.png") : nullptr;
+    if (png != nullptr) {
         TakePixels(figure, DeclaredPixels(*png).value_or(0), pixelsLeft);
     }
+    return at != first;
 }
 
 Raster MaskIn(const Figure& figure, const FolderArchive::Block& png) {
@@ -249,8 +254,7 @@ std::shared_ptr<FolderArchive> PackFigures(const std::vector<Figure>& figures, c
     std::uint64_t pixelsLeft = kMostMaskPixels;
     for (const Figure& figure : figures) {
         listing.push_back({figure.name, figure.type->name});
-        if (isKept(figure.name)) {
-            KeepBlocks(figure, before, *archive, pixelsLeft);
+        if (isKept(figure.name) && KeepBlocks(figure, before, *archive, pixelsLeft)) {
             continue;
         }
         SaveState(figure, MakeFolderStream(archive, FolderOf(figure)).Get());
@@ -261,15 +265,25 @@ std::shared_ptr<FolderArchive> PackFigures(const std::vector<Figure>& figures, c
     return archive;
 }
 
-std::vector<Figure> UnpackFigures(const Session& session, const std::shared_ptr<FolderArchive>& archive) {
-    const FolderArchive::Block* listing = archive->Find(kListing);
+std::vector<ListedFigure> FiguresIn(const FolderArchive& archive) {
+    const FolderArchive::Block* listing = archive.Find(kListing);
     if (listing == nullptr) {
         throw std::runtime_error("the archive lists no figures; roi import brings in those of a RoiSet.zip");
     }
+    return ParseListing(JsonText(*listing));
+}
+
+bool ListsSame(const FolderArchive& one, const FolderArchive& other) {
+    const FolderArchive::Block* const here = one.Find(kListing);
+    const FolderArchive::Block* const there = other.Find(kListing);
+    return here != nullptr && there != nullptr && *here == *there;
+}
+
+std::vector<Figure> UnpackFigures(const Session& session, const std::shared_ptr<FolderArchive>& archive) {
     std::vector<Figure> figures;
     Names names;
     std::uint64_t pixelsLeft = kMostMaskPixels;
-    for (const ListedFigure& entry : ParseListing(JsonText(*listing))) {
+    for (const ListedFigure& entry : FiguresIn(*archive)) {
         figures.push_back(NewFigure(session, names, entry.name, entry.className));
         LoadFigure(figures.back(), archive, pixelsLeft);
     }

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "framework/support/FolderStream.h"
+#include "host/sets/JsonLists.h"
 #include "host/sets/RoiSet.h"
 
 namespace host {
@@ -22,9 +23,12 @@ std::vector<Figure> ReadFolderSet(const Session& session, std::string_view bytes
 /// The same between figures and the archive, and the archive that a file's bytes are. A damaged history is an empty
 /// block.
 std::shared_ptr<FolderArchive> PackFigures(const std::vector<Figure>& figures);
-/// The same, but a figure that `isKept` has the blocks that it has in `before`.
+/// The same, but a figure that `isKept` has the blocks that it has in `before`, where it has any.
 std::shared_ptr<FolderArchive> PackFigures(const std::vector<Figure>& figures, const FolderArchive& before,
                                            const std::function<bool(const std::string&)>& isKept);
+/// The names and classes of the figures of an archive, which must list them, and whether two list the same.
+std::vector<ListedFigure> FiguresIn(const FolderArchive& archive);
+bool ListsSame(const FolderArchive& one, const FolderArchive& other);
 std::vector<Figure> UnpackFigures(const Session& session, const std::shared_ptr<FolderArchive>& archive);
 std::shared_ptr<FolderArchive> ArchiveFromBytes(std::string_view bytes);
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <set>
 #include <utility>
 
 #include "host/base/Error.h"
@@ -22,10 +23,11 @@ std::string FigureOf(const std::string& path) {
     return path.starts_with(kFolder) && end != path.npos ? path.substr(kFolder.size(), end - kFolder.size()) : "";
 }
 
-std::set<std::string> NamesOf(const std::vector<Figure>& figures) {
+std::set<std::string> NamesIn(const FolderArchive& archive) {
     std::set<std::string> names;
-    std::transform(figures.begin(), figures.end(), std::inserter(names, names.end()),
-                   [](const Figure& figure) { return figure.name; });
+    for (ListedFigure& figure : FiguresIn(archive)) {
+        names.insert(std::move(figure.name));
+    }
     return names;
 }
 
@@ -35,6 +37,7 @@ std::set<std::string> Touched(const FolderArchive& before, const FolderArchive& 
     ForEachDifference(before, after, [&touched](const std::string& path, const FolderArchive::Block*) {
         touched.insert(FigureOf(path));
     });
+    touched.erase("");
     return touched;
 }
 
@@ -63,38 +66,33 @@ void WriteArchive(const UserPath& path, FolderArchive& archive, const History& h
     RemoveLeftovers(path);
 }
 
-// Writes a set and makes it that which is stored.
-void Store(const UserPath& path, StoredSet after, StoredSet& stored, std::vector<Warning>& warnings) {
+void Write(const UserPath& path, const RoiSet& set, FolderArchive& archive, const History& history,
+           std::vector<Warning>& warnings) {
     if (KeepsHistory(path)) {
-        WriteArchive(path, after.archive, after.history, warnings);
+        WriteArchive(path, archive, history, warnings);
     } else {
-        after.set.Save(path);
+        set.Save(path);
     }
-    stored = std::move(after);
-}
-
-StoredSet Stored(RoiSet set, std::shared_ptr<FolderArchive> archive) {
-    StoredSet stored;
-    stored.names = NamesOf(set.Figures());
-    stored.set = std::move(set);
-    stored.archive = std::move(*archive);
-    return stored;
 }
 
 }  // namespace
 
 StoredSet::StoredSet() : archive(std::move(*PackFigures({}))) {}
 
-std::vector<FigureChange> Changes(const StoredSet& before, const StoredSet& after) {
+std::vector<FigureChange> Changes(const FolderArchive& before, const FolderArchive& after) {
+    const std::set<std::string> touched = Touched(before, after);
     std::vector<FigureChange> changes;
-    for (const std::string& name : before.names) {
-        if (!after.names.contains(name)) {
+    // Long to read, and seldom another one.
+    const bool hasOtherNames = !ListsSame(before, after);
+    const std::set<std::string> here = hasOtherNames ? NamesIn(before) : touched;
+    const std::set<std::string> there = hasOtherNames ? NamesIn(after) : touched;
+    for (const std::string& name : here) {
+        if (!there.contains(name)) {
             changes.push_back({"removes", name});
         }
     }
-    const std::set<std::string> touched = Touched(before.archive, after.archive);
-    for (const std::string& name : after.names) {
-        if (!before.names.contains(name)) {
+    for (const std::string& name : there) {
+        if (!here.contains(name)) {
             changes.push_back({"adds", name});
         } else if (touched.contains(name)) {
             changes.push_back({"changes", name});
@@ -111,37 +109,38 @@ void CheckKeepsHistory(const UserPath& path) {
 
 StoredSet LoadStored(const Session& session, const UserPath& path, bool create) {
     std::error_code failure;
+    StoredSet stored;
     if (!KeepsHistory(path)) {
-        RoiSet set = create ? RoiSet::LoadOrCreate(session, path) : RoiSet::Load(session, path);
-        auto archive = PackFigures(set.Figures());
-        return Stored(std::move(set), std::move(archive));
+        stored.set = create ? RoiSet::LoadOrCreate(session, path) : RoiSet::Load(session, path);
+        stored.archive = std::move(*PackFigures(stored.set.Figures()));
+    } else if (!create || std::filesystem::exists(path.Absolute(), failure)) {
+        const auto archive = RoiSet::LoadArchive(path);
+        stored.set = RoiSet::Load(session, path, archive);
+        stored.archive = std::move(*archive);
+        TakeHistory(stored);
     }
-    if (create && !std::filesystem::exists(path.Absolute(), failure)) {
-        return {};
-    }
-    const auto archive = RoiSet::LoadArchive(path);
-    StoredSet stored = Stored(RoiSet::Load(session, path, archive), archive);
-    TakeHistory(stored);
     return stored;
 }
 
 EditResult Commit(const UserPath& path, const EditOptions& options, StoredSet& stored,
                   const std::function<bool(const std::string&)>& isKept) {
-    StoredSet after = Stored(stored.set, Named("cannot write set", path, [&] {
-                                 return PackFigures(stored.set.Figures(), stored.archive, isKept);
-                             }));
-    EditResult result{stored.set.LostIn(path), Changes(stored, after)};
+    const auto archive = Named("cannot write set", path,
+                               [&] { return PackFigures(stored.set.Figures(), stored.archive, isKept); });
+    EditResult result{stored.set.LostIn(path), Changes(stored.archive, *archive)};
     if (options.dryRun) {
         return result;
     }
     if (!stored.damage.empty()) {
         result.warnings.push_back({path.Typed(), "its history is damaged and begins anew"});
     }
-    after.history = stored.history;
-    if (!after.history.Record(options.what, stored.archive, after.archive) && KeepsHistory(path)) {
+    History history = stored.history;
+    if (!history.Record(options.what, stored.archive, *archive) && KeepsHistory(path)) {
         result.warnings.push_back({path.Typed(), "the change is too large to be kept in the history"});
     }
-    Store(path, std::move(after), stored, result.warnings);
+    Write(path, stored.set, *archive, history, result.warnings);
+    stored.archive = std::move(*archive);
+    stored.history = std::move(history);
+    stored.damage.clear();
     return result;
 }
 
@@ -159,11 +158,13 @@ EditResult StepStored(const Session& session, const UserPath& path, const EditOp
         return std::make_shared<FolderArchive>(undoing ? history.Undo(stored.archive) : history.Redo(stored.archive));
     });
     // Nothing is written that could not be read back, whatever the history holds.
-    StoredSet after = Stored(RoiSet::Load(session, path, archive), archive);
-    after.history = std::move(history);
-    EditResult result{{}, Changes(stored, after)};
+    RoiSet set = RoiSet::Load(session, path, archive);
+    EditResult result{{}, Changes(stored.archive, *archive)};
     if (!options.dryRun) {
-        Store(path, std::move(after), stored, result.warnings);
+        Write(path, set, *archive, history, result.warnings);
+        stored.set = std::move(set);
+        stored.archive = std::move(*archive);
+        stored.history = std::move(history);
     }
     return result;
 }

@@ -2,7 +2,6 @@
 // and writing one with its history. Callers hold the lock of the folder.
 #pragma once
 
-#include <set>
 #include <string>
 #include <vector>
 
@@ -13,7 +12,6 @@ namespace host {
 /// A set as it was read from its file or written there: the archive has all blocks, the history among them.
 struct StoredSet {
     RoiSet set;
-    std::set<std::string> names;
     FolderArchive archive;
     History history;     ///< at least what the archive has of it
     std::string damage;  ///< what is wrong with the history in the archive, which then is none; empty for a sound one
@@ -25,7 +23,8 @@ struct StoredSet {
 /// Reads a set. With `create` a path where nothing lies is an empty set. Throws Error.
 StoredSet LoadStored(const Session& session, const UserPath& path, bool create);
 
-std::vector<FigureChange> Changes(const StoredSet& before, const StoredSet& after);
+/// What differs between the sets of two archives.
+std::vector<FigureChange> Changes(const FolderArchive& before, const FolderArchive& after);
 
 /// Writes what an edit made of `stored.set`, a `.roi` file with the history, and brings the rest of `stored` up to it;
 /// with options.dryRun nothing changes. `isKept` tells of figures that the edit did not touch: they stay as they were stored, even where looking at
