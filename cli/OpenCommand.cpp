@@ -98,8 +98,9 @@ void AddOpenCommand(CLI::App& roi) {
         ->check(CLI::Range(1, 65535).description(""))
         ->type_name("N");
     command
-        .add_option("--pixel-size", options->server.scale,
-                    "The size of a pixel of all images, columns before rows where they differ: 0.65um, 0.65x0.70um, or px")
+        .add_option(
+            "--pixel-size", options->server.scale,
+            "The size of a pixel of all images, columns before rows where they differ: 0.65um, 0.65x0.70um, or px")
         ->type_name("SIZE");
     command.add_flag("--read-only", options->server.readOnly, "Refuse edits");
     command.add_flag("--no-browser", options->noBrowser, "Only print the address");

@@ -11,8 +11,8 @@
 
 namespace host {
 
-/// An index over the boxes of figures as they are when it is made: a box holds all that a figure's outline encloses, the
-/// line of a profile, and all that the module's hit test and mask accept. The figures need not stay.
+/// An index over the boxes of figures as they are when it is made: a box holds all that a figure's outline encloses,
+/// the line of a profile, and all that the module's hit test and mask accept. The figures need not stay.
 class FigureIndex {
   public:
     explicit FigureIndex(std::span<const Figure> figures);

@@ -46,9 +46,7 @@ EditResult OpenSet::Edit(const EditOptions& options, const std::function<Names(R
     Names touched;
     try {
         touched = edit(m_stored.set);
-        result = Commit(m_path, options, m_stored, [&](const std::string& name) {
-            return !touched.contains(name);
-        });
+        result = Commit(m_path, options, m_stored, [&](const std::string& name) { return !touched.contains(name); });
     } catch (...) {
         // Figures are changed in place.
         m_stored.set = RoiSet::Load(m_session, m_path, std::make_shared<FolderArchive>(m_stored.archive));

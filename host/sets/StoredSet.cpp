@@ -124,8 +124,8 @@ StoredSet LoadStored(const Session& session, const UserPath& path, bool create) 
 
 EditResult Commit(const UserPath& path, const EditOptions& options, StoredSet& stored,
                   const std::function<bool(const std::string&)>& isKept) {
-    const auto archive = Named("cannot write set", path,
-                               [&] { return PackFigures(stored.set.Figures(), stored.archive, isKept); });
+    const auto archive =
+        Named("cannot write set", path, [&] { return PackFigures(stored.set.Figures(), stored.archive, isKept); });
     EditResult result{stored.set.LostIn(path), Changes(stored.archive, *archive)};
     if (options.dryRun) {
         return result;

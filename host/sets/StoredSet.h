@@ -27,8 +27,8 @@ StoredSet LoadStored(const Session& session, const UserPath& path, bool create);
 std::vector<FigureChange> Changes(const FolderArchive& before, const FolderArchive& after);
 
 /// Writes what an edit made of `stored.set`, a `.roi` file with the history, and brings the rest of `stored` up to it;
-/// with options.dryRun nothing changes. `isKept` tells of figures that the edit did not touch: they stay as they were stored, even where looking at
-/// them changed them. Throws Error, with the file and the rest as they were.
+/// with options.dryRun nothing changes. `isKept` tells of figures that the edit did not touch: they stay as they were
+/// stored, even where looking at them changed them. Throws Error, with the file and the rest as they were.
 EditResult Commit(const UserPath& path, const EditOptions& options, StoredSet& stored,
                   const std::function<bool(const std::string&)>& isKept);
 

@@ -51,9 +51,25 @@ class Editing(WorkbenchTest):
         page.select("plate")
         page.changes(lambda: page.press(CTRL, Keys.PAGE_UP))
         until("the plate in front", lambda: page.names()[-1] == "plate")
+        order = page.names()
+        # The second row is dragged below the fifth, and with the keys one up again.
+        actions = ActionBuilder(self.driver, duration=60)
+        for row, act in ((1, "pointer_down"), (3, "pause"), (4.4, "pointer_up")):
+            getattr(actions.pointer_action.move_to_location(*page.run("""
+                const { left, top, height } = document.querySelector('.figure-list .item').getBoundingClientRect();
+                return [left + 60, top + height * (0.5 + arguments[0])].map(Math.round);""", row)), act)()
+        page.changes(actions.perform)
+        self.assertEqual(page.names(), [order[0], *order[2:5], order[1], *order[5:]])
+        page.select(order[1])
+        page.changes(lambda: page.press(Keys.ALT, Keys.ARROW_UP, on="#figure-list"))
+        self.assertEqual(page.names(), [order[0], *order[2:4], order[1], order[4], *order[5:]])
         self.assertEqual([one["name"] for one in json.loads(roi("list", self.set, "--format", "json"))], page.names())
+        page.select("plate")
         page.press("h")
         until("it to be hidden", lambda: "plate" in page.text(".hidden-figure"))
+        self.driver.refresh()
+        until("it to be hidden still", lambda: "plate" in page.text(".hidden-figure"))
+        page.select("plate")
         page.press("h")
         page.changes(lambda: page.press(Keys.DELETE))
         self.assertNotIn("plate", page.names())

@@ -4,7 +4,7 @@
 import { ApiError } from "./api.js";
 import { byId, iconButton, make, show, tellError } from "./dom.js";
 import { edit } from "./session.js";
-import { classLabel, classOf, on, primary, select, state } from "./state.js";
+import { classLabel, classOf, on, primary, select, setHidden, state } from "./state.js";
 
 /** @typedef {import("../../types").Parameter} Parameter */
 /** @typedef {import("../../types").Edit} Edit */
@@ -157,6 +157,9 @@ function nameRow(name) {
         const to = field.value;
         await commit(field, { op: "rename", name, to });
         if (state.figures.get(to)) {
+            if (state.hidden.has(name)) {
+                setHidden([to], true);
+            }
             select([...state.selected, to]);
         }
     });
