@@ -25,9 +25,9 @@ class Sharing(WorkbenchTest):
         self.page.changes(lambda: roi("set", self.set, "plate", "Width=150.5"))
         until("the command's width", lambda: self.page.field("Width").get_attribute("value") == "150.5")
         self.page.changes(lambda: roi("add", self.set, "ROIEllipse", "--name", "late", "CenterX=300"))
-        self.assertIn("late", self.page.names())
+        until("the command's figure", lambda: "late" in self.page.names())
         self.page.changes(lambda: roi("remove", self.set, "late"))
-        self.assertNotIn("late", self.page.names())
+        until("its end", lambda: "late" not in self.page.names())
 
     def test_an_edit_of_what_changed_meanwhile_is_refused_with_a_message(self):
         page = self.page
