@@ -21,6 +21,7 @@ try:
     from selenium.webdriver.common.actions.action_builder import ActionBuilder
     from selenium.webdriver.common.actions.mouse_button import MouseButton
     from selenium.webdriver.chrome.service import Service
+    from selenium.common.exceptions import StaleElementReferenceException
 except ImportError:
     webdriver = None
 
@@ -63,7 +64,7 @@ def nodes(path, name):
 
 
 def make_part(folder):
-    """A set and its image in a folder."""
+    """A set and its image, in a folder."""
     path, image = folder / "part.roi", folder / "part.png"
     subprocess.run([BIN / "draw_part", image], check=True)
     for name, (kind, values) in FIGURES.items():
@@ -137,8 +138,28 @@ class Page:
     def all(self, selector):
         return self.driver.find_elements(By.CSS_SELECTOR, selector)
 
-    def one(self, selector):
-        return until(selector, lambda: self.all(selector))[0]
+    def use(self, selector, action):
+        """Does something with an element; once more when the page put another one in its place before."""
+        def tried():
+            for element in self.all(selector)[:1]:
+                try:
+                    return [action(element)]
+                except StaleElementReferenceException:
+                    pass
+        return until(selector, tried)[0]
+
+    def push(self, selector):
+        self.use(selector, lambda element: element.click())
+
+    def shows(self, selector):
+        return self.use(selector, lambda element: element.is_displayed())
+
+    def get(self, selector, attribute):
+        return self.use(selector, lambda element: element.get_attribute(attribute)) or ""
+
+    def enter(self, selector, text):
+        """Types over what stands in a field."""
+        self.use(selector, lambda field: field.send_keys(Keys.CONTROL, "a", Keys.NULL, text, Keys.ENTER))
 
     def text(self, selector):
         return self.run("return document.querySelector(arguments[0])?.textContent ?? ''", selector)
@@ -158,18 +179,31 @@ class Page:
         until("a change of the set", lambda: self.revision() > before)
 
     def field(self, label):
-        return self.one(f'#properties [aria-label="{label}"]')
+        return f'#properties [aria-label="{label}"]'
+
+    def value(self, label):
+        return self.get(self.field(label), "value")
 
     def type(self, label, text):
-        field = self.field(label)
-        field.send_keys(Keys.CONTROL, "a")
-        field.send_keys(text, Keys.ENTER)
+        self.enter(self.field(label), text)
 
-    def select(self, name):
-        row = until(name, lambda: [one for one in self.all(".figure-list .item") if one.find_element(
-            By.CSS_SELECTOR, ".name").text == name])[0]
-        self.run("arguments[0].scrollIntoView({ block: 'center' })", row)
-        row.click()
+    def row(self, name):
+        """Where a figure's row in the list is: rows are made anew at any time, and scrolled."""
+        return until(name, lambda: self.run("""
+            const row = [...document.querySelectorAll(".figure-list .item")].find(
+                (one) => one.querySelector(".name").textContent === arguments[0]);
+            row?.scrollIntoView({ block: "center" });
+            const box = row?.getBoundingClientRect();
+            return box && [box.left + 60, box.top + box.height / 2].map(Math.round);""", name))
+
+    def select(self, name, keys=()):
+        actions = ActionBuilder(self.driver, duration=20)
+        actions.pointer_action.move_to_location(*self.row(name))
+        for key in keys:
+            actions.key_action.key_down(key)
+        actions.pointer_action.pointer_down(MouseButton.LEFT)
+        actions.perform()
+        self.release(keys)
         until("its properties", lambda: self.run("return document.getElementById('figure-name')?.value") == name)
 
     def measured(self, name, column):
@@ -249,22 +283,22 @@ class Page:
 
 
 class WorkbenchTest(unittest.TestCase):
-    """One browser for all tests of a program, and for each test a folder, a part, a server and a page."""
+    """One browser and one part for all tests of a program, and for each test a folder, a copy, a server and a page."""
 
     arguments = ()
 
     @classmethod
     def setUpClass(cls):
         cls.driver = start_browser()
-
-    @classmethod
-    def tearDownClass(cls):
-        cls.driver.quit()
+        cls.addClassCleanup(cls.driver.quit)
+        cls.parts = Path(tempfile.mkdtemp())
+        cls.addClassCleanup(shutil.rmtree, cls.parts)
+        cls.part = make_part(cls.parts)
 
     def setUp(self):
         self.folder = Path(tempfile.mkdtemp())
         self.addCleanup(shutil.rmtree, self.folder)
-        self.set, self.image = make_part(self.folder)
+        self.set, self.image = (Path(shutil.copy(file, self.folder)) for file in self.part)
         self.driver.get("about:blank")
         self.driver.get_log("browser")
         self.server = self.start(self.set, self.image, *self.arguments)
@@ -279,7 +313,7 @@ class WorkbenchTest(unittest.TestCase):
     def look_for_errors(self):
         """Errors that no test expects are faults: scripts that fail, files that the policy refuses."""
         if not self._outcome.success:
-            print("messages:", [one.text for one in self.page.all(".toast")])
+            print("messages:", self.page.text("#toasts"))
             return
         errors = [one["message"] for one in self.driver.get_log("browser") if one["level"] == "SEVERE"
                   and not re.search(r"status of 4|/api/events|ERR_", one["message"])]

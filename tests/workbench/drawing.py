@@ -21,7 +21,7 @@ class Drawing(WorkbenchTest):
         return name
 
     def choose(self, kind):
-        self.page.one(f'[data-tool="{kind}"]').click()
+        self.page.push(f'[data-tool="{kind}"]')
 
     def check_measured(self, name):
         row = json.loads(roi("measure", self.set, self.image, "--format", "json"))
@@ -63,7 +63,7 @@ class Drawing(WorkbenchTest):
                         at.append(self.page.click(*corners[2], times=2))
                 self.page.changes(end)
                 name = self.added(before)
-                shown = [tuple(float(self.page.field(f"Point {i}, {axis}").get_attribute("value")) for axis in "xy")
+                shown = [tuple(float(self.page.value(f"Point {i}, {axis}")) for axis in "xy")
                          for i in range(3)]
                 self.assertEqual(shown, at)
                 self.check_measured(name)
@@ -74,7 +74,7 @@ class Drawing(WorkbenchTest):
         before = self.page.names()
         self.choose("ROIMask")
         self.page.click(450, 300)
-        self.page.changes(lambda: self.page.one("#mask-file").send_keys(str(picture)))
+        self.page.changes(lambda: self.page.use("#mask-file", lambda file: file.send_keys(str(picture))))
         name = self.added(before)
         self.check_measured(name)
         until("19 x 9 pixels", lambda: self.page.measured(name, "pixels") == 171)

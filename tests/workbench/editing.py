@@ -10,14 +10,14 @@ class Editing(WorkbenchTest):
         page = self.page
         page.select("slot")
         page.changes(lambda: page.type("Width", "201.25"))
-        page.changes(lambda: page.field("LockA").click())
+        page.changes(lambda: page.push(page.field("LockA")))
         page.changes(lambda: page.type("Shear", "-11.5"))
         values = parameters(self.set, "slot")["parameters"]
         self.assertEqual((values["Width"], values["LockA"], round(values["Shear"], 9)), (201.25, 1, -11.5))
-        side = until("side A", lambda: page.field("A").text)
+        side = until("side A", lambda: page.text(page.field("A")))
         self.assertAlmostEqual(float(side), 201.25 - 70 * math.tan(math.radians(-11.5)), places=4)
         page.select("scan")
-        page.changes(lambda: page.one("#properties .action button").click())
+        page.changes(lambda: page.push("#properties .action button"))
         self.assertIn("1:3", nodes(self.set, "scan"))
 
     def test_a_refused_value_says_so_at_its_field(self):
@@ -25,7 +25,7 @@ class Editing(WorkbenchTest):
         self.page.type("RadiusX", "wide")
         problem = until("the reason", lambda: self.page.text("#properties .problem:not(:empty)"))
         self.assertIn("RadiusX", problem)
-        self.assertEqual(self.page.field("RadiusX").get_attribute("aria-invalid"), "true")
+        self.assertEqual(self.page.get(self.page.field("RadiusX"), "aria-invalid"), "true")
         self.page.changes(lambda: self.page.type("RadiusX", "70.5"))
         self.assertEqual(parameters(self.set, "bore")["parameters"]["RadiusX"], 70.5)
 
@@ -78,7 +78,7 @@ class Editing(WorkbenchTest):
         page = self.page
         for exact in ([], ["--exact"]):
             if exact:
-                page.one("#exact").click()
+                page.push("#exact")
             wanted = json.loads(roi("measure", self.set, self.image, "--format", "json", *exact))
             for row in wanted:
                 for column in ("pixels", "mean", "std", "cx", "cy"):
@@ -86,8 +86,9 @@ class Editing(WorkbenchTest):
                         (page.measured(row["name"], column) or 1e9) - row[column]) < 1e-3)
         page.run("""window.saved = ''; URL.createObjectURL = (blob) => { blob.text().then((t) => { window.saved = t; });
                     return 'data:,'; };""")
-        [one for one in page.all("#measurements .head-row button") if one.text == "mean"][0].click()
-        page.one("#csv").click()
+        page.run("""[...document.querySelectorAll("#measurements .head-row button")]
+            .find((one) => one.textContent === "mean").click();""")
+        page.push("#csv")
         lines = list(csv.DictReader(until("the file", lambda: page.run("return window.saved")).splitlines()))
         means = [float(line["mean"]) for line in lines]
         self.assertEqual(means, sorted(row["mean"] for row in wanted))
@@ -95,10 +96,10 @@ class Editing(WorkbenchTest):
     def test_files_in_and_out(self):
         page, table = self.page, self.folder / "figures.csv"
         roi("export", self.set, table)
-        page.changes(lambda: page.one("#import-file").send_keys(str(table)))
+        page.changes(lambda: page.use("#import-file", lambda file: file.send_keys(str(table))))
         self.assertEqual(len(page.names()), 12)
         page.changes(lambda: page.press(CTRL, "z"))
-        page.one("#export").click()
+        page.push("#export")
         files = self.driver.execute_async_script("""
             const done = arguments[0];
             Promise.all([...document.querySelectorAll(".choice")].map(async (one) =>
@@ -109,14 +110,14 @@ class Editing(WorkbenchTest):
                         for text in (files["/api/export?as=csv"], table.read_text()))
         self.assertEqual(ours, theirs)
         self.assertIn("<svg", files["/api/overlay.svg?image=0&page=1"])
-        page.one("#export-dialog footer button").click()
-        until("the dialog to close", lambda: not page.one("#export-dialog").is_displayed())
+        page.push("#export-dialog footer button")
+        until("the dialog to close", lambda: not page.shows("#export-dialog"))
 
     def test_plots_and_the_image_point_at_each_other(self):
         page = self.page
         page.select("scan")
-        page.one("#plot-profile").click()
-        until("the plot", lambda: "samples" in (page.one("#plot").get_attribute("aria-label") or ""))
+        page.push("#plot-profile")
+        until("the plot", lambda: "samples" in page.get("#plot", "aria-label"))
         page.move((190, 140), (188, 139))
         marked = "return import('/static/js/state.js').then(({ state }) => state.mark && [state.mark.x, state.mark.y]);"
         mark = until("a mark", lambda: page.run(marked))

@@ -33,7 +33,7 @@ class Pictures(WorkbenchTest):
 
     def theme(self, name):
         if self.page.run("return document.documentElement.dataset.theme") != name:
-            self.page.one("#theme").click()
+            self.page.push("#theme")
 
     def take(self, name):
         path = Path(FOLDER or self.folder) / f"{name}.png"
@@ -45,14 +45,14 @@ class Pictures(WorkbenchTest):
     def test_dark_and_light(self):
         page = self.page
         self.theme("dark")
-        page.one("#show-names").click()
+        page.push("#show-names")
         page.select("slot")
-        until("its histogram", lambda: "Histogram of slot" in page.one("#plot").get_attribute("aria-label"))
+        until("its histogram", lambda: "Histogram of slot" in page.get("#plot", "aria-label"))
         dark = self.take("workbench-dark")
         self.theme("light")
         page.select("scan")
-        page.one("#plot-profile").click()
-        until("its plot", lambda: "samples" in page.one("#plot").get_attribute("aria-label"))
+        page.push("#plot-profile")
+        until("its plot", lambda: "samples" in page.get("#plot", "aria-label"))
         page.move((600, 400), (614, 395))
         until("the mark", lambda: page.run("return Chart.getChart('plot')?.getActiveElements().length"))
         light = self.take("workbench-light")

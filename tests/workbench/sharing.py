@@ -15,15 +15,15 @@ class Sharing(WorkbenchTest):
         self.page.activate().select("bore")
         self.page.changes(lambda: self.page.type("RadiusY", "33.25"))
         other.activate()
-        until("the other's edit", lambda: other.field("RadiusY").get_attribute("value") == "33.25")
+        until("the other's edit", lambda: other.value("RadiusY") == "33.25")
         other.changes(lambda: other.press(CTRL, "z"))
         self.page.activate()
-        until("what the other took back", lambda: self.page.field("RadiusY").get_attribute("value") == "41.5")
+        until("what the other took back", lambda: self.page.value("RadiusY") == "41.5")
 
     def test_a_command_edits_meanwhile(self):
         self.page.select("plate")
         self.page.changes(lambda: roi("set", self.set, "plate", "Width=150.5"))
-        until("the command's width", lambda: self.page.field("Width").get_attribute("value") == "150.5")
+        until("the command's width", lambda: self.page.value("Width") == "150.5")
         self.page.changes(lambda: roi("add", self.set, "ROIEllipse", "--name", "late", "CenterX=300"))
         until("the command's figure", lambda: "late" in self.page.names())
         self.page.changes(lambda: roi("remove", self.set, "late"))
@@ -40,7 +40,7 @@ class Sharing(WorkbenchTest):
         page.run("window.fetch = window.held; document.getElementById('toasts').replaceChildren();")
         page.changes(lambda: page.type("Width", "99"))
         self.assertIn("plate", page.toast())
-        until("the command's width", lambda: page.field("Width").get_attribute("value") == "150.5")
+        until("the command's width", lambda: page.value("Width") == "150.5")
         self.assertEqual(parameters(self.set, "plate")["parameters"]["Width"], 150.5)
 
     def test_restart_of_the_server(self):
@@ -52,7 +52,7 @@ class Sharing(WorkbenchTest):
         until("what happened", lambda: "started anew" in self.page.text("#toasts"))
         page = Page(self.driver, anew.address)
         page.select("bore")
-        self.assertEqual(page.field("RadiusX").get_attribute("value"), "71.75")
+        self.assertEqual(page.value("RadiusX"), "71.75")
         page.changes(lambda: page.press(CTRL, "z"))
         self.assertEqual(parameters(self.set, "bore")["parameters"]["RadiusX"], 66)
 
@@ -68,10 +68,10 @@ class Images(WorkbenchTest):
 
     def test_a_broken_image_says_why_and_the_others_go_on(self):
         page = self.page
-        page.one("#image-after").click()
-        until("the reason", lambda: page.one("#broken").is_displayed() and "broken.png" in page.text("#broken"))
-        page.one("#image-before").click()
-        until("the image", lambda: not page.one("#broken").is_displayed() and page.all(".leaflet-tile-loaded"))
+        page.push("#image-after")
+        until("the reason", lambda: page.shows("#broken") and "broken.png" in page.text("#broken"))
+        page.push("#image-before")
+        until("the image", lambda: not page.shows("#broken") and page.all(".leaflet-tile-loaded"))
 
     def test_pixels_are_squares_with_the_file_s_values(self):
         page = self.page

@@ -22,7 +22,7 @@ class Showing(WorkbenchTest):
         self.stack = self.folder / "stack.tif"
         convert(*(self.folder / f"{page}.tif" for page in (1, 2, 3)), self.stack)
         self.page = Page(self.driver, self.start(self.set, self.image, self.stack).address)
-        self.page.one("#image-after").click()
+        self.page.push("#image-after")
         until("the stack", lambda: "300 x 200" in self.page.text("#status-image"))
 
     def shade(self, x, y):
@@ -51,21 +51,22 @@ class Showing(WorkbenchTest):
         until("its value", lambda: self.page.text("#status-value") == f"L {value(page, x, y)}")
 
     def set_field(self, label, text):
-        field = self.page.one(f'#display [aria-label="{label}"]')
-        field.send_keys(Keys.CONTROL, "a")
-        field.send_keys(text, Keys.ENTER)
+        self.page.enter(f'#display [aria-label="{label}"]', text)
+
+    def by_percentile(self, percent):
+        self.page.push(f'#display [aria-label="Contrast by percentile"] option[value="{percent}"]')
 
     def test_pages_contrast_and_values(self):
         page = self.page
         span = lambda number: (value(number, 0, 0), value(number, WIDTH - 1, HEIGHT - 1))
-        page.one('#display [aria-label="Contrast by percentile"] option[value="0"]').click()
+        self.by_percentile(0)
         self.check(1, 210, 60, *span(1))
         self.set_field("Page of 3", "3")
-        page.one('#display [aria-label="Contrast by percentile"] option[value="0"]').click()
+        self.by_percentile(0)
         self.check(3, 70, 140, *span(3))
-        page.one('#display [aria-label="Contrast by percentile"] option[value="5"]').click()
-        low = until("5 %", lambda: self.low() > span(3)[0] + 200 and self.low())
-        high = float(page.one('#display [aria-label="White from"]').get_attribute("value"))
+        self.by_percentile(5)
+        low = until("5 %", lambda: self.end("Black from") > span(3)[0] + 200 and self.end("Black from"))
+        high = self.end("White from")
         below = sum(value(3, x, y) < low for y in range(HEIGHT) for x in range(WIDTH)) / (WIDTH * HEIGHT)
         self.assertAlmostEqual(below, 0.05, places=2)
         self.check(3, 110, 90, low, high)
@@ -81,15 +82,15 @@ class Showing(WorkbenchTest):
         (wanted,) = [row[column] for row in rows if row["name"] == "plate"]
         return wanted
 
-    def low(self):
-        return float(self.page.one('#display [aria-label="Black from"]').get_attribute("value") or 0)
+    def end(self, label):
+        return float(self.page.get(f'#display [aria-label="{label}"]', "value") or 0)
 
     def test_lengths_and_areas_are_in_the_unit_of_the_pixels(self):
         page = self.page
         area = lambda: page.run("return document.querySelector('#columns-choices [value=area]')")
-        page.one("#columns-button").click()
+        page.push("#columns-button")
         until("the choice", area).click()
-        page.one("#columns-dialog .primary").click()
+        page.push("#columns-dialog .primary")
 
         def check(image, *options):
             wanted = self.command(image, "area", *options)

@@ -95,5 +95,7 @@ map.on("zoomend", showZoom);
 showBindings();
 on("tool", showTool);
 on("history", showHistory);
-// Which state of the set the page shows, for those who drive it by script.
-on("figures", () => (document.documentElement.dataset.revision = String(state.server.revision)));
+// Which state of the set the page shows, for those who drive it by script: from the frame on in which its rows are.
+on("figures", () =>
+    requestAnimationFrame(() => (document.documentElement.dataset.revision = String(state.server.revision))),
+);
