@@ -13,6 +13,7 @@ pkg_check_modules(libjpeg REQUIRED IMPORTED_TARGET GLOBAL libjpeg)
 pkg_check_modules(libtiff REQUIRED IMPORTED_TARGET GLOBAL libtiff-4)
 pkg_check_modules(httplib REQUIRED IMPORTED_TARGET GLOBAL cpp-httplib)
 pkg_check_modules(vips REQUIRED IMPORTED_TARGET GLOBAL vips)
+pkg_check_modules(vips-cpp REQUIRED IMPORTED_TARGET GLOBAL vips-cpp)
 pkg_check_modules(cairo REQUIRED IMPORTED_TARGET GLOBAL cairo-svg cairo-pdf)
 
 # Debian packs OpenCV's parts one by one, without the package file that would need them all.

@@ -71,7 +71,11 @@ void SendTile(Api& api, const httplib::Request& request, httplib::Response& resp
     ShownRange range = usual ? *usual : RangeOf(*page, std::nullopt, 0.1);
     range = {NumberParameter(request, "low", range.low), NumberParameter(request, "high", range.high)};
     // Before its pixels are looked at, which may come meanwhile.
-    const bool isLasting = IsWhole(*page, tile) && (usual || request.has_param("low"));
+    const auto missing = MissingBand(*page, tile);
+    if (missing) {
+        page->Want(*missing);
+    }
+    const bool isLasting = !missing && (usual || request.has_param("low"));
     response.set_header("Cache-Control", isLasting ? "private, max-age=3600" : "no-store");
     SendBytes(response, TileOf(*page, tile, ChannelParameter(request, *page), range), "image/png");
 }

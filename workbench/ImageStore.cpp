@@ -86,18 +86,44 @@ void LoadedPage::ReadRows(const std::function<void(const LoadedPage&)>& progress
     // Opened anew: some codecs give rows to the thread only that turned to the page.
     ImageFile file{ImageName(m_path)};
     file.Turn(m_number);
-    while (!IsWhole() && !m_isUnwanted) {
-        file.ReadRows(1, m_pixels.NextRow());
-        m_pixels.RowIsThere();
-        if (Clock::now() - told > kPause) {
-            progress(*this);
-            told = Clock::now();
+    const bool inAnyOrder = file.Go(0);
+    for (int band = 0; !IsWhole(); band = inAnyOrder ? BandAfter(band) : band + 1) {
+        if (inAnyOrder) {
+            file.Go(m_pixels.TopOf(band));
+        }
+        while (!m_pixels.IsWhole(band)) {
+            if (m_isUnwanted) {
+                return;
+            }
+            file.ReadRows(1, m_pixels.NextRow(band));
+            m_pixels.RowIsThere(band);
+            if (Clock::now() - told > kPause) {
+                progress(*this);
+                told = Clock::now();
+            }
         }
     }
 }
 
+// The band to be read after one: that which somebody looks at, or else the next one below that is not there, and after
+// the last one those above.
+int LoadedPage::BandAfter(int band) const noexcept {
+    const int wanted = m_wanted.exchange(-1);
+    if (wanted >= 0 && !m_pixels.IsWhole(wanted)) {
+        return wanted;
+    }
+    int next = band;
+    do {
+        next = (next + 1) % m_pixels.Bands();
+    } while (m_pixels.IsWhole(next) && next != band);
+    return next;
+}
+
 ImageStore::ImageStore(std::vector<UserPath> images, std::function<void(const LoadedPage&)> progress)
-    : m_images(std::move(images)), m_progress(std::move(progress)) {}
+    : m_images(std::move(images)), m_progress(std::move(progress)) {
+    // While the browser starts.
+    m_readers.Run(PrepareTiles);
+}
 
 // Pages that are being read would keep their threads busy.
 ImageStore::~ImageStore() {

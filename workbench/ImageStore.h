@@ -51,6 +51,9 @@ class LoadedPage {
     /// Throws what reading it failed with, so far.
     void CheckSound() const;
 
+    /// Has the rows of a band read next, where the file lets them be read in any order.
+    void Want(int band) const noexcept { m_wanted = band; }
+
     /// Reads the rows, and calls `progress` now and then and at the end.
     void Read(const std::function<void(const LoadedPage&)>& progress);
 
@@ -59,6 +62,7 @@ class LoadedPage {
 
   private:
     void ReadRows(const std::function<void(const LoadedPage&)>& progress);
+    int BandAfter(int band) const noexcept;
 
     PageId m_id;
     UserPath m_path;
@@ -68,6 +72,7 @@ class LoadedPage {
     std::vector<std::string> m_channelNames;
     PagePixels m_pixels;
     std::atomic<bool> m_isUnwanted = false;
+    mutable std::atomic<int> m_wanted = -1;
     mutable std::mutex m_mutex;
     mutable std::condition_variable m_ended;
     bool m_hasEnded = false;

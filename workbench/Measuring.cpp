@@ -175,7 +175,7 @@ Json ProfileOf(const Figure& figure, const LoadedPage& page, std::optional<int> 
 
 Json ValueAt(const LoadedPage& page, int x, int y) {
     const RasterView image = page.Pixels().Level(0);
-    if (x < 0 || x >= image.size.width || y < 0 || y >= page.Pixels().Rows()) {
+    if (x < 0 || x >= image.size.width || y < 0 || !page.Pixels().IsThere(0, y)) {
         return nullptr;
     }
     return InType(image.depth, [&](auto* type) {

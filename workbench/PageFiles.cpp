@@ -10,6 +10,15 @@ namespace {
 
 namespace fs = std::filesystem;
 
+// A library for pages, as Debian packages it.
+struct Library {
+    const char* folder;
+    const char* file;  // what the page asks for
+    const char* package;
+};
+constexpr Library kLibraries[] = {{"leaflet", "leaflet.min.js", "libjs-leaflet"},
+                                  {"chart.js", "chart.min.js", "libjs-chart.js"}};
+
 // What a browser takes a file for; nothing for one that no page needs.
 const char* TypeOf(const fs::path& file) {
     static const std::map<std::string, const char*> kTypes = {{".html", "text/html; charset=utf-8"},
@@ -28,10 +37,14 @@ PageFiles::PageFiles() {
     std::error_code failure;
     const fs::path installed = DefaultModuleFolder() / "page";
     AddFolder("/static/", fs::exists(installed, failure) ? installed : fs::path(PAGE_SOURCES));
-    // Debian's packages of libraries for pages.
-    const fs::path libraries = "/usr/share/javascript";
-    for (const char* const library : {"leaflet", "chart.js"}) {
-        AddFolder(std::string("/lib/") + library + '/', libraries / library);
+    for (const Library& library : kLibraries) {
+        const std::string prefix = std::string("/lib/") + library.folder + '/';
+        const fs::path folder = fs::path("/usr/share/javascript") / library.folder;
+        AddFolder(prefix, folder);
+        if (m_files.count(prefix + library.file) == 0) {
+            throw Error("cannot show the page", (folder / library.file).string(),
+                        std::string("install the package ") + library.package, ErrorKind::missingFile);
+        }
     }
     if (const auto index = m_files.find("/static/index.html"); index != m_files.end()) {
         m_files.emplace("/", index->second);

@@ -12,7 +12,7 @@ namespace host::workbench {
 /// Knows its files by the paths of requests, once and for all: nothing else is ever served.
 class PageFiles {
   public:
-    /// Looks where an installation puts them, and in the sources.
+    /// Looks where an installation puts them, and in the sources. Throws Error when a library is not installed.
     PageFiles();
 
     /// Sends the file for the path of a request. Throws Error when there is none.

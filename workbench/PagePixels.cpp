@@ -74,12 +74,18 @@ void ReduceRow(const Value* upper, const Value* lower, int width, int channels, 
 
 PagePixels::PagePixels(const PageInfo& page) : m_channels(page.channels), m_depth(page.depth) {
     for (PixelSize size = page.size;; size = {(size.width + 1) / 2, (size.height + 1) / 2}) {
-        m_levels.emplace_back(size, m_bytes);
+        m_levels.push_back({size, m_bytes, nullptr});
         m_bytes += RowBytes(size) * static_cast<std::size_t>(size.height);
         m_bytes += (8 - m_bytes % 8) % 8;
         if (std::max(size.width, size.height) <= kTileSide) {
             break;
         }
+    }
+    // A band has whole rows of every copy.
+    m_bandHeight = std::max(kTileSide, 1 << (m_levels.size() - 1));
+    m_bands = (page.size.height + m_bandHeight - 1) / m_bandHeight;
+    for (Copy& copy : m_levels) {
+        copy.rows = std::make_unique<std::atomic<int>[]>(static_cast<std::size_t>(m_bands));
     }
     m_data = Mapped(m_bytes);
 }
@@ -88,6 +94,14 @@ PagePixels::~PagePixels() { munmap(m_data, std::max<std::size_t>(m_bytes, 1)); }
 
 std::size_t PagePixels::RowBytes(const PixelSize& size) const noexcept {
     return static_cast<std::size_t>(size.width) * static_cast<std::size_t>(m_channels) * BytesOf(m_depth);
+}
+
+std::byte* PagePixels::RowAt(const Copy& copy, int row) const noexcept {
+    return m_data + copy.offset + RowBytes(copy.size) * static_cast<std::size_t>(row);
+}
+
+int PagePixels::HeightOf(std::size_t level, int band) const noexcept {
+    return std::min(TopOf(level, band + 1), m_levels[level].size.height) - TopOf(level, band);
 }
 
 RasterView PagePixels::Level(int level) const noexcept {
@@ -102,39 +116,51 @@ RasterView PagePixels::Level(int level) const noexcept {
             static_cast<std::ptrdiff_t>(RowBytes(copy.size))};
 }
 
-std::byte* PagePixels::NextRow() noexcept {
-    const Copy& whole = m_levels.front();
-    return m_data + RowBytes(whole.size) * static_cast<std::size_t>(whole.rows);
+bool PagePixels::IsThere(int level, int row) const noexcept {
+    const auto at = static_cast<std::size_t>(level);
+    const int band = BandOf(level, row);
+    return row - TopOf(at, band) < m_levels[at].rows[static_cast<std::size_t>(band)];
 }
 
-void PagePixels::RowIsThere() {
-    ++m_levels.front().rows;
+bool PagePixels::IsWhole(int band) const noexcept {
+    return m_levels.front().rows[static_cast<std::size_t>(band)] == HeightOf(0, band);
+}
+
+std::byte* PagePixels::NextRow(int band) noexcept {
+    const Copy& whole = m_levels.front();
+    return RowAt(whole, TopOf(band) + whole.rows[static_cast<std::size_t>(band)]);
+}
+
+void PagePixels::RowIsThere(int band) {
+    const auto at = static_cast<std::size_t>(band);
+    ++m_levels.front().rows[at];
+    ++m_rows;
     for (std::size_t level = 0; level + 1 < m_levels.size(); ++level) {
-        const int rows = m_levels[level].rows;
-        if (rows % 2 == 1 && rows < m_levels[level].size.height) {
+        const int rows = m_levels[level].rows[at];
+        if (rows % 2 == 1 && rows < HeightOf(level, band)) {
             return;
         }
-        Reduce(level);
+        Reduce(level, band);
     }
 }
 
-// Makes the next row of the copy after `from`, of its last two rows.
-void PagePixels::Reduce(std::size_t from) {
-    Copy& copy = m_levels[from + 1];
+// Makes the next row of a band of the copy after `from`, of its last two rows.
+void PagePixels::Reduce(std::size_t from, int band) {
+    const Copy& copy = m_levels[from + 1];
+    std::atomic<int>& rows = copy.rows[static_cast<std::size_t>(band)];
     const RasterView source = Level(static_cast<int>(from));
-    const int upper = 2 * copy.rows;
-    const int lower = std::min(upper + 1, source.size.height - 1);
+    const int row = TopOf(from + 1, band) + rows;
+    const int lower = std::min(2 * row + 1, source.size.height - 1);
     InType(m_depth, [&](auto* type) {
         using Value = std::remove_pointer_t<decltype(type)>;
-        std::byte* const to = m_data + copy.offset + RowBytes(copy.size) * static_cast<std::size_t>(copy.rows);
         const auto reduce = m_channels == 1   ? ReduceRow<1, Value>
                             : m_channels == 3 ? ReduceRow<3, Value>
                             : m_channels == 4 ? ReduceRow<4, Value>
                                               : ReduceRow<0, Value>;
-        reduce(source.Row<Value>(upper), source.Row<Value>(lower), source.size.width, m_channels,
-               reinterpret_cast<Value*>(to));
+        reduce(source.Row<Value>(2 * row), source.Row<Value>(lower), source.size.width, m_channels,
+               reinterpret_cast<Value*>(RowAt(copy, row)));
     });
-    ++copy.rows;
+    ++rows;
 }
 
 }  // namespace host::workbench

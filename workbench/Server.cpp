@@ -98,6 +98,8 @@ void Server::Parts::Listen(int port) {
     http.new_task_queue = [] { return new BoundedThreads; };
     http.set_payload_max_length(kLongestBody);
     http.set_keep_alive_max_count(100'000);
+    // Ctrl-C waits that long for connections that nobody uses.
+    http.set_keep_alive_timeout(1);
     // An answer in several pieces would wait for the browser's word about the first.
     http.set_tcp_nodelay(true);
     // On the port of one that just ended, too; two never share one.

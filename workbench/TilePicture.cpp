@@ -1,15 +1,22 @@
 #include "workbench/TilePicture.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
+#include <iterator>
+#include <memory>
 #include <type_traits>
+#include <vips/vips8>
 
 #include "host/images/Image.h"
+#include "host/images/vips/Start.h"
 
 namespace host::workbench {
 
 namespace {
+
+using vips::VImage;
+
+constexpr PixelSize kTile{kTileSide, kTileSide};
 
 // The first of the channels that are shown, and how many they are.
 struct ShownChannels {
@@ -21,22 +28,26 @@ ShownChannels ShownOf(const PageInfo& info, std::optional<int> channel) noexcept
     return channel ? ShownChannels{*channel, 1} : ShownChannels{0, info.isColour ? 3 : 1};
 }
 
+// Up to about a million of the values that are there.
 template <class Value>
-std::vector<double> SomeValues(const RasterView& image, int rows, ShownChannels shown) {
+std::vector<double> SomeValues(const PagePixels& pixels, ShownChannels shown) {
     constexpr std::size_t kMost = std::size_t{1} << 20;
-    const std::size_t width = static_cast<std::size_t>(image.size.width);
-    const std::size_t pixels = width * static_cast<std::size_t>(rows);
-    const std::size_t step = 1 + pixels * static_cast<std::size_t>(shown.count) / kMost;
+    const RasterView image = pixels.Level(0);
+    const auto width = static_cast<std::size_t>(image.size.width);
+    const std::size_t step =
+        1 + width * static_cast<std::size_t>(pixels.Rows()) * static_cast<std::size_t>(shown.count) / kMost;
     std::vector<double> values;
-    for (std::size_t i = 0; i < pixels; i += step) {
-        const Value* const pixel =
-            image.Row<Value>(static_cast<int>(i / width)) + i % width * static_cast<std::size_t>(image.channels);
-        for (int channel = shown.first; channel < shown.first + shown.count; ++channel) {
-            const double value = static_cast<double>(pixel[channel]);
-            if (std::isfinite(value)) {
-                values.push_back(value);
-            }
+    std::size_t x = 0;
+    for (int row = 0; row < image.size.height; ++row) {
+        if (!pixels.IsThere(0, row)) {
+            continue;
         }
+        for (; x < width; x += step) {
+            const Value* const pixel = image.Row<Value>(row) + x * static_cast<std::size_t>(image.channels);
+            std::copy_if(pixel + shown.first, pixel + shown.first + shown.count, std::back_inserter(values),
+                         [](Value value) { return std::isfinite(static_cast<double>(value)); });
+        }
+        x -= width;
     }
     return values;
 }
@@ -48,53 +59,66 @@ double ValueAt(std::vector<double>& values, double share) {
     return *at;
 }
 
-// The part of a copy of the page that a tile shows, as far as it is read.
+// The part of a copy of the page that a tile shows.
 RasterView PartOf(const LoadedPage& page, const TileId& tile) {
     const RasterView level = page.Pixels().Level(tile.level);
-    const PixelRect there{0, 0, level.size.width, page.Pixels().Rows(tile.level)};
-    return level.Part(Intersection(there, {tile.x * kTileSide, tile.y * kTileSide, kTileSide, kTileSide}));
+    return level.Part(Intersection({0, 0, level.size.width, level.size.height},
+                                   {tile.x * kTileSide, tile.y * kTileSide, kTileSide, kTileSide}));
 }
 
+// The values of the channels that are shown, within the range; what is not a number is its lower end.
 template <class Value>
-std::uint8_t Shown(Value value, ShownRange range, double scale) noexcept {
-    // The lower bound stands first: what is not a number becomes it.
-    return static_cast<std::uint8_t>(std::min(std::max(0.0, (static_cast<double>(value) - range.low) * scale), 255.0) +
-                                     0.5);
-}
-
-template <class Value>
-void Paint(const RasterView& part, ShownChannels shown, ShownRange range, Raster& tile) {
-    const double scale = 255.0 / std::max(range.high - range.low, 1e-300);
-    std::array<std::uint8_t, 256> table{};
-    for (std::size_t i = 0; i < table.size(); ++i) {
-        table[i] = Shown(i, range, scale);
-    }
-    const auto show = [&](Value value) {
-        if constexpr (std::is_same_v<Value, std::uint8_t>) {
-            return table[value];
-        } else {
-            return Shown(value, range, scale);
-        }
-    };
+std::vector<double> ValuesOf(const RasterView& part, ShownChannels shown, ShownRange range) {
+    std::vector<double> values;
+    values.reserve(static_cast<std::size_t>(part.size.width) * static_cast<std::size_t>(part.size.height) *
+                   static_cast<std::size_t>(shown.count));
     for (int y = 0; y < part.size.height; ++y) {
         const Value* from = part.Row<Value>(y) + shown.first;
-        auto* to = tile.Row<std::uint8_t>(y);
         for (int x = 0; x < part.size.width; ++x, from += part.channels) {
-            to = std::transform(from, from + shown.count, to, show);
-            if (tile.Channels() > shown.count) {
-                *to++ = 255;
-            }
+            std::transform(from, from + shown.count, std::back_inserter(values), [&](Value value) {
+                return std::min(std::max(range.low, static_cast<double>(value)), range.high);
+            });
         }
     }
+    return values;
+}
+
+// How opaque the pixels of a part are, from 0 for those of rows that are not read yet to 255.
+std::vector<std::uint8_t> OpacityOf(const LoadedPage& page, const TileId& tile, PixelSize size) {
+    std::vector<std::uint8_t> opacity;
+    for (int y = 0; y < size.height; ++y) {
+        const bool isThere = page.Pixels().IsThere(tile.level, tile.y * kTileSide + y);
+        opacity.insert(opacity.end(), static_cast<std::size_t>(size.width), isThere ? 255 : 0);
+    }
+    return opacity;
+}
+
+// Pixels that the library reads where they lie.
+template <class Value>
+VImage PixelsOf(const std::vector<Value>& values, PixelSize size, int channels, VipsBandFormat format) {
+    return VImage::new_from_memory(const_cast<Value*>(values.data()), values.size() * sizeof(Value), size.width,
+                                   size.height, channels, format);
+}
+
+std::string Packed(const VImage& picture) {
+    const bool isGrey = picture.bands() < 3;
+    // The page is near: what counts is how soon a tile is packed.
+    const std::unique_ptr<VipsBlob, void (*)(VipsBlob*)> file(
+        picture
+            .copy(VImage::option()->set("interpretation", isGrey ? VIPS_INTERPRETATION_B_W : VIPS_INTERPRETATION_sRGB))
+            .pngsave_buffer(VImage::option()->set("compression", 1)->set("filter", VIPS_FOREIGN_PNG_FILTER_SUB)),
+        [](VipsBlob* blob) { vips_area_unref(VIPS_AREA(blob)); });
+    std::size_t bytes = 0;
+    const void* const data = vips_blob_get(file.get(), &bytes);
+    return {static_cast<const char*>(data), bytes};
 }
 
 }  // namespace
 
 ShownRange RangeOf(const LoadedPage& page, std::optional<int> channel, double percent) {
-    const RasterView image = page.Pixels().Level(0);
-    return InType(image.depth, [&](auto* type) {
+    return InType(page.Info().depth, [&](auto* type) {
         using Value = std::remove_pointer_t<decltype(type)>;
-        std::vector<double> values = SomeValues<Value>(image, page.Pixels().Rows(), ShownOf(page.Info(), channel));
+        std::vector<double> values = SomeValues<Value>(page.Pixels(), ShownOf(page.Info(), channel));
         if (values.empty()) {
             return ShownRange{};
         }
@@ -102,22 +126,39 @@ ShownRange RangeOf(const LoadedPage& page, std::optional<int> channel, double pe
     });
 }
 
-bool IsWhole(const LoadedPage& page, const TileId& tile) {
-    const int height = page.Pixels().Level(tile.level).size.height;
-    return page.Pixels().Rows(tile.level) >= std::min(height, (tile.y + 1) * kTileSide);
+std::optional<int> MissingBand(const LoadedPage& page, const TileId& tile) {
+    const PagePixels& pixels = page.Pixels();
+    const int end = std::min(pixels.Level(tile.level).size.height, (tile.y + 1) * kTileSide);
+    const int last = pixels.BandOf(tile.level, end - 1);
+    for (int band = pixels.BandOf(tile.level, tile.y * kTileSide); band <= last; ++band) {
+        if (!pixels.IsWhole(band)) {
+            return band;
+        }
+    }
+    return std::nullopt;
 }
 
+void PrepareTiles() { StartVips(); }
+
 std::string TileOf(const LoadedPage& page, const TileId& tile, std::optional<int> channel, ShownRange range) {
+    StartVips();
     const RasterView part = PartOf(page, tile);
     const ShownChannels shown = ShownOf(page.Info(), channel);
-    const PixelSize size{kTileSide, kTileSide};
-    Raster picture(size, part.size == size ? shown.count : shown.count + 1, Depth::u8);
-    std::fill_n(picture.Data(), picture.RowBytes() * kTileSide, std::byte{0});
-    if (!part.IsEmpty()) {
-        InType(part.depth,
-               [&](auto* type) { Paint<std::remove_pointer_t<decltype(type)>>(part, shown, range, picture); });
+    // Before the pixels are looked at, which may come meanwhile.
+    const std::vector<std::uint8_t> opacity = OpacityOf(page, tile, part.size);
+    const std::vector<double> values = InType(
+        part.depth, [&](auto* type) { return ValuesOf<std::remove_pointer_t<decltype(type)>>(part, shown, range); });
+    const double scale = 255.0 / std::max(range.high - range.low, 1e-300);
+    VImage picture = PixelsOf(values, part.size, shown.count, VIPS_FORMAT_DOUBLE)
+                         .linear(1.0, -range.low)
+                         .linear(scale, 0.5)
+                         .cast(VIPS_FORMAT_UCHAR);
+    if (part.size != kTile || std::count(opacity.begin(), opacity.end(), 0) > 0) {
+        // What lies beside the page is black and transparent.
+        picture =
+            picture.bandjoin(PixelsOf(opacity, part.size, 1, VIPS_FORMAT_UCHAR)).embed(0, 0, kTile.width, kTile.height);
     }
-    return EncodeImage(Format::png, picture.View());
+    return Packed(picture);
 }
 
 }  // namespace host::workbench

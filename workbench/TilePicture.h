@@ -19,8 +19,11 @@ struct TileId {
 /// those rows that are there. Looks at some million values of a large page.
 ShownRange RangeOf(const LoadedPage& page, std::optional<int> channel, double percent);
 
-/// Whether all pixels of a tile are there.
-bool IsWhole(const LoadedPage& page, const TileId& tile);
+/// The first band of the page that a tile needs and that is not there as a whole; nothing when all of it is.
+std::optional<int> MissingBand(const LoadedPage& page, const TileId& tile);
+
+/// Starts what tiles are made with, which takes a while. Throws std::runtime_error, as the first tile then does.
+void PrepareTiles();
 
 /// A tile as PNG: in grey of one channel, or in the page's colours. What lies outside the page, or is not read yet, is
 /// transparent, and what is not a number is black. The tile must lie in the page.

@@ -47,6 +47,8 @@ class FileReader {
     virtual int Pages() const { return 1; }
     /// Turns to a page, from 0, and its first row. Throws std::runtime_error for what cannot be read at all.
     virtual PageInfo Turn(int page) = 0;
+    /// Makes a row of the page the next one; false, and nothing changes, where rows come one after the other only.
+    virtual bool Go(int /*row*/) { return false; }
     /// Reads the next row of the page, RowBytes of it. False when neither it nor the rows below can be read.
     virtual bool ReadRow(std::byte* row) = 0;
     /// What was wrong in the file first; empty as long as nothing was.

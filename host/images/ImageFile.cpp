@@ -265,6 +265,12 @@ void ImageFile::Turn(int page) {
     }
 }
 
+bool ImageFile::Go(int row) {
+    const bool isThere = m_parts->reader->Go(row);
+    m_next = isThere ? row : m_next;
+    return isThere;
+}
+
 bool ImageFile::ReadRow(std::byte* row) {
     const bool isRead = m_parts->reader->ReadRow(row);
     CheckFault();

@@ -76,6 +76,9 @@ class ImageFile {
     void Turn(int page);
     const PageInfo& Page() const noexcept { return m_page; }
 
+    /// Makes a row of the page, which must have it, the next one. False, and nothing changes, where the file's rows can
+    /// only be read one after the other.
+    bool Go(int row);
     /// Reads the next `count` rows, which the page must have, into Page().RowBytes() each. How many could be read:
     /// fewer only when damage is taken. Throws Error.
     int ReadRows(int count, std::byte* rows);

@@ -132,6 +132,15 @@ TEST_F(ImageFiles, OfEveryKindHoldWhatTheToolsOfOthersStored) {
         EXPECT_EQ(image.page.hasAlpha, made.pixel.size() % 2 == 0);
         ImageFile again{UserPath(File(made.file))};
         EXPECT_EQ(PixelAt(again.Read({9, 5, 4, 3}).pixels.View(), kX - 9, kY - 5), made.pixel);
+        ImageFile anyOrder{UserPath(File(made.file))};
+        ASSERT_EQ(anyOrder.Go(8), fs::path(made.file).extension() == ".tif");
+        for (const int row : {8, kY, 0, 3, kY}) {
+            Raster one({13, 1}, image.page.channels, image.page.depth);
+            if (anyOrder.Go(row)) {
+                ASSERT_EQ(anyOrder.ReadRows(1, one.Row<std::byte>(0)), 1);
+                EXPECT_EQ(PixelAt(one.View(), kX, 0), PixelAt(image.pixels.View(), kX, row)) << row;
+            }
+        }
         if (made.pixel.size() >= 3 && made.depth == Depth::u8) {
             EXPECT_EQ(PixelAt(Luma(image).View(), kX, kY)[0], 0.299 * 117 + 0.587 * 111 + 0.114 * 193);
         }

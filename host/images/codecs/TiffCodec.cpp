@@ -168,18 +168,19 @@ class TiffReader : public FileReader {
 
     int Pages() const override { return m_pages; }
     PageInfo Turn(int page) override;
+    bool Go(int row) override;
     bool ReadRow(std::byte* row) override;
     std::string Fault() const override { return m_fault.Text(); }
 
   private:
-    void Go(int page);
+    void Find(int page);
     void SetColours(const Layout& layout);
     void SetPitch();
     void SetWarnings(const Layout& layout);
     void SetPalette(const Layout& layout);
     void SetBlocks(const Layout& layout);
-    bool ReadBand();
-    bool ReadBlock(int column, int plane);
+    bool ReadBand(int top);
+    bool ReadBlock(int top, int column, int plane);
     void Place(int column, int plane);
     const std::byte* Values(const std::byte* packed, std::size_t count);
     void PlaceColours(const std::byte* values, std::size_t count, std::byte* row) const;
@@ -202,13 +203,15 @@ class TiffReader : public FileReader {
     std::vector<std::byte> m_band;
     bool m_byLine = false;
     int m_next = 0;
+    int m_bandTop = -1;  // The first row of the band that is there.
 };
 
 PageInfo TiffReader::Turn(int page) {
-    Go(page);
+    Find(page);
     TIFF* const tiff = m_tiff.get();
     m_page = PageInfo();
     m_next = 0;
+    m_bandTop = -1;
     const auto width = Tag<std::uint32_t>(tiff, TIFFTAG_IMAGEWIDTH);
     const auto height = Tag<std::uint32_t>(tiff, TIFFTAG_IMAGELENGTH);
     const auto most = static_cast<std::uint32_t>(std::numeric_limits<int>::max());
@@ -231,7 +234,7 @@ PageInfo TiffReader::Turn(int page) {
     return m_page;
 }
 
-void TiffReader::Go(int page) {
+void TiffReader::Find(int page) {
     const auto number = static_cast<tdir_t>(page);
     TIFF* const tiff = m_tiff.get();
     // The next page is read from where this one ends; any other is looked for from the first.
@@ -344,10 +347,21 @@ void TiffReader::SetBlocks(const Layout& layout) {
     m_unpackedBytes = static_cast<std::size_t>(m_blockWidth) * samples * BytesOf(layout.StoredDepth());
 }
 
+// A strip that is decoded line by line has to be decoded from its first one.
+bool TiffReader::Go(int row) {
+    m_next = m_byLine ? m_next : row;
+    return !m_byLine;
+}
+
 bool TiffReader::ReadRow(std::byte* row) {
     const int inBand = m_next % m_blockHeight;
-    if (inBand == 0 && !ReadBand()) {
-        return false;
+    const int top = m_next - inBand;
+    if (m_bandTop != top) {
+        m_bandTop = -1;
+        if (!ReadBand(top)) {
+            return false;
+        }
+        m_bandTop = top;
     }
     const std::size_t length = m_page.RowBytes();
     std::memcpy(row, m_band.data() + static_cast<std::size_t>(inBand) * length, length);
@@ -356,13 +370,13 @@ bool TiffReader::ReadRow(std::byte* row) {
 }
 
 // Memory is taken here and not before, since a header may claim any size and be refused for it.
-bool TiffReader::ReadBand() {
+bool TiffReader::ReadBand(int top) {
     m_block.resize(m_blockBytes);
     m_unpacked.resize(m_unpackedBytes);
-    m_band.resize(m_page.RowBytes() * static_cast<std::size_t>(std::min(m_blockHeight, m_page.size.height - m_next)));
+    m_band.resize(m_page.RowBytes() * static_cast<std::size_t>(std::min(m_blockHeight, m_page.size.height - top)));
     for (int plane = 0; plane < (m_layout->isPlanar ? m_layout->samples : 1); ++plane) {
         for (int column = 0; column < m_page.size.width; column += m_blockWidth) {
-            if (!ReadBlock(column, plane)) {
+            if (!ReadBlock(top, column, plane)) {
                 return false;
             }
             Place(column, plane);
@@ -371,10 +385,10 @@ bool TiffReader::ReadBand() {
     return true;
 }
 
-// Reads the block that begins in the next row at a column.
-bool TiffReader::ReadBlock(int column, int plane) {
+// Reads the block that begins in a row at a column.
+bool TiffReader::ReadBlock(int top, int column, int plane) {
     TIFF* const tiff = m_tiff.get();
-    const auto row = static_cast<std::uint32_t>(m_next);
+    const auto row = static_cast<std::uint32_t>(top);
     const auto sample = static_cast<std::uint16_t>(plane);
     const auto size = static_cast<tmsize_t>(m_block.size());
     if (m_byLine) {
@@ -383,7 +397,7 @@ bool TiffReader::ReadBlock(int column, int plane) {
     // A strip may hold fewer rows than the others, a tile never does.
     const tmsize_t expected = m_layout->isTiled ? size
                                                 : static_cast<tmsize_t>(m_blockRowBytes) *
-                                                      std::min(m_blockHeight, m_page.size.height - m_next);
+                                                      std::min(m_blockHeight, m_page.size.height - top);
     const tmsize_t got =
         m_layout->isTiled
             ? TIFFReadEncodedTile(tiff, TIFFComputeTile(tiff, static_cast<std::uint32_t>(column), row, 0, sample),

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "host/images/FileReader.h"
+#include "host/images/vips/Start.h"
 
 namespace host {
 
@@ -37,24 +38,6 @@ Loader LoaderOf(Format format) {
             return {"ppmload", false};
         default:
             return {"magickload", false};
-    }
-}
-
-void StartOnce() {
-    static const bool started = [] {
-        if (VIPS_INIT("roi") != 0) {
-            return false;
-        }
-        // Whoever calls has threads enough, and files change under the names by which results would be kept.
-        vips_concurrency_set(1);
-        vips_cache_set_max(0);
-        // Warnings come as errors where they matter.
-        g_log_set_handler(
-            "VIPS", G_LOG_LEVEL_MASK, [](const char*, GLogLevelFlags, const char*, void*) {}, nullptr);
-        return true;
-    }();
-    if (!started) {
-        throw std::runtime_error("libvips does not start");
     }
 }
 
@@ -237,6 +220,6 @@ bool VipsReader::ReadRow(std::byte* row) {
 }  // namespace host
 
 extern "C" [[gnu::visibility("default")]] host::FileReader* OpenImageFile(host::Format format, std::FILE* file) {
-    host::StartOnce();
+    host::StartVips();
     return std::make_unique<host::VipsReader>(format, file).release();
 }

@@ -19,7 +19,7 @@ import { map, showProgress } from "./viewport.js";
 function tellProgress(progress) {
     const note = byId("progress", HTMLElement);
     note.hidden = progress.rows >= progress.height;
-    note.textContent = `Reading the image: row ${progress.rows} of ${progress.height}`;
+    note.textContent = `Reading the image: ${progress.rows} of ${progress.height} rows`;
     showProgress(progress);
 }
 
