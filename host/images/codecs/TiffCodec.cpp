@@ -395,9 +395,9 @@ bool TiffReader::ReadBlock(int top, int column, int plane) {
         return TIFFReadScanline(tiff, m_block.data(), row, sample) == 1;
     }
     // A strip may hold fewer rows than the others, a tile never does.
-    const tmsize_t expected = m_layout->isTiled ? size
-                                                : static_cast<tmsize_t>(m_blockRowBytes) *
-                                                      std::min(m_blockHeight, m_page.size.height - top);
+    const tmsize_t expected =
+        m_layout->isTiled ? size
+                          : static_cast<tmsize_t>(m_blockRowBytes) * std::min(m_blockHeight, m_page.size.height - top);
     const tmsize_t got =
         m_layout->isTiled
             ? TIFFReadEncodedTile(tiff, TIFFComputeTile(tiff, static_cast<std::uint32_t>(column), row, 0, sample),
