@@ -19,34 +19,34 @@ namespace host::cli {
 
 namespace {
 
-void AddCommands(CLI::App& roi) {
-    AddClassesCommand(roi);
-    AddAddCommand(roi);
-    AddSetCommand(roi);
-    AddListCommand(roi);
-    AddRemoveCommand(roi);
-    AddNodesCommand(roi);
-    AddDragCommand(roi);
-    AddPointCommand(roi);
-    AddHitCommand(roi);
-    AddTransformCommand(roi);
-    AddCloneCommand(roi);
-    AddConvertCommand(roi);
-    AddMeasureCommand(roi);
-    AddDrawCommand(roi);
-    AddMaskCommand(roi);
-    AddLabelsCommand(roi);
-    AddProfileCommand(roi);
-    AddOpenCommand(roi);
-    AddHistogramCommand(roi);
-    AddExportCommand(roi);
-    AddImportCommand(roi);
-    AddUndoCommand(roi);
-    AddRedoCommand(roi);
-    AddLogCommand(roi);
-    AddCheckCommand(roi);
-    AddManualCommand(roi);
-    AddCompletionCommand(roi);
+struct Command {
+    const char* name;
+    void (*add)(CLI::App& roi);
+};
+
+// In the order of the help.
+constexpr Command kCommands[] = {
+    {"classes", AddClassesCommand},     {"add", AddAddCommand},         {"set", AddSetCommand},
+    {"list", AddListCommand},           {"remove", AddRemoveCommand},   {"nodes", AddNodesCommand},
+    {"drag", AddDragCommand},           {"point", AddPointCommand},     {"hit", AddHitCommand},
+    {"transform", AddTransformCommand}, {"clone", AddCloneCommand},     {"convert", AddConvertCommand},
+    {"measure", AddMeasureCommand},     {"draw", AddDrawCommand},       {"mask", AddMaskCommand},
+    {"labels", AddLabelsCommand},       {"profile", AddProfileCommand}, {"open", AddOpenCommand},
+    {"histogram", AddHistogramCommand}, {"export", AddExportCommand},   {"import", AddImportCommand},
+    {"undo", AddUndoCommand},           {"redo", AddRedoCommand},       {"log", AddLogCommand},
+    {"check", AddCheckCommand},         {"manual", AddManualCommand},   {"completion", AddCompletionCommand}};
+
+// A command that tells of all others, or a word that names none, takes all of them. Else the one is enough: many run
+// for less time than it takes to set the others up.
+void AddCommands(CLI::App& roi, const std::string& word) {
+    const bool tellsOfAll = word == "manual" || word == "completion";
+    const auto named =
+        std::find_if(std::begin(kCommands), std::end(kCommands), [&](const Command& one) { return one.name == word; });
+    if (named != std::end(kCommands) && !tellsOfAll) {
+        named->add(roi);
+    } else {
+        std::for_each(std::begin(kCommands), std::end(kCommands), [&](const Command& one) { one.add(roi); });
+    }
     roi.require_subcommand(1);
 }
 
@@ -134,8 +134,9 @@ int main(int argc, char** argv) {
             "  7  some of many images failed; the rows of the others stand\n"
             "Each command has its own --help with an example.");
         roi.set_version_flag("--version", "roi " ROI_VERSION);
-        AddCommands(roi);
-        Run(roi, Words(argc, argv));
+        const std::vector<std::string> words = Words(argc, argv);
+        AddCommands(roi, words.empty() ? "" : words.front());
+        Run(roi, words);
         return kExitDone;
     } catch (const CLI::RuntimeError& answer) {
         return answer.get_exit_code();
