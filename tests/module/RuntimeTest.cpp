@@ -84,6 +84,8 @@ TEST(TextOfAVariant, DependsOnWhatItHolds) {
     EXPECT_EQ(both(-1), L"-3.25 -3.25");
     EXPECT_EQ(both(0), L"-3 -3.25");
     EXPECT_EQ(both(3), L"-3.250 -3.25");
+    variant->SetDouble(-3.5);
+    EXPECT_EQ(both(1), L"-3.5 -3.5");
     variant->SetInteger(7);
     EXPECT_EQ(both(3), L"7 7");
     const auto store = As<IVariantStore>(variant.Get());

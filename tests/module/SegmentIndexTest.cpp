@@ -43,8 +43,10 @@ TEST(SegmentIndex, LooksAtFewBoxesHoweverTheLineRuns) {
     };
     for (const auto& row : kRows) {
         SCOPED_TRACE(row.name);
+        std::vector<Box> more = row.boxes;
+        more.push_back({1e9, 1e9 + 1, 1e9, 1e9 + 1});  // Which is not counted, and would make cells huge.
         roi::SegmentIndex index;
-        ASSERT_TRUE(index.Build(row.boxes.data(), static_cast<int>(row.boxes.size())));
+        ASSERT_TRUE(index.Build(more.data(), static_cast<int>(row.boxes.size())));
         for (const Box& box : row.boxes) {
             const std::size_t looked = index.Beside({box.minX + 3, box.minY + 1}).size();
             ASSERT_GE(looked, 1u);
@@ -101,6 +103,13 @@ TEST(SegmentIndex, TakesLittleMemoryWhereBoxesAreLarge) {
     ASSERT_TRUE(index.Build(boxes.data(), static_cast<int>(boxes.size())));
     EXPECT_GE(index.Beside({500, 1000}).size(), 460u);
     EXPECT_LE(index.Beside({500, 1000}).size(), 700u);
+    // Dots along a diagonal: a cell for each would take as many again for the empty ones.
+    boxes.clear();
+    for (int i = 0; i < 1000; ++i) {
+        boxes.push_back({i + 0.0, i + 0.01, i + 0.0, i + 0.01});
+    }
+    ASSERT_TRUE(index.Build(boxes.data(), 1000));
+    EXPECT_GE(index.Beside({500, 500}).size(), 8u);
 }
 
 }  // namespace
