@@ -66,13 +66,26 @@ RasterView PartOf(const LoadedPage& page, const TileId& tile) {
                                    {tile.x * kTileSide, tile.y * kTileSide, kTileSide, kTileSide}));
 }
 
-// The values of the channels that are shown, within the range; what is not a number is its lower end.
+// Which rows of a tile's part are there: the others may be written just now.
+std::vector<bool> RowsThere(const LoadedPage& page, const TileId& tile, int height) {
+    std::vector<bool> there;
+    for (int y = 0; y < height; ++y) {
+        there.push_back(page.Pixels().IsThere(tile.level, tile.y * kTileSide + y));
+    }
+    return there;
+}
+
+// The values of the channels that are shown, within the range; what is not a number, or not there, is its lower end.
 template <class Value>
-std::vector<double> ValuesOf(const RasterView& part, ShownChannels shown, ShownRange range) {
+std::vector<double> ValuesOf(const RasterView& part, const std::vector<bool>& there, ShownChannels shown,
+                             ShownRange range) {
     std::vector<double> values;
-    values.reserve(static_cast<std::size_t>(part.size.width) * static_cast<std::size_t>(part.size.height) *
-                   static_cast<std::size_t>(shown.count));
+    values.reserve(static_cast<std::size_t>(part.size.width * part.size.height * shown.count));
     for (int y = 0; y < part.size.height; ++y) {
+        if (!there[static_cast<std::size_t>(y)]) {
+            values.resize(values.size() + static_cast<std::size_t>(part.size.width * shown.count), range.low);
+            continue;
+        }
         const Value* from = part.Row<Value>(y) + shown.first;
         for (int x = 0; x < part.size.width; ++x, from += part.channels) {
             std::transform(from, from + shown.count, std::back_inserter(values), [&](Value value) {
@@ -83,12 +96,11 @@ std::vector<double> ValuesOf(const RasterView& part, ShownChannels shown, ShownR
     return values;
 }
 
-// How opaque the pixels of a part are, from 0 for those of rows that are not read yet to 255.
-std::vector<std::uint8_t> OpacityOf(const LoadedPage& page, const TileId& tile, PixelSize size) {
+// How opaque the pixels of a part are, from 0 to 255.
+std::vector<std::uint8_t> OpacityOf(const std::vector<bool>& there, int width) {
     std::vector<std::uint8_t> opacity;
-    for (int y = 0; y < size.height; ++y) {
-        const bool isThere = page.Pixels().IsThere(tile.level, tile.y * kTileSide + y);
-        opacity.insert(opacity.end(), static_cast<std::size_t>(size.width), isThere ? 255 : 0);
+    for (const bool isThere : there) {
+        opacity.resize(opacity.size() + static_cast<std::size_t>(width), isThere ? 255 : 0);
     }
     return opacity;
 }
@@ -144,16 +156,18 @@ std::string TileOf(const LoadedPage& page, const TileId& tile, std::optional<int
     StartVips();
     const RasterView part = PartOf(page, tile);
     const ShownChannels shown = ShownOf(page.Info(), channel);
-    // Before the pixels are looked at, which may come meanwhile.
-    const std::vector<std::uint8_t> opacity = OpacityOf(page, tile, part.size);
-    const std::vector<double> values = InType(
-        part.depth, [&](auto* type) { return ValuesOf<std::remove_pointer_t<decltype(type)>>(part, shown, range); });
-    const double scale = 255.0 / std::max(range.high - range.low, 1e-300);
+    const std::vector<bool> there = RowsThere(page, tile, part.size.height);
+    // A range without extent shows white what lies above it.
+    range.high = std::max(range.high, range.low + 1e-9 * std::max(std::abs(range.low), 1.0));
+    const std::vector<double> values = InType(part.depth, [&](auto* type) {
+        return ValuesOf<std::remove_pointer_t<decltype(type)>>(part, there, shown, range);
+    });
+    const std::vector<std::uint8_t> opacity = OpacityOf(there, part.size.width);
     VImage picture = PixelsOf(values, part.size, shown.count, VIPS_FORMAT_DOUBLE)
                          .linear(1.0, -range.low)
-                         .linear(scale, 0.5)
+                         .linear(255.0 / (range.high - range.low), 0.5)
                          .cast(VIPS_FORMAT_UCHAR);
-    if (part.size != kTile || std::count(opacity.begin(), opacity.end(), 0) > 0) {
+    if (part.size != kTile || std::count(there.begin(), there.end(), false) > 0) {
         // What lies beside the page is black and transparent.
         picture =
             picture.bandjoin(PixelsOf(opacity, part.size, 1, VIPS_FORMAT_UCHAR)).embed(0, 0, kTile.width, kTile.height);
