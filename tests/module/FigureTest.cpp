@@ -156,6 +156,9 @@ TEST(Profile, CountsOnFromMinusOne) {
     EXPECT_EQ(figure->GetCenter(&x, &y), E_FAIL);
     EXPECT_EQ(figure->GetThickness(0, &x, &y), E_INVALIDARG);
     EXPECT_EQ(figure->GetNodePoint(kProfilePoint, 0, &x, &y), E_INVALIDARG);
+    int column = 1, row = 2;
+    EXPECT_EQ(figure->GetNodePointI(kProfilePoint, 0, &column, &row), S_OK);
+    EXPECT_EQ(std::pair(column, row), std::pair(0, 0)) << "nothing that lay in memory";
     Affine map;
     EXPECT_EQ(figure->Transform(&map), S_OK);
     EXPECT_TRUE(map.asked.empty());
