@@ -233,6 +233,8 @@ const Scenarios& ProfileScenarios() {
                 {"GetNodePoint", {1, 3}, {30, 0}},
                 {"InsertPoint", {0, -9, 0}},
                 {"GetThickness", {0}, {2, 3}}})},
+        {"so does one in front of the two that there are", "ROIProfile",
+         after({{"InsertPoint", {0, -9, 0}}, {"GetThickness", {0}, {2, 3}}})},
         {"a first point is 20 thick on both sides",
          "ROIProfile",
          {{"AddPoint", {1, 2}}, {"GetPoint", {0}, {1, 2, -1000, 20, 20}}}},

@@ -72,6 +72,8 @@ TEST(Identifier, IsDerivedFromTheName) {
     EXPECT_EQ(bytes("IPoint5"), bytes("IPoint_"));
     EXPECT_EQ(std::memcmp(&IID_IUnknown, "\0\0\0\0\0\0\0\0\xC0\0\0\0\0\0\0\x46", 16), 0);
     EXPECT_EQ(IID_IROIParallelogram, IidModel("IROIParallelogram"));
+    EXPECT_TRUE(IID_IUnknown != IID_IROIParallelogram);
+    EXPECT_FALSE(IID_IUnknown != IID_IUnknown);
 }
 
 }  // namespace

@@ -24,6 +24,15 @@ std::vector<Box> ToAndFro(int lines, int steps) {
     return boxes;
 }
 
+// Boxes of lines that are one long segment each.
+std::vector<Box> LongLines(int lines) {
+    std::vector<Box> boxes;
+    for (int line = 0; line < lines; ++line) {
+        boxes.push_back({0, 1000, 20.0 * line - 2, 20.0 * line + 2});
+    }
+    return boxes;
+}
+
 std::vector<Box> Turned(std::vector<Box> boxes) {
     for (Box& box : boxes) {
         box = {box.minY, box.maxY, box.minX, box.maxX};
@@ -37,9 +46,13 @@ TEST(SegmentIndex, LooksAtFewBoxesHoweverTheLineRuns) {
         std::vector<Box> boxes;
         std::size_t most;
     } kRows[] = {
-        {"along x", ToAndFro(1, 10000), 4},      {"along y", Turned(ToAndFro(1, 10000)), 4},
-        {"to and fro", ToAndFro(100, 100), 12},  {"to and fro along y", Turned(ToAndFro(40, 250)), 12},
+        {"along x", ToAndFro(1, 10000), 4},
+        {"along y", Turned(ToAndFro(1, 10000)), 4},
+        {"to and fro", ToAndFro(100, 100), 12},
+        {"to and fro along y", Turned(ToAndFro(40, 250)), 12},
         {"few long lines", ToAndFro(4, 20), 12},
+        {"long lines", LongLines(100), 4},
+        {"long lines along y", Turned(LongLines(100)), 4},
     };
     for (const auto& row : kRows) {
         SCOPED_TRACE(row.name);
