@@ -244,8 +244,8 @@ TEST(ClassTable, HasTheOperationsOfTheClassBehindTheObjectBase) {
     EXPECT_CLOSE(Read2([&](double* x, double* y) { return ring->GetRadius(0, x, y); }), Point(10, 10));
     EXPECT_CLOSE(Read2([&](double* x, double* y) { return ring->GetRadius(1, x, y); }), Point(30, 30));
     EXPECT_EQ(CallSlot(arc.Get(), 10, 48.0, 76.0, 64.0, 88.0, 34.0, 78.0, 50.0, 90.0), E_FAIL);
-    // The smallest edges: 0.01 * 0.01 is the determinant that still counts.
-    EXPECT_EQ(CallSlot(arc.Get(), 10, 0.01, 0.0, 0.02, 0.0, 0.0, 0.01, 0.0, 0.02), S_OK);
+    // Half a turn less a sine of 0.0001, which still counts.
+    EXPECT_EQ(CallSlot(arc.Get(), 10, 0.0, 1.0, 1.0, 1.0, 0.0, 0.0, -1.0, 0.0001000000005), S_OK);
 
     // A shape has a page, but does not say so.
     SmartPtr<INamedCollection> pages;

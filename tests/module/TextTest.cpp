@@ -43,6 +43,7 @@ void ExpectEllipseTexts() {
     tagREFString text{};
     ASSERT_TRUE(longest && longest->GetText(&text.text, &text.length) == S_OK);
     EXPECT_EQ(text.length, 1 + 309 + 1 + 9);
+    EXPECT_EQ(TextToInteger({2, L"123"}), 12) << "and nothing that lies beyond";
 }
 
 TEST(EllipseText, HasTheDecimalsItsValueNeeds) { ExpectEllipseTexts(); }
