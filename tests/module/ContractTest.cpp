@@ -1,6 +1,7 @@
 // The module's entry points and the identifiers. What its classes answer and do slot by slot is what
 // `roi check` tries, and the order of every interface's operations is compared with the accepted one.
 #include <array>
+#include <climits>
 #include <cstring>
 
 #include "Harness.h"
@@ -74,6 +75,14 @@ TEST(Identifier, IsDerivedFromTheName) {
     EXPECT_EQ(IID_IROIParallelogram, IidModel("IROIParallelogram"));
     EXPECT_TRUE(IID_IUnknown != IID_IROIParallelogram);
     EXPECT_FALSE(IID_IUnknown != IID_IUnknown);
+}
+
+TEST(ReferenceString, TellsWhetherItTookTheCharacters) {
+    CREFString string;
+    EXPECT_TRUE(string.Assign(L"ab", 2));
+    EXPECT_TRUE(string.Append(L"cd", 2));
+    EXPECT_FALSE(string.Append(L"e", INT_MAX)) << "more than a length can say, and nothing is read";
+    EXPECT_EQ(std::wstring(string.text, static_cast<std::size_t>(string.length)), L"abcd");
 }
 
 }  // namespace
