@@ -59,7 +59,7 @@ class CREFString : public tagREFString {
     static SmartPtr<ISuperCollection> CreateCollection() noexcept;
 
   private:
-    static constexpr int kInline = 24;
+    static constexpr int kInline = 20;
 
     bool Put(int kept, const wchar_t* characters, int count) noexcept;
 

@@ -3,6 +3,8 @@
 #include <bit>
 #include <cstdint>
 #include <cstring>
+#include <string>
+#include <string_view>
 
 #include "framework/CreatableString.h"
 #include "framework/ParameterValue.h"
@@ -11,74 +13,73 @@ namespace {
 
 static_assert(std::endian::native == std::endian::little, "blocks are copied as they lie in memory");
 
-constexpr std::uint32_t kLargestBlock = 16u << 20;
-constexpr std::uint32_t kSmallestEntry = 3 * sizeof(std::uint32_t);
+constexpr std::size_t kLargestBlock = std::size_t{16} << 20;
 
-using Bytes = std::vector<std::uint8_t>;
+// All that a block holds is made of words, and so of characters: texts lie in it as they are handed out.
+using Words = std::vector<wchar_t>;
+
+template <class Record>
+constexpr std::size_t kWordsOf = sizeof(Record) / sizeof(wchar_t);
+
+// What stands before the name of an entry.
+struct EntryHead {
+    std::int32_t presentationKind;
+    ValueType type;
+    std::uint32_t nameLength;
+};
 
 class BlockWriter {
   public:
-    template <class Word>
-    void Put(Word word) {
-        Append(&word, sizeof word);
+    template <class Record>
+    void Put(const Record& record) {
+        wchar_t words[kWordsOf<Record>];
+        std::memcpy(words, &record, sizeof record);
+        m_words.append(words, kWordsOf<Record>);
     }
-    void PutText(tagREFString text) {
-        Put(static_cast<std::uint32_t>(text.length));
-        Append(text.text, static_cast<std::size_t>(text.length) * sizeof(wchar_t));
-    }
-    // The bytes, with their number in the word that is kept free for it.
-    const Bytes& Finished() noexcept {
-        const auto size = static_cast<std::uint32_t>(m_bytes.size());
-        std::memcpy(m_bytes.data(), &size, sizeof size);
-        return m_bytes;
+    // The characters alone, without their number.
+    void PutText(tagREFString text) { m_words.append(text.text, static_cast<std::size_t>(text.length)); }
+    // The block, with its number of bytes in the word that is kept free for it.
+    std::wstring_view Finished() noexcept {
+        m_words.front() = static_cast<wchar_t>(m_words.size() * sizeof(wchar_t));
+        return m_words;
     }
 
   private:
-    void Append(const void* data, std::size_t size) {
-        const auto* bytes = static_cast<const std::uint8_t*>(data);
-        m_bytes.insert(m_bytes.end(), bytes, bytes + size);
-    }
-
-    Bytes m_bytes = Bytes(sizeof(std::uint32_t));
+    std::wstring m_words = std::wstring(1, L'\0');
 };
 
 // Reads what the block holds and never beyond it: the first failure makes all that follow fail.
 class BlockReader {
   public:
-    explicit BlockReader(const Bytes& bytes) noexcept : m_at(bytes.data()), m_left(bytes.size()) {}
+    explicit BlockReader(const Words& words) noexcept : m_at(words.data()), m_left(words.size()) {}
 
-    template <class Word>
-    Word Get() noexcept {
-        Word word{};
-        if (Take(sizeof word)) {
-            std::memcpy(&word, m_at - sizeof word, sizeof word);
+    template <class Record>
+    Record Get() noexcept {
+        Record record{};
+        if (Take(kWordsOf<Record>)) {
+            std::memcpy(&record, m_at - kWordsOf<Record>, sizeof record);
         }
-        return word;
+        return record;
     }
-    // Copies a text out, since the characters need not lie aligned.
-    void GetText(std::wstring* text) {
-        const auto length = Get<std::uint32_t>();
-        const std::size_t size = std::size_t{length} * sizeof(wchar_t);
-        text->clear();
-        if (Take(size) && length > 0) {
-            text->resize(length);
-            std::memcpy(text->data(), m_at - size, size);
-        }
+    // A text, which stays in the block.
+    tagREFString GetText(std::uint32_t length) noexcept {
+        return Take(length) ? tagREFString{static_cast<int>(length), m_at - length} : tagREFString{0, m_at};
     }
+    // In words.
     std::size_t Left() const noexcept { return m_left; }
     bool Sound() const noexcept { return m_sound; }
 
   private:
-    bool Take(std::size_t size) noexcept {
-        m_sound = m_sound && size <= m_left;
+    bool Take(std::size_t words) noexcept {
+        m_sound = m_sound && words <= m_left;
         if (m_sound) {
-            m_at += size;
-            m_left -= size;
+            m_at += words;
+            m_left -= words;
         }
         return m_sound;
     }
 
-    const std::uint8_t* m_at;
+    const wchar_t* m_at;
     std::size_t m_left;
     bool m_sound = true;
 };
@@ -95,13 +96,14 @@ void PutValue(const ParameterValue& value, BlockWriter* writer) {
             break;
         case ValueType::kVariantText:
         case ValueType::kStringText:
+            writer->Put(static_cast<std::uint32_t>(value.text.length));
             writer->PutText(value.text);
             break;
     }
 }
 
 // False for a type that does not exist.
-bool GetValue(BlockReader* reader, ParameterValue* value, std::wstring* storage) {
+bool GetValue(BlockReader* reader, ParameterValue* value) noexcept {
     switch (value->type) {
         case ValueType::kNone:
             return true;
@@ -113,30 +115,23 @@ bool GetValue(BlockReader* reader, ParameterValue* value, std::wstring* storage)
             return true;
         case ValueType::kVariantText:
         case ValueType::kStringText:
-            reader->GetText(storage);
-            value->text = {static_cast<int>(storage->size()), storage->data()};
+            value->text = reader->GetText(reader->Get<std::uint32_t>());
             return true;
     }
     return false;
 }
 
-Result ReadEntry(BlockReader* reader, ParameterEntries* entries) {
-    ParameterEntry entry;
+bool ReadEntry(BlockReader* reader, ParameterEntry* entry) noexcept {
+    const auto head = reader->Get<EntryHead>();
+    const tagREFString name = reader->GetText(head.nameLength);
     ParameterValue value;
-    std::wstring name;
-    std::wstring storage;
-    entry.presentationKind = reader->Get<std::int32_t>();
-    value.type = static_cast<ValueType>(reader->Get<std::uint32_t>());
-    reader->GetText(&name);
-    if (!GetValue(reader, &value, &storage) || !reader->Sound()) {
-        return E_FAIL;
+    value.type = head.type;
+    if (!GetValue(reader, &value) || !reader->Sound()) {
+        return false;
     }
-    entry.item = MakeItem(value);
-    if (!entry.item || !entry.name.Assign(name.data(), static_cast<int>(name.size()))) {
-        return E_FAIL;
-    }
-    entries->push_back(std::move(entry));
-    return S_OK;
+    entry->presentationKind = head.presentationKind;
+    entry->item = MakeItem(value);
+    return entry->item && entry->name.Assign(name.text, name.length);
 }
 
 SmartPtr<ICreatableString> BlockName() noexcept {
@@ -158,39 +153,40 @@ Result SaveBlock(const ParameterEntries& entries, IFolderStream& stream) {
         if (!ReadItem(entry.item.Get(), &value)) {
             return E_FAIL;
         }
-        writer.Put(static_cast<std::int32_t>(entry.presentationKind));
-        writer.Put(static_cast<std::uint32_t>(value.type));
+        writer.Put(EntryHead{entry.presentationKind, value.type, static_cast<std::uint32_t>(entry.name.length)});
         writer.PutText(entry.name);
         PutValue(value, &writer);
     }
-    const Bytes& bytes = writer.Finished();
+    const std::wstring_view words = writer.Finished();
+    const std::size_t size = words.size() * sizeof(wchar_t);
     const auto name = BlockName();
-    if (bytes.size() > kLargestBlock || !name) {
+    if (size > kLargestBlock || !name) {
         return E_FAIL;
     }
-    return stream.WriteBinary(name.Get(), bytes.data(), static_cast<int>(bytes.size()), 0);
+    return stream.WriteBinary(name.Get(), words.data(), static_cast<int>(size), 0);
 }
 
 Result LoadBlock(IFolderStream& stream, ParameterEntries* entries) {
     const auto name = BlockName();
     std::uint32_t size = 0;
-    if (!name || Failed(stream.ReadBinary(name.Get(), &size, sizeof size, 0)) || size > kLargestBlock) {
+    if (!name || Failed(stream.ReadBinary(name.Get(), &size, sizeof size, 0)) || size > kLargestBlock ||
+        size % sizeof(wchar_t) != 0) {
         return E_FAIL;
     }
-    Bytes bytes(size);
-    if (Failed(stream.ReadBinary(name.Get(), bytes.data(), static_cast<int>(size), 0))) {
+    Words words(size / sizeof(wchar_t));
+    if (Failed(stream.ReadBinary(name.Get(), words.data(), static_cast<int>(size), 0))) {
         return E_FAIL;
     }
-    BlockReader reader(bytes);
+    BlockReader reader(words);
     reader.Get<std::uint32_t>();  // The size again.
     const auto count = reader.Get<std::uint32_t>();
-    if (!reader.Sound() || count > reader.Left() / kSmallestEntry) {
+    if (!reader.Sound() || count > reader.Left() / kWordsOf<EntryHead>) {
         return E_FAIL;
     }
     entries->reserve(count);
-    Result code = S_OK;
-    for (std::uint32_t i = 0; i < count && Succeeded(code); ++i) {
-        code = ReadEntry(&reader, entries);
+    bool sound = true;
+    for (std::uint32_t i = 0; i < count && sound; ++i) {
+        sound = ReadEntry(&reader, &entries->emplace_back());
     }
-    return Succeeded(code) && reader.Left() == 0 ? code : E_FAIL;
+    return sound && reader.Left() == 0 ? S_OK : E_FAIL;
 }

@@ -1,9 +1,11 @@
 #include "framework/ParameterValue.h"
 
+#include <algorithm>
 #include <charconv>
 #include <optional>
 #include <string_view>
 #include <system_error>
+#include <type_traits>
 
 #include "framework/CreatableString.h"
 #include "framework/Variant.h"
@@ -23,22 +25,26 @@ constexpr bool NeedsEscape(wchar_t c) noexcept {
            code > 0x10FFFF;
 }
 
-std::wstring Quoted(tagREFString text, wchar_t quote) {
-    std::wstring quoted(1, quote);
-    quoted.reserve(static_cast<std::size_t>(text.length) + 2);
-    for (int i = 0; i < text.length; ++i) {
-        if (!NeedsEscape(text.text[i])) {
-            quoted += text.text[i];
+void AppendASCII(std::string_view characters, std::wstring* text) {
+    text->resize(text->size() + characters.size());
+    std::copy(characters.begin(), characters.end(), text->end() - static_cast<std::ptrdiff_t>(characters.size()));
+}
+
+void AppendQuoted(tagREFString plain, wchar_t quote, std::wstring* text) {
+    *text += quote;
+    for (int i = 0; i < plain.length; ++i) {
+        if (!NeedsEscape(plain.text[i])) {
+            *text += plain.text[i];
             continue;
         }
         char digits[8];
         const auto end =
-            std::to_chars(digits, digits + sizeof digits, static_cast<std::uint32_t>(text.text[i]), 16).ptr;
-        quoted += L'\\';
-        quoted.append(digits, end);
-        quoted += L';';
+            std::to_chars(digits, digits + sizeof digits, static_cast<std::uint32_t>(plain.text[i]), 16).ptr;
+        *text += L'\\';
+        AppendASCII({digits, end}, text);
+        *text += L';';
     }
-    return quoted += quote;
+    *text += quote;
 }
 
 // One escape, with `rest` behind its backslash; what it stands for, with `rest` behind its end.
@@ -115,19 +121,14 @@ std::optional<ParameterValue> ReadNumber(std::wstring_view text) noexcept {
 }
 
 template <class Number>
-std::wstring Digits(Number number) {
+void AppendNumber(Number number, std::wstring* text) {
     char digits[kLongestNumber];
-    const auto end = std::to_chars(digits, digits + sizeof digits, number).ptr;
-    return {digits, end};
-}
-
-std::wstring DoubleText(double number) {
-    std::wstring text = Digits(number);
+    const std::string_view written(digits, std::to_chars(digits, digits + sizeof digits, number).ptr);
+    AppendASCII(written, text);
     // "inf" and "nan" have an 'n'. Digits alone would read back as an integer.
-    if (text.find_first_of(L".en") == std::wstring::npos) {
-        text += L".0";
+    if (std::is_floating_point_v<Number> && written.find_first_of(".en") == written.npos) {
+        *text += L".0";
     }
-    return text;
 }
 
 std::wstring_view Trimmed(tagREFString text) noexcept {
@@ -194,20 +195,19 @@ SmartPtr<IUnknown> MakeItem(const ParameterValue& value) noexcept {
     return item;
 }
 
-std::wstring ToText(const ParameterValue& value) {
+void AppendText(const ParameterValue& value, std::wstring* text) {
     switch (value.type) {
         case ValueType::kInteger:
-            return Digits(value.integer);
+            return AppendNumber(value.integer, text);
         case ValueType::kDouble:
-            return DoubleText(value.number);
+            return AppendNumber(value.number, text);
         case ValueType::kVariantText:
-            return Quoted(value.text, L'"');
+            return AppendQuoted(value.text, L'"', text);
         case ValueType::kStringText:
-            return Quoted(value.text, L'\'');
+            return AppendQuoted(value.text, L'\'', text);
         case ValueType::kNone:
-            break;
+            *text += kNothing;
     }
-    return std::wstring(kNothing);
 }
 
 ParameterValue FromText(tagREFString text, std::wstring* storage) {

@@ -26,7 +26,7 @@ bool ReadItem(IUnknown* item, ParameterValue* value) noexcept;
 /// A new item that carries the value; empty without memory.
 SmartPtr<IUnknown> MakeItem(const ParameterValue& value) noexcept;
 
-/// The value as text that reads back exactly:
+/// Appends the value as text that reads back exactly:
 ///
 ///     none              nothing is held
 ///     -12               an integer
@@ -36,7 +36,7 @@ SmartPtr<IUnknown> MakeItem(const ParameterValue& value) noexcept;
 ///     'text'            the text of a string object
 ///
 /// A NaN keeps its sign and no more.
-std::wstring ToText(const ParameterValue& value);
+void AppendText(const ParameterValue& value, std::wstring* text);
 
 /// Reads such a text back. Blanks around it are ignored, and a text that has none of these forms is that
 /// of a string object. `storage` holds the text of the value, if any.

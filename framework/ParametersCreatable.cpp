@@ -4,6 +4,16 @@
 #include "framework/ParameterBlock.h"
 #include "framework/ParameterValue.h"
 
+namespace {
+
+void MakeRoom(ParameterEntries* entries) {
+    if (entries->empty()) {
+        entries->reserve(8);  // Most figures have as many parameters or fewer.
+    }
+}
+
+}  // namespace
+
 const ParameterEntry* CParametersCreatable::At(int index) const noexcept {
     const bool inside = index >= 0 && static_cast<std::size_t>(index) < m_entries.size();
     return inside ? &m_entries[static_cast<std::size_t>(index)] : nullptr;
@@ -48,9 +58,7 @@ Result CParametersCreatable::Add(IString* name, IUnknown* value, int reserved, i
         }
         entry.item = SmartPtr<IUnknown>::Share(value);
         entry.presentationKind = presentationKind;
-        if (m_entries.empty()) {
-            m_entries.reserve(8);  // Most figures have as many parameters or fewer.
-        }
+        MakeRoom(&m_entries);
         m_entries.push_back(std::move(entry));
         return S_OK;
     });
@@ -78,25 +86,25 @@ int CParametersCreatable::GetPresentationKind(int index) noexcept {
 namespace {
 
 Result SaveElements(const ParameterEntries& entries, IXMLStream& stream) {
-    // All texts before the first is written, so that a list that cannot be stored leaves no half.
-    std::vector<std::wstring> texts;
-    texts.reserve(entries.size());
-    for (const ParameterEntry& entry : entries) {
-        ParameterValue value;
-        if (!ReadItem(entry.item.Get(), &value)) {
+    // All values before the first is written, so that a list that cannot be stored leaves no half.
+    std::vector<ParameterValue> values(entries.size());
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+        if (!ReadItem(entries[i].item.Get(), &values[i])) {
             return E_FAIL;
         }
-        texts.push_back(ToText(value));
     }
     const auto name = MakeObject<ICreatableString, CCreatableString>();
     const auto value = MakeObject<ICreatableString, CCreatableString>();
     if (!name || !value) {
         return E_FAIL;
     }
+    std::wstring text;
     for (std::size_t i = 0; i < entries.size(); ++i) {
         const tagREFString nameText = entries[i].name;
+        text.clear();
+        AppendText(values[i], &text);
         if (Failed(name->SetText(nameText.length, nameText.text)) ||
-            Failed(value->SetText(static_cast<int>(texts[i].size()), texts[i].data())) ||
+            Failed(value->SetText(static_cast<int>(text.size()), text.data())) ||
             Failed(stream.WriteValue(name.Get(), 0, value.Get(), 0))) {
             return E_FAIL;
         }
@@ -120,7 +128,8 @@ Result ForEachChild(IXMLStream& stream, Visit visit) {
     return code;
 }
 
-// Adds an element's value. An element without text is no value but an object without any.
+// Adds an element's value; a failure leaves the entries of no use. An element without text is no value but an object
+// without any.
 Result AddElement(tagREFString name, tagREFString text, IUnknown* child, ParameterEntries* entries) {
     const auto string = SmartPtr<IString>::QueryFrom(text.length > 0 ? nullptr : child);
     if (string) {
@@ -129,14 +138,11 @@ Result AddElement(tagREFString name, tagREFString text, IUnknown* child, Paramet
     if (text.length <= 0) {
         return S_OK;
     }
+    MakeRoom(entries);
     std::wstring storage;
-    ParameterEntry entry;
+    ParameterEntry& entry = entries->emplace_back();
     entry.item = MakeItem(FromText(text, &storage));
-    if (!entry.item || !entry.name.Assign(name.text, name.length)) {
-        return E_FAIL;
-    }
-    entries->push_back(std::move(entry));
-    return S_OK;
+    return entry.item && entry.name.Assign(name.text, name.length) ? S_OK : E_FAIL;
 }
 
 Result LoadElements(IXMLStream& stream, ParameterEntries* entries) {

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <ctime>
 #include <memory>
 #include <new>
 #include <optional>
@@ -23,9 +24,6 @@ constexpr zip_uint64_t kLargestTotal = zip_uint64_t{256} << 20;
 constexpr std::size_t kLongestPath = 65535;
 // Deflating saves less than a small block's entry in the archive takes.
 constexpr std::size_t kSmallBlock = 4096;
-// The first date that a zip file can express, so that the same blocks give the same bytes.
-constexpr zip_uint16_t kNoTime = 0;
-constexpr zip_uint16_t kFirstDate = 1u << 5 | 1u;
 constexpr int kZlibOutOfMemory = -4;
 
 [[noreturn]] void Fail(const std::string& reason) { throw std::runtime_error(reason); }
@@ -147,7 +145,16 @@ FolderArchive::Block ReadSpareEntry(zip_t* archive, zip_uint64_t index, const zi
     }
 }
 
-void AddEntry(zip_t* archive, const std::string& path, const FolderArchive::Block& block) {
+// The first date that a zip file can express, so that the same blocks give the same bytes. A zip file tells local time.
+std::time_t FirstDate() noexcept {
+    std::tm date{};
+    date.tm_year = 80;
+    date.tm_mday = 1;
+    date.tm_isdst = -1;
+    return std::mktime(&date);
+}
+
+void AddEntry(zip_t* archive, const std::string& path, const FolderArchive::Block& block, std::time_t date) {
     Source source(zip_source_buffer(archive, block.data(), block.size(), 0));
     const zip_int64_t added =
         source != nullptr ? zip_file_add(archive, path.c_str(), source.get(), ZIP_FL_ENC_UTF_8) : -1;
@@ -157,8 +164,7 @@ void AddEntry(zip_t* archive, const std::string& path, const FolderArchive::Bloc
     static_cast<void>(source.release());  // The archive's now.
     const auto index = static_cast<zip_uint64_t>(added);
     const zip_int32_t method = block.size() < kSmallBlock ? ZIP_CM_STORE : ZIP_CM_DEFLATE;
-    if (zip_set_file_compression(archive, index, method, 0) != 0 ||
-        zip_file_set_dostime(archive, index, kNoTime, kFirstDate, 0) != 0) {
+    if (zip_set_file_compression(archive, index, method, 0) != 0 || zip_file_set_mtime(archive, index, date, 0) != 0) {
         Fail(path + ": " + ReasonOf(zip_get_error(archive)));
     }
 }
@@ -212,7 +218,10 @@ void TakeEntry(zip_t* archive, zip_uint64_t index, std::string_view spare, zip_u
     FolderArchive::Block block =
         isSpare ? ReadSpareEntry(archive, index, entry, kLargestTotal - total) : ReadEntry(archive, index, entry);
     total += block.size();
-    if (!blocks.try_emplace(std::move(path), std::move(block)).second) {
+    // Archives are written in the order of their paths, so that each has its place behind those before it.
+    const std::size_t before = blocks.size();
+    blocks.try_emplace(blocks.end(), std::move(path), std::move(block));
+    if (blocks.size() == before) {
         Fail(std::string(entry.name) + ": more than one entry of this name");
     }
 }
@@ -337,8 +346,9 @@ std::string FolderArchive::ToBytes() const {
     CheckSizes(m_blocks);
     const Source source = MakeSource({});
     Archive archive = OpenArchive(source, ZIP_TRUNCATE);
+    const std::time_t date = FirstDate();
     for (const auto& [path, block] : m_blocks) {
-        AddEntry(archive.get(), path, block);
+        AddEntry(archive.get(), path, block, date);
     }
     if (zip_close(archive.get()) != 0) {
         Fail(ReasonOf(zip_get_error(archive.get())));
@@ -371,7 +381,7 @@ class CFolderStream final : public FrameworkComponent<CFolderStream, IDataStream
     using Answers = InterfaceMap<IObjectInfo, IDataStream, IFolderStream>;
 
     CFolderStream(std::shared_ptr<FolderArchive> archive, std::string folder) noexcept
-        : m_archive(std::move(archive)), m_folder(std::move(folder)) {}
+        : m_archive(std::move(archive)), m_path(std::move(folder)), m_folderLength(m_path.size()) {}
 
     Result WriteBinary(IString* name, const void* data, int bytes, int reserved) noexcept override {
         constexpr const char* kOperation = "IFolderStream::WriteBinary";
@@ -379,12 +389,11 @@ class CFolderStream final : public FrameworkComponent<CFolderStream, IDataStream
             return E_INVALIDARG;
         }
         return Guarded(kOperation, [&] {
-            std::string path;
-            if (!PathOf(*name, &path)) {
+            if (!FindPath(*name) || !IsSoundPath(m_path)) {
                 return E_INVALIDARG;
             }
             const auto* first = static_cast<const std::uint8_t*>(data);
-            m_archive->Put(path, FolderArchive::Block(first, first + bytes));
+            m_archive->Put(m_path, FolderArchive::Block(first, first + bytes));
             return S_OK;
         });
     }
@@ -395,8 +404,7 @@ class CFolderStream final : public FrameworkComponent<CFolderStream, IDataStream
             return E_INVALIDARG;
         }
         return Guarded(kOperation, [&] {
-            std::string path;
-            const FolderArchive::Block* block = PathOf(*name, &path) ? m_archive->Find(path) : nullptr;
+            const FolderArchive::Block* block = FindPath(*name) ? m_archive->Find(m_path) : nullptr;
             if (block == nullptr) {
                 return E_FAIL;
             }
@@ -420,19 +428,24 @@ class CFolderStream final : public FrameworkComponent<CFolderStream, IDataStream
         return true;
     }
 
-    // The path of a block in this folder; false for a name that is not one plain part of a path.
-    bool PathOf(IString& name, std::string* path) const {
+    // Makes the path that of a block in this folder; false for a name that is no part of one.
+    bool FindPath(IString& name) {
         tagREFString text{0, nullptr};
         if (Failed(name.GetText(&text.text, &text.length))) {
             return false;
         }
-        *path = m_folder.empty() ? "" : m_folder + '/';
-        const std::size_t start = path->size();
-        return AppendUtf8(text, path) && path->find('/', start) == path->npos && IsSoundPath(*path);
+        m_path.resize(m_folderLength);
+        if (!m_path.empty()) {
+            m_path += '/';
+        }
+        const std::size_t start = m_path.size();
+        return AppendUtf8(text, &m_path) && m_path.find('/', start) == m_path.npos;
     }
 
     std::shared_ptr<FolderArchive> m_archive;
-    std::string m_folder;
+    // That of the block looked for last. It begins with the folder's.
+    std::string m_path;
+    std::size_t m_folderLength;
 };
 
 SmartPtr<IDataStream> MakeFolderStream(std::shared_ptr<FolderArchive> archive, std::string folder) noexcept {

@@ -17,12 +17,14 @@ std::string TextOf(IUnknown* string) {
     return ToUtf8(text);
 }
 
+bool IsText(IVariant* variant) noexcept { return variant == nullptr || variant->HasString() != 0; }
+
 std::variant<int, double, std::string> ValueOf(IUnknown* item) {
     const auto variant = SmartPtr<IVariant>::QueryFrom(item);
     if (!variant) {
         return TextOf(item);
     }
-    if (variant->HasString() != 0) {
+    if (IsText(variant.Get())) {
         SmartPtr<IUnknown> held;
         variant->GetString(held.Receive());
         return TextOf(held.Get());
@@ -33,12 +35,22 @@ std::variant<int, double, std::string> ValueOf(IUnknown* item) {
     return variant->GetDouble();
 }
 
-NamedValue Entry(INamedCollection& list, IListing& listing, int index) {
-    tagREFString name{0, nullptr};
-    listing.GetName(index, &name);
-    SmartPtr<IUnknown> item;
-    list.GetItem(index, item.Receive());
-    return {ToUtf8(name), ValueOf(item.Get()), listing.GetPresentationKind(index)};
+// The entries of a list whose items are wanted.
+template <class IsWanted>
+std::vector<NamedValue> EntriesThat(INamedCollection& list, IsWanted isWanted) {
+    std::vector<NamedValue> entries;
+    const auto listing = SmartPtr<IListing>::QueryFrom(&list);
+    const int count = listing ? listing->GetCount() : 0;
+    for (int i = 0; i < count; ++i) {
+        SmartPtr<IUnknown> item;
+        list.GetItem(i, item.Receive());
+        if (isWanted(item.Get())) {
+            tagREFString name{0, nullptr};
+            listing->GetName(i, &name);
+            entries.push_back({ToUtf8(name), ValueOf(item.Get()), listing->GetPresentationKind(i)});
+        }
+    }
+    return entries;
 }
 
 SmartPtr<IUnknown> ObjectOf(const NamedValue& value) {
@@ -68,13 +80,11 @@ std::string NamedValue::AsAssignment() const {
 }
 
 std::vector<NamedValue> Entries(INamedCollection& list) {
-    std::vector<NamedValue> entries;
-    if (const auto listing = SmartPtr<IListing>::QueryFrom(&list)) {
-        for (int i = 0; i < listing->GetCount(); ++i) {
-            entries.push_back(Entry(list, *listing, i));
-        }
-    }
-    return entries;
+    return EntriesThat(list, [](IUnknown*) { return true; });
+}
+
+std::vector<NamedValue> TextEntries(INamedCollection& list) {
+    return EntriesThat(list, [](IUnknown* item) { return IsText(SmartPtr<IVariant>::QueryFrom(item).Get()); });
 }
 
 SmartPtr<INamedCollection> MakeList(const std::vector<NamedValue>& values) {

@@ -23,6 +23,8 @@ struct NamedValue {
 /// The entries of a list, in its order, or none when the list does not answer IListing. What is neither a number
 /// nor a text reads as an empty text.
 std::vector<NamedValue> Entries(INamedCollection& list);
+/// Those of the entries that are texts.
+std::vector<NamedValue> TextEntries(INamedCollection& list);
 
 /// A new list of these entries, in this order; numbers as variants, texts as strings. Null when the framework cannot
 /// give the list, a string or a variant.

@@ -3,8 +3,19 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <type_traits>
 
 namespace {
+
+// Most texts are ASCII, and are copied as they are. A loop without a way out takes many characters at a time.
+template <class Character>
+bool IsASCII(const Character* characters, std::size_t count) noexcept {
+    Character bits = 0;
+    for (std::size_t i = 0; i < count; ++i) {
+        bits |= characters[i];
+    }
+    return static_cast<std::make_unsigned_t<Character>>(bits) < 0x80;
+}
 
 constexpr char32_t kReplacement = 0xFFFD;
 
@@ -52,13 +63,13 @@ std::string EscapedCharacter(unsigned char c) {
 }  // namespace
 
 bool AppendUtf8(tagREFString text, std::string* utf8) {
-    // Most texts are ASCII from end to end, and are copied at once.
-    const wchar_t* const end = text.text + std::max(text.length, 0);
-    const wchar_t* const beyond = std::find_if(text.text, end, [](wchar_t c) { return c < 0 || c >= 0x80; });
-    const auto ascii = static_cast<std::size_t>(beyond - text.text);
-    utf8->resize(utf8->size() + ascii);
-    std::copy(text.text, beyond, utf8->end() - static_cast<std::ptrdiff_t>(ascii));
-    for (int i = static_cast<int>(ascii); i < text.length; ++i) {
+    const auto length = static_cast<std::size_t>(std::max(text.length, 0));
+    if (IsASCII(text.text, length)) {
+        utf8->resize(utf8->size() + length);
+        std::copy_n(text.text, length, utf8->end() - static_cast<std::ptrdiff_t>(length));
+        return true;
+    }
+    for (std::size_t i = 0; i < length; ++i) {
         const auto code = static_cast<char32_t>(text.text[i]);
         if (code < 0x80) {
             *utf8 += static_cast<char>(code);
@@ -83,26 +94,29 @@ std::string ToUtf8(tagREFString text) {
     return utf8;
 }
 
-std::wstring FromUtf8(std::string_view utf8) {
-    const auto* const beyond =
-        std::find_if(utf8.begin(), utf8.end(), [](char c) { return static_cast<unsigned char>(c) >= 0x80; });
-    std::wstring text(utf8.begin(), beyond);
-    text.reserve(utf8.size());
-    utf8.remove_prefix(text.size());
-    while (!utf8.empty()) {
-        if (static_cast<unsigned char>(utf8.front()) < 0x80) {
-            text += static_cast<wchar_t>(utf8.front());
-            utf8.remove_prefix(1);
-        } else {
-            text += static_cast<wchar_t>(TakeCharacter(&utf8));
-        }
+void FromUtf8(std::string_view utf8, std::wstring* text) {
+    text->resize(utf8.size());  // A character takes a byte or more.
+    if (IsASCII(utf8.data(), utf8.size())) {
+        std::copy(utf8.begin(), utf8.end(), text->begin());
+        return;
     }
+    text->clear();
+    while (!utf8.empty()) {
+        *text += static_cast<wchar_t>(TakeCharacter(&utf8));
+    }
+}
+
+std::wstring FromUtf8(std::string_view utf8) {
+    std::wstring text;
+    FromUtf8(utf8, &text);
     return text;
 }
 
 std::string Harmless(std::string_view text) {
-    std::string line;
-    for (std::size_t i = 0; i < text.size(); ++i) {
+    const auto* const odd =
+        std::find_if(text.begin(), text.end(), [](unsigned char c) { return c < 0x20 || c == 0x7F || c == 0xC2; });
+    std::string line(text.begin(), odd);
+    for (std::size_t i = line.size(); i < text.size(); ++i) {
         const auto c = static_cast<unsigned char>(text[i]);
         const auto next = static_cast<unsigned char>(i + 1 < text.size() ? text[i + 1] : 0);
         if (c < 0x20 || c == 0x7F) {

@@ -1,6 +1,7 @@
 #include "framework/support/XMLStream.h"
 
 #include <algorithm>
+#include <cstring>
 #include <utility>
 
 #include "framework/FrameworkComponent.h"
@@ -30,8 +31,9 @@ bool IsElementName(const std::string& name) noexcept {
 // Line ends other than \n would be rewritten when the document is read; other control characters
 // cannot stand in one.
 bool CanStandInXML(tagREFString text) noexcept {
-    return std::none_of(text.text, text.text + std::max(text.length, 0), [](wchar_t c) {
-        return (c >= 0 && c < 0x20 && c != L'\t' && c != L'\n') || c == 0xFFFE || c == 0xFFFF;
+    return std::all_of(text.text, text.text + std::max(text.length, 0), [](wchar_t c) {
+        const auto code = static_cast<char32_t>(c);
+        return (code >= 0x20 && code < 0xFFFE) || code > 0xFFFF || code == '\t' || code == '\n';
     });
 }
 
@@ -42,8 +44,10 @@ bool TextOf(IString& string, std::string* utf8) {
 }
 
 const char* NameOf(pugi::xml_node element) noexcept {
-    const pugi::xml_attribute attribute = element.attribute(kNameAttribute);
-    return attribute && std::string_view(element.name()) == kUnnamedElement ? attribute.value() : element.name();
+    const char* const name = element.name();
+    const auto attribute =
+        std::strcmp(name, kUnnamedElement) == 0 ? element.attribute(kNameAttribute) : pugi::xml_attribute();
+    return attribute ? attribute.value() : name;
 }
 
 pugi::xml_node FirstElementFrom(pugi::xml_node node) noexcept {
@@ -71,8 +75,8 @@ class CXMLStream final : public FrameworkComponent<CXMLStream, IDataStream, IXML
         }
         return Guarded("IXMLStream::WriteValue", [&] {
             std::string nameText;
-            std::string valueText;
-            if (!TextOf(*name, &nameText) || !TextOf(*value, &valueText)) {
+            m_written.clear();
+            if (!TextOf(*name, &nameText) || !TextOf(*value, &m_written)) {
                 return E_INVALIDARG;
             }
             const bool named = IsElementName(nameText);
@@ -80,7 +84,9 @@ class CXMLStream final : public FrameworkComponent<CXMLStream, IDataStream, IXML
             if (element && !named) {
                 element.append_attribute(kNameAttribute).set_value(nameText.c_str());
             }
-            return element && (valueText.empty() || element.text().set(valueText.c_str())) ? S_OK : E_FAIL;
+            const bool written =
+                m_written.empty() || element.append_child(pugi::node_pcdata).set_value(m_written.c_str());
+            return element && written ? S_OK : E_FAIL;
         });
     }
 
@@ -91,13 +97,14 @@ class CXMLStream final : public FrameworkComponent<CXMLStream, IDataStream, IXML
         }
         *name = {0, nullptr};
         return Guarded("IXMLStream::NextChild", [&] {
-            m_current = FirstElementFrom(m_current ? m_current.next_sibling() : m_element.first_child());
-            if (!m_current) {
-                return E_FAIL;
+            const pugi::xml_node next =
+                FirstElementFrom(m_current ? m_current.next_sibling() : m_element.first_child());
+            if (next) {
+                FromUtf8(NameOf(next), &m_name);
+                *name = Text(m_name);
             }
-            m_name = FromUtf8(NameOf(m_current));
-            *name = Text(m_name);
-            return S_OK;
+            m_current = next;
+            return next ? S_OK : E_FAIL;
         });
     }
 
@@ -108,8 +115,7 @@ class CXMLStream final : public FrameworkComponent<CXMLStream, IDataStream, IXML
         }
         *child = nullptr;
         return Guarded("IXMLStream::OpenChild", [&] {
-            std::string wanted;
-            const pugi::xml_node element = AppendUtf8(name, &wanted) ? FindChild(wanted) : pugi::xml_node();
+            const pugi::xml_node element = m_current && name == Text(m_name) ? m_current : FindChild(name);
             if (!element) {
                 return E_FAIL;
             }
@@ -129,7 +135,7 @@ class CXMLStream final : public FrameworkComponent<CXMLStream, IDataStream, IXML
         *text = nullptr;
         *length = 0;
         return Guarded("IString::GetText", [&] {
-            m_text = FromUtf8(m_element.text().get());
+            FromUtf8(m_element.text().get(), &m_text);
             *text = m_text.data();
             *length = static_cast<int>(m_text.size());
             return S_OK;
@@ -142,12 +148,14 @@ class CXMLStream final : public FrameworkComponent<CXMLStream, IDataStream, IXML
     }
 
   private:
-    pugi::xml_node FindChild(std::string_view name) const noexcept {
-        if (m_current && NameOf(m_current) == name) {
-            return m_current;
+    // The first child element of that name.
+    pugi::xml_node FindChild(tagREFString name) const {
+        std::string wanted;
+        if (!AppendUtf8(name, &wanted)) {
+            return {};
         }
         return m_element.find_child(
-            [name](pugi::xml_node node) { return node.type() == pugi::node_element && NameOf(node) == name; });
+            [&wanted](pugi::xml_node node) { return node.type() == pugi::node_element && NameOf(node) == wanted; });
     }
 
     // Puts characters behind the given beginning of the element's text.
@@ -172,6 +180,8 @@ class CXMLStream final : public FrameworkComponent<CXMLStream, IDataStream, IXML
     // What was handed out last, kept for the receiver.
     std::wstring m_name;
     std::wstring m_text;
+    // What was written last: its room serves the next.
+    std::string m_written;
 };
 
 SmartPtr<IDataStream> MakeXMLStream(XMLDocument document, pugi::xml_node element) noexcept {
