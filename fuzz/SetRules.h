@@ -14,19 +14,20 @@
 /// into radians and back, and a parallelogram that leans far is changed by its own loading.)
 template <class Read, class Write>
 void LoadAndSave(const std::string& bytes, Read read, Write write) {
-    std::vector<host::Figure> figures;
+    host::RoiSet set;
     try {
-        figures = read(Modules(), bytes);
+        set = read(Modules(), bytes);
     } catch (const std::exception& refusal) {
         REQUIRE(refusal.what()[0] != '\0');
         return;
     }
+    const std::vector<host::Figure>& figures = set.Figures();
     for (const host::Figure& figure : figures) {
         host::LostInXML(figure);
     }
     // What is thrown from here on ends the process.
-    const std::vector<host::Figure> again = read(Modules(), write(figures));
+    const host::RoiSet again = read(Modules(), write(figures));
     REQUIRE(
-        std::equal(figures.begin(), figures.end(), again.begin(), again.end(),
+        std::equal(figures.begin(), figures.end(), again.Figures().begin(), again.Figures().end(),
                    [](const host::Figure& a, const host::Figure& b) { return a.name == b.name && a.type == b.type; }));
 }

@@ -4,7 +4,6 @@
 
 #include <span>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "contract/IROI.h"
@@ -71,15 +70,11 @@ struct FigureClass {
 
     // Files
     bool readsXML = true;
-    bool cutsXML = false;  ///< whether its own reading stops at a decimal point: the host hands it the values
     /// What XML does not keep of a figure, as half a sentence; empty when it keeps all.
     std::string (*lostInXML)(const Figure& figure) = nullptr;
 };
 
 /// All rows, in the order in which people are told of them.
 std::span<const FigureClass* const> FigureClasses() noexcept;
-
-/// The row of a class, or null for a name that is not registered.
-const FigureClass* FindFigureClass(std::string_view name) noexcept;
 
 }  // namespace host

@@ -3,12 +3,14 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <new>
 #include <system_error>
 
 #include "contract/Capabilities.h"
 #include "contract/Components.h"
+#include "framework/support/Utf8.h"
 #include "host/base/Error.h"
 #include "host/base/Text.h"
 #include "host/figures/FigureClass.h"
@@ -44,11 +46,9 @@ class CurrentDirectory {
 };
 
 // Null for a name that is not registered.
-ComponentCreator CreatorOf(CreateFunctionEntry createFunction, const std::string& className) {
+ComponentCreator CreatorOf(CreateFunctionEntry createFunction, std::string_view className) {
     ComponentCreator creator = nullptr;
-    if (const auto wide = ToWide(className)) {
-        createFunction(Text(*wide), &creator);
-    }
+    createFunction(Text(FromUtf8(className)), &creator);
     return creator;
 }
 
@@ -83,7 +83,12 @@ Session::Session(const fs::path& folder) {
     m_components = SmartPtr<HostCollection>::Adopt(new HostCollection(std::move(modules), std::move(framework)));
     UseComponents(m_components.Get());
     m_initializeModule = m_components->Modules().Find<InitializeModuleEntry>("ROI", kInitializeModuleSymbol);
-    m_createFunction = m_components->Modules().Find<CreateFunctionEntry>("ROI", kCreateFunctionSymbol);
+    const auto createFigure = m_components->Modules().Find<CreateFunctionEntry>("ROI", kCreateFunctionSymbol);
+    for (const FigureClass* type : FigureClasses()) {
+        if (const ComponentCreator creator = CreatorOf(createFigure, type->name)) {
+            m_makers.push_back({type, creator});
+        }
+    }
     m_initializeModule(nullptr, m_components.Get());
     FillCaches(Create("", FigureClasses().front()->name));
 }
@@ -95,29 +100,27 @@ Session::~Session() {
 
 std::vector<std::string> Session::Classes() const {
     std::vector<std::string> classes;
-    for (const FigureClass* type : FigureClasses()) {
-        if (CreatorOf(m_createFunction, type->name) != nullptr) {
-            classes.emplace_back(type->name);
-        }
+    for (const Maker& maker : m_makers) {
+        classes.emplace_back(maker.type->name);
     }
     return classes;
 }
 
 Figure Session::Create(const std::string& name, const std::string& className) const {
-    const ComponentCreator create = CreatorOf(m_createFunction, className);
-    const FigureClass* const type = FindFigureClass(className);
-    if (create == nullptr || type == nullptr) {
+    const auto maker = std::find_if(m_makers.begin(), m_makers.end(),
+                                    [&](const Maker& known) { return known.type->name == className; });
+    if (maker == m_makers.end()) {
         throw UnknownName("class", className, Classes());
     }
     SmartPtr<IROI> roi;
-    const Result code = create(nullptr, &IidOf<IROI>(), roi.ReceiveVoid());
+    const Result code = maker->create(nullptr, &IidOf<IROI>(), roi.ReceiveVoid());
     if (code == E_FAIL) {
         throw std::bad_alloc();  // Which is all that a creation function means by it.
     }
     if (Failed(code)) {
         throw Error("cannot create", className, "the module refuses");
     }
-    return {name, type, std::move(roi), nullptr};
+    return {name, maker->type, std::move(roi), nullptr};
 }
 
 }  // namespace host

@@ -32,8 +32,14 @@ class Session {
     Figure Create(const std::string& name, const std::string& className) const;
 
   private:
+    struct Maker {
+        const FigureClass* type;
+        ComponentCreator create;
+    };
+
     InitializeModuleEntry m_initializeModule = nullptr;
-    CreateFunctionEntry m_createFunction = nullptr;
+    // For each class that both the host knows and the module makes.
+    std::vector<Maker> m_makers;
     SmartPtr<HostCollection> m_components;
 };
 

@@ -42,6 +42,8 @@ auto Sound(const UserPath& path, Read read) {
     }
 }
 
+Error NameTaken(const std::string& name) { return {"name taken", name, "the set has a figure of that name"}; }
+
 }  // namespace
 
 void CheckSetEnding(const UserPath& path) {
@@ -63,14 +65,12 @@ void CheckFigureName(const std::string& name) {
     }
 }
 
-Error NameTaken(const std::string& name) { return {"name taken", name, "the set has a figure of that name"}; }
-
 RoiSet RoiSet::Load(const Session& session, const UserPath& path) {
     if (!IsXML(path)) {
         return Load(session, path, LoadArchive(path));
     }
     const std::string bytes = ReadSetFile(path);
-    return Sound(path, [&] { return RoiSet(ReadXMLSet(session, bytes)); });
+    return Sound(path, [&] { return ReadXMLSet(session, bytes); });
 }
 
 std::shared_ptr<FolderArchive> RoiSet::LoadArchive(const UserPath& path) {
@@ -79,7 +79,7 @@ std::shared_ptr<FolderArchive> RoiSet::LoadArchive(const UserPath& path) {
 }
 
 RoiSet RoiSet::Load(const Session& session, const UserPath& path, const std::shared_ptr<FolderArchive>& archive) {
-    return Sound(path, [&] { return RoiSet(UnpackFigures(session, archive)); });
+    return Sound(path, [&] { return UnpackFigures(session, archive); });
 }
 
 RoiSet::RoiSet(std::vector<Figure> figures) {
@@ -138,8 +138,10 @@ Figure& RoiSet::Add(const Session& session, const std::string& name, const std::
 
 Figure& RoiSet::Add(Figure figure) {
     CheckFigureName(figure.name);
-    CheckFree(figure.name);
-    return Append(std::move(figure));
+    if (!m_index.try_emplace(figure.name, m_figures.size()).second) {
+        throw NameTaken(figure.name);
+    }
+    return m_figures.emplace_back(std::move(figure));
 }
 
 void RoiSet::Rename(const std::string& name, const std::string& newName) {
@@ -178,11 +180,6 @@ void RoiSet::CheckFree(const std::string& name) const {
     if (m_index.contains(name)) {
         throw NameTaken(name);
     }
-}
-
-Figure& RoiSet::Append(Figure figure) {
-    m_index[figure.name] = m_figures.size();
-    return m_figures.emplace_back(std::move(figure));
 }
 
 }  // namespace host

@@ -26,8 +26,6 @@ struct Warning {
 void CheckFigureName(const std::string& name);
 /// Throws a usage error unless the path ends in .roi or .xml.
 void CheckSetEnding(const UserPath& path);
-/// The error about a name that another figure of the set has.
-Error NameTaken(const std::string& name);
 
 class RoiSet {
   public:
@@ -69,7 +67,6 @@ class RoiSet {
   private:
     std::size_t IndexOf(const std::string& name) const;
     void CheckFree(const std::string& name) const;
-    Figure& Append(Figure figure);
 
     std::vector<Figure> m_figures;
     std::unordered_map<std::string, std::size_t> m_index;

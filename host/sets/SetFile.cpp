@@ -12,7 +12,6 @@
 #include <pugixml.hpp>
 #include <sstream>
 #include <stdexcept>
-#include <unordered_set>
 
 #include "contract/Components.h"
 #include "framework/support/FolderStream.h"
@@ -50,18 +49,6 @@ void CheckLength(std::size_t length, std::size_t longest) {
     throw std::runtime_error(fmt::format("figure {}: {}", figure.name, why));
 }
 
-using Names = std::unordered_set<std::string>;
-
-// Taken names are refused before their figures are loaded: a long list of one name could otherwise have the
-// same blocks loaded over and over.
-Figure NewFigure(const Session& session, Names& names, const std::string& name, const std::string& className) {
-    CheckFigureName(name);
-    if (!names.insert(name).second) {
-        throw NameTaken(name);
-    }
-    return session.Create(name, className);
-}
-
 // ---------------------------------------------------------------------------------------------------
 // What figures save of themselves, in either kind of stream
 
@@ -84,25 +71,17 @@ SmartPtr<INamedCollection> CheckedList(const Figure& figure, IDataStream* stream
     if (Failed(persist->Load(stream, 0))) {
         Unsound(figure, "its values are damaged");
     }
-    for (const NamedValue& entry : Entries(*list)) {
-        const auto* text = std::get_if<std::string>(&entry.value);
-        if (text != nullptr && !ParseNumber(*text)) {
+    for (const NamedValue& entry : TextEntries(*list)) {
+        if (!ParseNumber(std::get<std::string>(entry.value))) {
             Unsound(figure, fmt::format("{} is not a number", entry.name));
         }
     }
     return list;
 }
 
-// The stream is read from its start: `makeStream` gives a new one for each reading.
-template <class MakeStream>
-void LoadState(const Figure& figure, MakeStream makeStream) {
-    const SmartPtr<INamedCollection> list = CheckedList(figure, makeStream().Get());
-    if (const auto object = figure.As<IDataPersist>()) {
-        object->Load(makeStream().Get(), 0);
-    } else {
-        ApplyParameterList(figure, *list);
-    }
-}
+// A figure's own Load would read the list a second time and do the same with it, save that an ellipse would cut the
+// decimals off what it finds in XML.
+void LoadState(const Figure& figure, IDataStream* stream) { ApplyParameterList(figure, *CheckedList(figure, stream)); }
 
 // ---------------------------------------------------------------------------------------------------
 // Folders
@@ -224,15 +203,15 @@ void CheckProfile(const Figure& figure, const FolderArchive& archive) {
 }
 
 void LoadFigure(Figure& figure, const std::shared_ptr<FolderArchive>& archive, std::uint64_t& pixelsLeft) {
-    const auto makeStream = [&] { return MakeFolderStream(archive, FolderOf(figure)); };
+    const SmartPtr<IDataStream> stream = MakeFolderStream(archive, FolderOf(figure));
     if (figure.type->contents == Contents::points) {
         CheckProfile(figure, *archive);
-        if (Failed(figure.As<IDataPersist>()->Load(makeStream().Get(), 0))) {
+        if (Failed(figure.As<IDataPersist>()->Load(stream.Get(), 0))) {
             Unsound(figure, "it has too many points");
         }
         return;
     }
-    LoadState(figure, makeStream);
+    LoadState(figure, stream.Get());
     if (figure.type->contents == Contents::image) {
         LoadMaskImage(figure, *archive, pixelsLeft);
     }
@@ -279,20 +258,18 @@ bool ListsSame(const FolderArchive& one, const FolderArchive& other) {
     return here != nullptr && there != nullptr && *here == *there;
 }
 
-std::vector<Figure> UnpackFigures(const Session& session, const std::shared_ptr<FolderArchive>& archive) {
-    std::vector<Figure> figures;
-    Names names;
+RoiSet UnpackFigures(const Session& session, const std::shared_ptr<FolderArchive>& archive) {
+    RoiSet set;
     std::uint64_t pixelsLeft = kMostMaskPixels;
     for (const ListedFigure& entry : FiguresIn(*archive)) {
-        figures.push_back(NewFigure(session, names, entry.name, entry.className));
-        LoadFigure(figures.back(), archive, pixelsLeft);
+        LoadFigure(set.Add(session, entry.name, entry.className), archive, pixelsLeft);
     }
-    return figures;
+    return set;
 }
 
 std::string WriteFolderSet(const std::vector<Figure>& figures) { return PackFigures(figures)->ToBytes(); }
 
-std::vector<Figure> ReadFolderSet(const Session& session, std::string_view bytes) {
+RoiSet ReadFolderSet(const Session& session, std::string_view bytes) {
     return UnpackFigures(session, ArchiveFromBytes(bytes));
 }
 
@@ -302,7 +279,7 @@ std::shared_ptr<FolderArchive> ArchiveFromBytes(std::string_view bytes) {
 
 Figure ReadBack(const Session& session, const Figure& figure) {
     if (figure.type->contents != Contents::image) {
-        return std::move(UnpackFigures(session, PackFigures({figure})).front());
+        return UnpackFigures(session, PackFigures({figure})).Figures().front();
     }
     // Packing would encode the image.
     SmartPtr<IUnknown> replica;
@@ -350,15 +327,10 @@ void CheckTexts(const Figure& figure, pugi::xml_node element) {
 
 void LoadXML(const Figure& figure, const XMLDocument& document, pugi::xml_node element) {
     CheckTexts(figure, element);
-    const auto makeStream = [&] { return MakeXMLStream(document, element); };
-    if (figure.type->cutsXML) {
-        ApplyParameterList(figure, *CheckedList(figure, makeStream().Get()));
-    } else {
-        LoadState(figure, makeStream);
-    }
+    LoadState(figure, MakeXMLStream(document, element).Get());
 }
 
-std::vector<Figure> ReadXMLSet(const Session& session, std::string_view bytes) {
+RoiSet ReadXMLSet(const Session& session, std::string_view bytes) {
     const auto document = std::make_shared<pugi::xml_document>();
     CheckLength(bytes.size(), kLongestXML);
     const pugi::xml_parse_result parsed = document->load_buffer(bytes.data(), bytes.size());
@@ -372,17 +344,15 @@ std::vector<Figure> ReadXMLSet(const Session& session, std::string_view bytes) {
     if (!root) {
         throw std::runtime_error("it has no element figures");
     }
-    std::vector<Figure> figures;
-    Names names;
+    RoiSet set;
     for (const pugi::xml_node element : root.children("figure")) {
-        figures.push_back(
-            NewFigure(session, names, element.attribute("name").value(), element.attribute("class").value()));
+        const Figure& figure = set.Add(session, element.attribute("name").value(), element.attribute("class").value());
         // They look for their values one element down.
-        if (figures.back().type->readsXML) {
-            LoadXML(figures.back(), document, element);
+        if (figure.type->readsXML) {
+            LoadXML(figure, document, element);
         }
     }
-    return figures;
+    return set;
 }
 
 std::string LostInXML(const Figure& figure) {

@@ -18,7 +18,7 @@ namespace host {
 /// is, what the host adds: `mask.png` and the rectangle of a mask, `geometry.json` of a shape.
 /// Beside them may lie the history of the set, which is not looked at here.
 std::string WriteFolderSet(const std::vector<Figure>& figures);
-std::vector<Figure> ReadFolderSet(const Session& session, std::string_view bytes);
+RoiSet ReadFolderSet(const Session& session, std::string_view bytes);
 
 /// The same between figures and the archive, and the archive that a file's bytes are. A damaged history is an empty
 /// block.
@@ -29,7 +29,7 @@ std::shared_ptr<FolderArchive> PackFigures(const std::vector<Figure>& figures, c
 /// The names and classes of the figures of an archive, which must list them, and whether two list the same.
 std::vector<ListedFigure> FiguresIn(const FolderArchive& archive);
 bool ListsSame(const FolderArchive& one, const FolderArchive& other);
-std::vector<Figure> UnpackFigures(const Session& session, const std::shared_ptr<FolderArchive>& archive);
+RoiSet UnpackFigures(const Session& session, const std::shared_ptr<FolderArchive>& archive);
 std::shared_ptr<FolderArchive> ArchiveFromBytes(std::string_view bytes);
 
 /// A copy of a figure as it comes back from a `.roi` file: a shear that no setter would take, for one, does not. A mask
@@ -39,7 +39,7 @@ Figure ReadBack(const Session& session, const Figure& figure);
 /// `.xml`: <figures> with a <figure name="..." class="..."> for each, in which <values> holds what the
 /// figure saves of itself.
 std::string WriteXMLSet(const std::vector<Figure>& figures);
-std::vector<Figure> ReadXMLSet(const Session& session, std::string_view bytes);
+RoiSet ReadXMLSet(const Session& session, std::string_view bytes);
 
 /// What the XML form does not keep of a figure, as half a sentence; empty when it keeps all.
 std::string LostInXML(const Figure& figure);

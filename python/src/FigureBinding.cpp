@@ -183,11 +183,11 @@ py::dict ProfileTable(const FigureHandle& figure, const py::object& image) {
 }
 
 Handle FromState(const py::bytes& state) {
-    std::vector<Figure> figures = Unpickled(state);
-    if (figures.size() != 1) {
+    const RoiSet set = Unpickled(state);
+    if (set.Figures().size() != 1) {
         throw Error("broken pickle", "figure", "it has not one figure");
     }
-    return std::make_shared<FigureHandle>(std::move(figures.front()));
+    return std::make_shared<FigureHandle>(set.Figures().front());
 }
 
 }  // namespace

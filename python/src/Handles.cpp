@@ -93,7 +93,7 @@ std::vector<std::string> SetHandle::Holding(ImagePoint point, PixelRule rule) {
 
 std::string Pickled(const std::vector<Figure>& figures) { return WriteFolderSet(figures); }
 
-std::vector<Figure> Unpickled(const std::string& state) {
+RoiSet Unpickled(const std::string& state) {
     try {
         return ReadFolderSet(TheSession(), state);
     } catch (const std::bad_alloc&) {
@@ -103,8 +103,6 @@ std::vector<Figure> Unpickled(const std::string& state) {
     }
 }
 
-std::vector<Figure> CopyOf(const std::vector<Figure>& figures) {
-    return UnpackFigures(TheSession(), PackFigures(figures));
-}
+RoiSet CopyOf(const std::vector<Figure>& figures) { return UnpackFigures(TheSession(), PackFigures(figures)); }
 
 }  // namespace host::python

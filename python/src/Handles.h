@@ -78,8 +78,8 @@ class SetHandle : public std::enable_shared_from_this<SetHandle> {
 
 /// Figures as bytes, and back from them. Throws Error for what is no such text.
 std::string Pickled(const std::vector<Figure>& figures);
-std::vector<Figure> Unpickled(const std::string& state);
+RoiSet Unpickled(const std::string& state);
 /// Copies that share nothing with the originals but what the framework shares.
-std::vector<Figure> CopyOf(const std::vector<Figure>& figures);
+RoiSet CopyOf(const std::vector<Figure>& figures);
 
 }  // namespace host::python

@@ -60,7 +60,7 @@ void Export(const SetHandle& set, const py::object& file, const std::string& for
 // Figures by name
 
 std::shared_ptr<FigureHandle> Append(SetHandle& set, const FigureHandle& figure, const std::string& name) {
-    Figure copy = std::move(CopyOf({figure.Get()}).front());
+    Figure copy = CopyOf({figure.Get()}).Figures().front();
     copy.name = name.empty() ? copy.name : name;
     return set.Add(std::move(copy));
 }
@@ -274,7 +274,7 @@ Names are unique. Sets can be pickled and copied; a copy has figures of its own.
         .def("__repr__",
              [](const SetHandle& set) { return fmt::format("<roi.Set of {} figures>", set.Get().Figures().size()); })
         .def(py::pickle([](const SetHandle& set) { return py::bytes(Pickled(set.Get().Figures())); },
-                        [](const py::bytes& state) { return std::make_shared<SetHandle>(RoiSet(Unpickled(state))); }));
+                        [](const py::bytes& state) { return std::make_shared<SetHandle>(Unpickled(state)); }));
 }
 
 }  // namespace host::python

@@ -39,7 +39,6 @@ const FigureClass kEllipse = {.name = "ROIEllipse",
                               .dragNode = DragRoundNode<IROIEllipse>,
                               .outline = OutlineOf,
                               .hitBoxes = HitBoxes,
-                              .leftOut = LeftOut,
-                              .cutsXML = true};
+                              .leftOut = LeftOut};
 
 }  // namespace host
