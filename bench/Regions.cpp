@@ -119,7 +119,7 @@ class Geos {
     Geos(const Geos&) = delete;
     Geos& operator=(const Geos&) = delete;
 
-    double Parts(const std::vector<host::PartPixel>& border) const {
+    double Parts(const host::PartPixels& border) const {
         double sum = 0.0;
         for (const host::PartPixel& pixel : border) {
             GEOSGeometry* const part =

@@ -11,8 +11,8 @@ namespace host {
 namespace {
 
 // All pixels as spans that do not touch, in order.
-std::vector<Span> Whole(const PixelSet& pixels) {
-    std::vector<Span> spans = pixels.spans;
+Spans Whole(const PixelSet& pixels) {
+    Spans spans = pixels.spans;
     for (const PartPixel& part : pixels.parts) {
         spans.push_back({part.y, part.x, part.x});
     }
@@ -27,7 +27,7 @@ std::vector<Span> Whole(const PixelSet& pixels) {
 
 class Tracer {
   public:
-    std::vector<BorderLine> Trace(const std::vector<Span>& spans) {
+    std::vector<BorderLine> Trace(const Spans& spans) {
         for (const Span& span : spans) {
             if (span.y != m_y) {
                 EndRow();
@@ -80,7 +80,7 @@ class Tracer {
 }  // namespace
 
 std::vector<BorderLine> BorderOf(const PixelSet& pixels) {
-    const std::vector<Span> spans = Whole(pixels);
+    const Spans spans = Whole(pixels);
     return spans.empty() ? std::vector<BorderLine>() : Tracer().Trace(spans);
 }
 

@@ -1,104 +1,18 @@
 #include "host/measure/Coverage.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <cstdint>
-#include <limits>
 #include <utility>
+
+#include "host/measure/Tracks.h"
 
 namespace host {
 
 namespace {
 
-// ---------------------------------------------------------------------------------------------------
-// Edges, prepared to be followed
-
 // By less lines that meet at an end may seem to cross.
 constexpr double kRounding = 1e-11;
-
-double Between(double value, double low, double high) noexcept { return std::min(std::max(low, value), high); }
-
-// An edge with what it takes to follow it without a division.
-struct Curve {
-    double top;
-    double bottom;
-    double xTop;
-    double xBottom;
-    double left;
-    double right;
-    int winding;
-    bool isArc;
-    // Of a line.
-    double slope;
-    double rise;
-    // Of an arc.
-    ImagePoint center;
-    ImagePoint radius;
-    ImagePoint inverse;
-    double square;
-    const Edge* edge;
-    const Curve* next = nullptr;  ///< what goes on below; null where a chain ends
-
-    // Squares of pixels have whole numbers for borders here.
-    explicit Curve(const Edge& edge) noexcept
-        : top(edge.top + 0.5),
-          bottom(edge.bottom + 0.5),
-          xTop(edge.xTop + 0.5),
-          xBottom(edge.xBottom + 0.5),
-          left(std::min(xTop, xBottom)),
-          right(std::max(xTop, xBottom)),
-          winding(edge.winding),
-          isArc(edge.IsArc()),
-          slope((edge.xBottom - edge.xTop) / (edge.bottom - edge.top)),
-          rise((edge.bottom - edge.top) / (edge.xBottom - edge.xTop)),
-          center(edge.centerX + 0.5, edge.centerY + 0.5),
-          radius(edge.radiusX, edge.radiusY),
-          inverse(1.0 / edge.radiusX, 1.0 / edge.radiusY),
-          square(std::abs(edge.radiusX * edge.radiusY)),
-          edge(&edge) {}
-
-    double X(double y) const noexcept { return isArc ? ArcX(y) : LineX(y); }
-    // At `count` places from y on, one below the other.
-    void FindXs(double y, int count, double* xs) const noexcept {
-        const Curve curve = *this;
-        const auto find = [&](auto x) {
-            for (int i = 0; i < count; ++i) {
-                xs[i] = x(y + i);
-            }
-        };
-        if (isArc) {
-            find([&curve](double at) { return curve.ArcX(at); });
-        } else {
-            find([&curve](double at) { return curve.LineX(at); });
-        }
-    }
-    double Y(double x) const noexcept {
-        if (!isArc) {
-            return Between(top + (x - xTop) * rise, top, bottom);
-        }
-        const double u = (x - center.x) * inverse.x;
-        return Between(center.y + radius.y * std::sqrt(std::max((1.0 - u) * (1.0 + u), 0.0)), top, bottom);
-    }
-
-    double LineX(double y) const noexcept { return Between(xTop + (y - top) * slope, left, right); }
-    double ArcX(double y) const noexcept {
-        const double u = (y - center.y) * inverse.y;
-        return Between(center.x + radius.x * std::sqrt(std::max((1.0 - u) * (1.0 + u), 0.0)), left, right);
-    }
-
-    // The area between an arc and its chord of that width and height.
-    double SegmentArea(double width, double height) const noexcept {
-        const double x = width * inverse.x;
-        const double y = height * inverse.y;
-        const double sine2 = 0.25 * (x * x + y * y);  // The square of the sine of half the arc's angle.
-        const double sine = std::sqrt(sine2);
-        constexpr double kShort = 0.0025;  // What the series leaves out then is 1e-9 of it.
-        return square * (sine2 < kShort
-                             ? sine * sine2 * (2.0 / 3.0 + sine2 * (0.2 + sine2 * (3.0 / 28.0)))
-                             : std::asin(std::min(sine, 1.0)) - sine * std::sqrt(std::max(1.0 - sine2, 0.0)));
-    }
-};
 
 // An edge between two places, with its x at them.
 struct Strand {
@@ -115,11 +29,11 @@ struct Strand {
 
 class Row {
   public:
-    Row(int left, int width, PixelSet& pixels)
-        : m_left(left), m_width(width), m_steps(static_cast<std::size_t>(width) + 2), m_pixels(pixels) {}
+    Row(const PixelRect& box, PixelSet& pixels)
+        : m_box(box), m_steps(static_cast<std::size_t>(box.width) + 2), m_pixels(pixels) {}
 
-    void Begin(int y) noexcept {
-        m_y = y;
+    void Begin(int row) noexcept {
+        m_y = m_box.top + row;
         m_column = 0;
         m_covered = 0.0;
     }
@@ -137,26 +51,8 @@ class Row {
         });
     }
 
-    // Adds a side that runs through the whole row and is alone, behind all others that were added.
-    void AddAlone(const Strand& strand, double sign) {
-        const double left = strand.Left() - m_left;
-        const double right = strand.Right() - m_left;
-        const int first = static_cast<int>(left);
-        const int last = static_cast<int>(right);
-        MoveUpTo(first);
-        const double base = sign > 0.0 ? 0.0 : 1.0;
-        const auto add = [&](int column, double beyond) { AddPixel(column, base + sign * beyond); };
-        if (strand.curve->isArc) {
-            AddArc(*strand.curve, strand.above <= strand.below, left, right, add);
-        } else {
-            AddLine(std::abs(strand.curve->rise), left, right, add);
-        }
-        m_column = last + 1;
-        m_covered = 1.0 - base;
-    }
-
     // Moves what is added to the pixels.
-    void End() { MoveUpTo(m_width); }
+    void End() { MoveUpTo(m_box.width); }
 
   private:
     struct Run {
@@ -182,76 +78,34 @@ class Row {
         m_column = end;
     }
 
-    // Calls `add` for the columns of a line through the row, which rises by `rise` from one to the next, with what of
-    // each lies to the right of the line.
-    template <class Adding>
-    static void AddLine(double rise, double left, double right, Adding add) {
-        const int first = static_cast<int>(left);
-        const int last = static_cast<int>(right);
-        if (first == last) {
-            add(first, 1.0 + first - 0.5 * (left + right));
-            return;
-        }
-        const double begun = first + 1.0 - left;
-        const double ended = right - last;
-        add(first, 0.5 * begun * begun * rise);
-        for (int column = first + 1; column < last; ++column) {
-            add(column, (begun + (column - first) - 0.5) * rise);
-        }
-        add(last, 1.0 - 0.5 * ended * ended * rise);
-    }
-
-    // The same of an arc.
-    template <class Adding>
-    void AddArc(const Curve& curve, bool falls, double left, double right, Adding add) const {
-        const int last = static_cast<int>(right);
-        double x = left;
-        double depth = 0.0;
-        const auto addPiece = [&](int column, double toX, double toDepth) {
-            const double height = toDepth - depth;
-            const double before = 0.5 * height * ((x - column) + (toX - column)) +
-                                  std::copysign(curve.SegmentArea(toX - x, height), curve.radius.x);
-            add(column, toDepth - before);
-            x = toX;
-            depth = toDepth;
-        };
-        int column = static_cast<int>(left);
-        for (; column < last; ++column) {
-            const double y = curve.Y(m_left + column + 1.0) - m_y;
-            addPiece(column, column + 1.0, falls ? y : 1.0 - y);
-        }
-        addPiece(column, right, 1.0);
-    }
-
     // Calls `add` for the columns of a strand from left to right: the height of its part in a column and what of the
     // column lies to the left of that part. What lies to the left of the row adds to its first column.
     template <class Adding>
     void Follow(const Strand& strand, double top, double bottom, Adding add) const {
         const Curve& curve = *strand.curve;
         const bool falls = strand.above <= strand.below;
-        // Columns count from the left of the row.
-        double x = strand.Left() - m_left;
+        double x = strand.Left();
         double y = falls ? top : bottom;
-        double endX = strand.Right() - m_left;
+        double endX = strand.Right();
         double endY = falls ? bottom : top;
         if (x < 0.0) {
-            const double enters = endX > 0.0 ? curve.Y(m_left) : endY;
+            const double enters = endX > 0.0 ? curve.Y(0.0) : endY;
             add(0, std::abs(enters - y), 0.0);
             x = 0.0;
             y = enters;
         }
-        if (endX > m_width && x < m_width) {
-            endX = m_width;
-            endY = curve.Y(m_left + endX);
+        if (endX > m_box.width && x < m_box.width) {
+            endX = m_box.width;
+            endY = curve.Y(endX);
         }
-        if (y == endY || x >= m_width) {
+        if (y == endY || x >= m_box.width) {
             return;
         }
         const auto addPiece = [&](int column, double toX, double toY) {
             const double height = std::abs(toY - y);
             double left = 0.5 * height * ((x - column) + (toX - column));
             if (curve.isArc) {
-                left += std::copysign(curve.SegmentArea(toX - x, height), curve.radius.x);
+                left += curve.Bulge(x, y, toX - x, height);
             }
             add(column, height, left);
             x = toX;
@@ -259,33 +113,23 @@ class Row {
         };
         int column = static_cast<int>(x);
         for (; column + 1 < endX; ++column) {
-            addPiece(column, column + 1.0, curve.Y(m_left + column + 1.0));
+            addPiece(column, column + 1.0, curve.Y(column + 1.0));
         }
         addPiece(column, endX, endY);
     }
 
     void AddRun(int first, int end, double covered) {
-        end = std::min(end, m_width);
+        end = std::min(end, m_box.width);
         if (first < end && covered >= 1.0 - kNothing) {
-            m_pixels.AddSpan(m_y, m_left + first, m_left + end - 1);
+            m_pixels.AddSpan(m_y, m_box.left + first, m_box.left + end - 1);
             return;
         }
         for (int column = first; covered > kNothing && column < end; ++column) {
-            m_pixels.parts.push_back({m_y, m_left + column, covered});
-        }
-    }
-    void AddPixel(int column, double covered) {
-        if (covered > kNothing && covered < 1.0 - kNothing) [[likely]] {
-            m_pixels.parts.push_back({m_y, m_left + column, covered});
-        } else {
-            AddRun(column, column + 1, covered);
+            m_pixels.parts.push_back({m_y, m_box.left + column, covered});
         }
     }
 
-    static constexpr double kNothing = 1e-12;
-
-    int m_left;
-    int m_width;
+    PixelRect m_box;
     // By how much more is covered from column to column.
     std::vector<double> m_steps;
     std::vector<Run> m_touched;
@@ -300,17 +144,16 @@ class Row {
 
 class Bands {
   public:
-    Bands(Row& row, std::vector<const Curve*> curves) : m_row(row), m_curves(std::move(curves)) {}
+    // `winding` is how often the outline runs around what lies to the left of all curves.
+    Bands(Row& row, std::vector<const Curve*> curves, int winding)
+        : m_row(row), m_curves(std::move(curves)), m_winding(winding) {}
 
-    // Adds what lies inside between two rows.
-    void Add(double top, double bottom) {
-        std::vector<Edge> edges;
-        for (const Curve* const curve : m_curves) {
-            edges.push_back(*curve->edge);
-        }
-        double from = top;
-        for (const double meeting : MeetingRows(edges)) {
-            if (const double to = meeting + 0.5; from < to && to < bottom) {
+    // Adds what lies inside of row `row` of the box, whose first one is `boxTop`.
+    void Add(int row, int boxTop) {
+        const double bottom = row + 1.0;
+        double from = row;
+        for (const double to : Ends(row, boxTop)) {
+            if (from < to && to < bottom) {
                 AddBand(from, to);
                 from = to;
             }
@@ -319,6 +162,30 @@ class Bands {
     }
 
   private:
+    // Where in a row edges begin or end, or may meet.
+    std::vector<double> Ends(int row, int boxTop) const {
+        std::vector<double> ends;
+        if (std::any_of(m_curves.begin(), m_curves.end(), [](const Curve* curve) { return curve->isArc; })) {
+            std::vector<Edge> edges;
+            for (const Curve* const curve : m_curves) {
+                edges.push_back(*curve->edge);
+            }
+            ends = MeetingRows(edges);
+            std::for_each(ends.begin(), ends.end(), [boxTop](double& end) { end -= boxTop - 0.5; });
+            return ends;
+        }
+        for (const Curve* const curve : m_curves) {
+            if (curve->top > row) {
+                ends.push_back(curve->top);
+            }
+            if (curve->bottom < row + 1) {
+                ends.push_back(curve->bottom);
+            }
+        }
+        std::sort(ends.begin(), ends.end());
+        return ends;
+    }
+
     // In a band edges neither begin nor end.
     void AddBand(double top, double bottom) {
         FindStrands(top, bottom);
@@ -339,7 +206,7 @@ class Bands {
 
     // Adds a band in which no edge crosses another.
     void AddStrands(double top, double bottom) {
-        int winding = 0;
+        int winding = m_winding;
         for (const Strand& strand : m_strands) {
             const int before = std::exchange(winding, winding + strand.curve->winding);
             if (before == 0 || winding == 0) {
@@ -396,26 +263,12 @@ class Bands {
 
     Row& m_row;
     std::vector<const Curve*> m_curves;
+    int m_winding;
     std::vector<Strand> m_strands;
 };
 
 // ---------------------------------------------------------------------------------------------------
 // All rows
-
-// As many rows are looked at together: where chains of edges cross them is found in loops without branches.
-constexpr int kBlock = 32;
-
-// Where a chain runs through the rows of a block.
-struct Track {
-    using Columns = std::array<int, kBlock>;
-
-    std::array<double, kBlock + 1> xs;  // at the top of each row and at the bottom of the last
-    std::array<double, kBlock> left;    // how far it goes in each row
-    std::array<double, kBlock> right;
-    std::array<const Curve*, kBlock> curves;  // its edge at the top of each row
-    Columns first;  // the columns from the left of the box that it goes through, one beyond the box standing for all
-    Columns last;
-};
 
 struct Chain {
     const Curve* curve;  ///< the uppermost that has not ended
@@ -423,11 +276,15 @@ struct Chain {
     const Track* track = nullptr;
 };
 
+// Rows count from the top of the box.
 class Sweep {
   public:
-    Sweep(const std::vector<Edge>& edges, const PixelRect& box)
-        : m_box(box), m_curves(edges.begin(), edges.end()), m_row(box.left, box.width, m_pixels) {
+    Sweep(const std::vector<Edge>& edges, const PixelRect& box) : m_box(box), m_row(box, m_pixels) {
         const Chains chains = ChainsOf(edges);
+        m_curves.reserve(edges.size());
+        for (const Edge& edge : edges) {
+            m_curves.emplace_back(edge, box.left, box.top);
+        }
         for (std::size_t i = 0; i < edges.size(); ++i) {
             m_curves[i].next = chains.next[i] < 0 ? nullptr : &m_curves[static_cast<std::size_t>(chains.next[i])];
         }
@@ -445,12 +302,13 @@ class Sweep {
 
     PixelSet Run() {
         m_pixels.parts.reserve(BorderPixels());
-        for (int y = m_box.top; y < m_box.Bottom();) {
-            if (const int rows = PlainRows(y); rows > 0) {
-                AddRows(y, rows);
-                y += rows;
+        m_pixels.spans.reserve(BorderPixels() / 2);
+        for (int row = 0; row < m_box.height;) {
+            if (const int rows = PlainRows(row); rows > 0) {
+                AddBlock(row, rows);
+                row += rows;
             } else {
-                AddMixed(y++);
+                AddMixed(row++);
             }
         }
         return std::move(m_pixels);
@@ -469,78 +327,43 @@ class Sweep {
 
     // Ends the chains that end at a row and begins those that begin there. How many rows of a block follow before
     // others do.
-    int PlainRows(int y) {
-        std::erase_if(m_chains, [y](const Chain& chain) { return chain.bottom <= y; });
-        for (; !m_waiting.empty() && m_waiting.back().curve->top <= y; m_waiting.pop_back()) {
-            if (m_waiting.back().bottom > y) {
+    int PlainRows(int row) {
+        std::erase_if(m_chains, [row](const Chain& chain) { return chain.bottom <= row; });
+        for (; !m_waiting.empty() && m_waiting.back().curve->top <= row; m_waiting.pop_back()) {
+            if (m_waiting.back().bottom > row) {
                 m_chains.push_back(m_waiting.back());
             }
         }
-        double end = std::min(m_box.Bottom(), std::int64_t{y} + kBlock);
+        double end = std::min(m_box.height, row + kBlock);
         if (!m_waiting.empty()) {
             end = std::min(end, m_waiting.back().curve->top);
         }
         for (Chain& chain : m_chains) {
             end = std::min(end, chain.bottom);
-            while (chain.curve->bottom <= y) {
+            while (chain.curve->bottom <= row) {
                 chain.curve = chain.curve->next;
             }
         }
-        return static_cast<int>(std::floor(end)) - y;
+        return static_cast<int>(std::floor(end)) - row;
     }
 
     // Adds rows through which the same chains run.
-    void AddRows(int top, int rows) {
+    void AddBlock(int top, int rows) {
+        m_sides.top = top;
         m_tracks.resize(std::max(m_tracks.size(), m_chains.size()));
         auto track = m_tracks.begin();
         for (Chain& chain : m_chains) {
-            Follow(*chain.curve, top, rows, *track);
+            track->Follow(*chain.curve, top, rows, m_box.width);
             chain.track = &*track++;
         }
         for (int row = 0; row < rows;) {
             Sort(row);
-            const int end = OrderEnd(row, rows);
-            if (end == row) {
+            if (const int end = OrderEnd(row, rows); end > row) {
+                AddOrdered(row, end);
+                row = end;
+            } else {
                 AddMixed(top + row++);
-                continue;
             }
-            FindSides();
-            for (; row < end; ++row) {
-                AddRow(top, row);
-            }
-        }
-    }
-
-    void Follow(const Curve& first, int top, int rows, Track& track) const {
-        track.left.fill(std::numeric_limits<double>::infinity());
-        track.right.fill(-std::numeric_limits<double>::infinity());
-        int row = 0;
-        for (const Curve* curve = &first; row <= rows; curve = curve->next) {
-            // It is at the top of the rows before this one.
-            const int end = static_cast<int>(std::min(std::ceil(curve->bottom - top), rows + 1.0));
-            curve->FindXs(top + row, end - row, &track.xs[static_cast<std::size_t>(row)]);
-            std::fill(track.curves.begin() + row, track.curves.begin() + std::min(end, rows), curve);
-            row = std::max(row, end);
-            if (row > rows) {
-                break;
-            }
-            const auto joint = static_cast<std::size_t>(std::max(row - 1, 0));
-            track.left[joint] = std::min(track.left[joint], curve->xBottom);
-            track.right[joint] = std::max(track.right[joint], curve->xBottom);
-            if (curve->next == nullptr) {  // The chain ends with the last row.
-                track.xs[static_cast<std::size_t>(rows)] = curve->xBottom;
-                break;
-            }
-        }
-        for (std::size_t i = 0; i < static_cast<std::size_t>(rows); ++i) {
-            track.left[i] = std::min(track.left[i], std::min(track.xs[i], track.xs[i + 1]));
-            track.right[i] = std::max(track.right[i], std::max(track.xs[i], track.xs[i + 1]));
-        }
-        const double base = 1.0 - m_box.left;
-        const double most = m_box.width + 1.0;
-        for (std::size_t i = 0; i < static_cast<std::size_t>(rows); ++i) {
-            track.first[i] = static_cast<int>(Between(track.left[i] + base, 0.0, most)) - 1;
-            track.last[i] = static_cast<int>(Between(track.right[i] + base, 0.0, most)) - 1;
         }
     }
 
@@ -560,57 +383,75 @@ class Sweep {
     // The first row from `row` on in which some do not lie side by side in the order of that row.
     int OrderEnd(int row, int rows) const noexcept {
         for (std::size_t i = 1; i < m_chains.size(); ++i) {
-            const double* const right = m_chains[i - 1].track->right.data();
-            const double* const left = m_chains[i].track->left.data();
+            const Track& before = *m_chains[i - 1].track;
+            const Track& behind = *m_chains[i].track;
+            const double* const right = before.right.data();
+            const double* const left = behind.left.data();
             int overlap = 0;
             for (int k = row; k < rows; ++k) {
                 overlap |= static_cast<int>(right[k] > left[k] + kRounding);
             }
             for (int k = row; overlap != 0 && k < rows; ++k) {
-                rows = right[k] > left[k] + kRounding ? k : rows;
+                rows = right[k] > left[k] + kRounding && !AreBeside(before, behind, k) ? k : rows;
             }
         }
         return rows;
     }
 
+    // Whether both are lines that do not cross in a row.
+    bool AreBeside(const Track& before, const Track& behind, int row) const noexcept {
+        const auto at = static_cast<std::size_t>(row);
+        const double bottom = m_sides.top + row + 1;
+        const auto isLine = [bottom](const Curve& curve) { return !curve.isArc && curve.bottom >= bottom; };
+        return before.xs[at] <= behind.xs[at] && before.xs[at + 1] <= behind.xs[at + 1] && isLine(*before.curves[at]) &&
+               isLine(*behind.curves[at]);
+    }
+
+    // Adds rows in which the chains lie side by side in their order.
+    void AddOrdered(int row, int end) {
+        FindSides();
+        m_sides.FindPlain(row, end, m_box.width, m_isPlain);
+        while (row < end) {
+            const auto begin = m_isPlain.begin() + row;
+            const auto change = std::find(begin, m_isPlain.begin() + end, 1 - *begin);
+            const int next = row + static_cast<int>(change - begin);
+            if (*begin != 0) {
+                m_sides.AddPlain(row, next, m_box, m_pixels);
+            } else {
+                AddSides(row, next);
+            }
+            row = next;
+        }
+    }
+
     void FindSides() {
-        m_sides.clear();
+        m_sides.tracks.clear();
         int winding = 0;
         for (const Chain& chain : m_chains) {
             const int before = std::exchange(winding, winding + chain.curve->winding);
             if (before == 0 || winding == 0) {
-                m_sides.push_back(chain.track);
+                m_sides.tracks.push_back(chain.track);
             }
         }
     }
 
-    void AddRow(int top, int row) {
-        constexpr int kFar = 1 << 30;
-        const auto at = static_cast<std::size_t>(row);
-        m_row.Begin(top + row);
-        // A side is alone with a column between it and those beside it.
-        int before = -kFar;
-        for (std::size_t i = 0; i < m_sides.size(); ++i) {
-            const Track& side = *m_sides[i];
-            const int behind = i + 1 < m_sides.size() ? m_sides[i + 1]->first[at] : kFar;
-            const bool isAlone = side.first[at] >= 0 && side.last[at] < m_box.width && side.first[at] > before + 1 &&
-                                 behind > side.last[at] + 1;
-            AddSide(side, top, row, i % 2 == 0 ? 1.0 : -1.0, isAlone);
-            before = std::max(side.last[at], 0);  // What lies further to the left is added there.
+    void AddSides(int row, int end) {
+        for (; row < end; ++row) {
+            m_row.Begin(m_sides.top + row);
+            double sign = 1.0;
+            for (const Track* const side : m_sides.tracks) {
+                AddSide(*side, row, std::exchange(sign, -sign));
+            }
+            m_row.End();
         }
-        m_row.End();
     }
 
-    void AddSide(const Track& side, int top, int row, double sign, bool isAlone) {
+    void AddSide(const Track& side, int row, double sign) {
         const auto at = static_cast<std::size_t>(row);
         const Curve* curve = side.curves[at];
-        double y = top + row;
+        double y = m_sides.top + row;
         double x = side.xs[at];
         const double bottom = y + 1.0;
-        if (isAlone && curve->bottom >= bottom) {
-            m_row.AddAlone({curve, x, side.xs[at + 1]}, sign);
-            return;
-        }
         for (; curve->bottom < bottom; curve = curve->next) {
             m_row.Add({curve, x, curve->xBottom}, sign, y, curve->bottom);
             x = curve->xBottom;
@@ -619,23 +460,26 @@ class Sweep {
         m_row.Add({curve, x, side.xs[at + 1]}, sign, y, bottom);
     }
 
-    // Adds a row in which chains begin, end or meet.
-    void AddMixed(int y) {
+    // Adds a row in which chains begin or end.
+    void AddMixed(int row) {
         std::vector<const Curve*> curves;
-        const auto add = [&](const Chain& chain) {
-            for (const Curve* curve = chain.curve; curve != nullptr && curve->top < y + 1; curve = curve->next) {
-                if (curve->bottom > y) {
-                    curves.push_back(curve);
-                }
-            }
-        };
+        const auto add = [&](const Chain& chain) { AppendCurves(chain.curve, row, curves); };
         std::for_each(m_chains.begin(), m_chains.end(), add);
-        for (auto chain = m_waiting.rbegin(); chain != m_waiting.rend() && chain->curve->top < y + 1; ++chain) {
+        for (auto chain = m_waiting.rbegin(); chain != m_waiting.rend() && chain->curve->top < row + 1; ++chain) {
             add(*chain);
         }
-        m_row.Begin(y);
-        Bands(m_row, std::move(curves)).Add(y, y + 1.0);
+        m_row.Begin(row);
+        Bands(m_row, std::move(curves), 0).Add(row, m_box.top);
         m_row.End();
+    }
+
+    // Those of a chain that run through a row or a part of it, from one on.
+    static void AppendCurves(const Curve* curve, int row, std::vector<const Curve*>& curves) {
+        for (; curve != nullptr && curve->top < row + 1; curve = curve->next) {
+            if (curve->bottom > row) {
+                curves.push_back(curve);
+            }
+        }
     }
 
     PixelRect m_box;
@@ -643,7 +487,8 @@ class Sweep {
     std::vector<Chain> m_waiting;  // the next one to begin last
     std::vector<Chain> m_chains;
     std::vector<Track> m_tracks;
-    std::vector<const Track*> m_sides;  // by turns left and right ones
+    Sides m_sides;
+    Track::Rows<int> m_isPlain;
     PixelSet m_pixels;
     Row m_row;
 };

@@ -109,7 +109,7 @@ std::optional<PixelSet> FromMask(ICIF& image, const PixelRect& box) {
 }
 
 // The stretches of a row that the boxes cover, from left to right, without overlap.
-void Stretches(const std::vector<Box>& boxes, int y, const PixelRect& field, std::vector<Span>& stretches) {
+void Stretches(const std::vector<Box>& boxes, int y, const PixelRect& field, Spans& stretches) {
     stretches.clear();
     const double first = field.left;
     const double last = field.left + field.width - 1;
@@ -140,7 +140,7 @@ Pixels FromHits(IROI& roi, const std::vector<Box>& boxes, const PixelRect& field
     // is seen by looking.
     const PixelRect searched = Searched(field);
     const Box extent = Union(boxes);
-    std::vector<Span> stretches;
+    Spans stretches;
     for (int y = searched.top; y < searched.Bottom(); ++y) {
         Stretches(boxes, y, searched, stretches);
         for (const Span& stretch : stretches) {

@@ -1,6 +1,8 @@
 // The pixels of a figure, as row spans and, where only a part of a pixel counts, as pixels with a weight.
 #pragma once
 
+#include <memory>
+#include <new>
 #include <vector>
 
 #include "host/base/Plane.h"
@@ -24,10 +26,34 @@ struct PartPixel {
     double weight;
 };
 
+/// Resized by it, a list does not write elements that are to be written anyway.
+template <class T>
+struct Unwritten : std::allocator<T> {
+    template <class U>
+    struct rebind {
+        using other = Unwritten<U>;
+    };
+    Unwritten() = default;
+    template <class U>
+    Unwritten(const Unwritten<U>& /*other*/) noexcept {}
+
+    template <class U>
+    void construct(U* place) noexcept {
+        ::new (static_cast<void*>(place)) U;
+    }
+    template <class U, class... Values>
+    void construct(U* place, Values&&... values) {
+        std::construct_at(place, std::forward<Values>(values)...);
+    }
+};
+
+using Spans = std::vector<Span, Unwritten<Span>>;
+using PartPixels = std::vector<PartPixel, Unwritten<PartPixel>>;
+
 /// Rows ascending and from left to right in either list, no pixel twice.
 struct PixelSet {
-    std::vector<Span> spans;
-    std::vector<PartPixel> parts;
+    Spans spans;
+    PartPixels parts;
 
     bool IsEmpty() const noexcept { return spans.empty() && parts.empty(); }
     /// Appends pixels that lie behind all spans in their order; they join the last span where they touch it.

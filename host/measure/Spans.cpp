@@ -156,7 +156,7 @@ class Scan {
 
     // Adds what lies between the sides.
     void AddSpans(int top, int end) {
-        std::vector<Span>& spans = m_pixels.spans;
+        Spans& spans = m_pixels.spans;
         const std::size_t count = spans.size();
         spans.resize(count + static_cast<std::size_t>(end - top) * m_sides.size() / 2);
         Span* next = spans.data() + count;

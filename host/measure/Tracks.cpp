@@ -1,0 +1,303 @@
+#include "host/measure/Tracks.h"
+
+#include <numeric>
+
+namespace host {
+
+namespace {
+
+void FindXs(const Curve& curve, double y, int count, double* xs) noexcept {
+    const Curve local = curve;
+    const auto find = [&](auto x) {
+        for (int i = 0; i < count; ++i) {
+            xs[i] = x(y + i);
+        }
+    };
+    if (curve.isArc) {
+        find([&local](double at) { return local.ArcX(at); });
+    } else {
+        find([&local](double at) { return local.LineX(at); });
+    }
+}
+
+void FindXs(const Curve& begin, int top, int rows, Track& track) noexcept {
+    track.curves.fill(&begin);
+    const Curve* curve = &begin;
+    for (int row = 0; row <= rows; curve = curve->next) {
+        // It is at the top of the rows before this one.
+        const int end = static_cast<int>(std::min(std::ceil(curve->bottom - top), rows + 1.0));
+        FindXs(*curve, top + row, end - row, &track.xs[static_cast<std::size_t>(row)]);
+        if (curve != &begin) {
+            std::fill(track.curves.begin() + row, track.curves.begin() + std::min(end, rows), curve);
+        }
+        row = std::max(row, end);
+        if (curve->next == nullptr && row <= rows) {  // The chain ends with the last row.
+            track.xs[static_cast<std::size_t>(rows)] = curve->xBottom;
+            return;
+        }
+    }
+}
+
+void FindReach(int top, int rows, Track& track) noexcept {
+    for (std::size_t i = 0; i < static_cast<std::size_t>(rows); ++i) {
+        const double above = track.xs[i];
+        const double below = track.xs[i + 1];
+        track.left[i] = std::min(above, below);
+        track.right[i] = std::max(above, below);
+    }
+    for (const Curve* curve = track.curves[0]; curve != nullptr && curve->bottom < top + rows; curve = curve->next) {
+        const auto joint = static_cast<std::size_t>(curve->bottom - top);
+        track.left[joint] = std::min(track.left[joint], curve->xBottom);
+        track.right[joint] = std::max(track.right[joint], curve->xBottom);
+    }
+}
+
+void FindColumns(int rows, int width, Track& track) noexcept {
+    const double most = width + 1.0;
+    for (std::size_t i = 0; i < static_cast<std::size_t>(rows); ++i) {
+        const double left = track.left[i];
+        const double right = track.right[i];
+        track.first[i] = static_cast<int>(Between(left + 1.0, 0.0, most)) - 1;
+        track.last[i] = static_cast<int>(Between(right + 1.0, 0.0, most)) - 1;
+    }
+}
+
+// ---------------------------------------------------------------------------------------------------
+// What lies to the right in a row, from the geometry of lines and arcs that run through it
+
+// Notes what lies to the right in a row's first column and in those behind it.
+void Note(double head, double rest, std::size_t at, Track& track) noexcept {
+    track.head[at] = head;
+    track.rest[at] = track.first[at] < track.last[at] ? rest : head;
+}
+
+// Of a line it is the triangle or trapezoid that a column cuts off.
+void FindLineEnds(const Curve& line, std::size_t row, std::size_t end, Track& track) noexcept {
+    const double halfRise = 0.5 * std::abs(line.rise);
+    for (std::size_t i = row; i < end; ++i) {
+        const double left = track.left[i];
+        const double right = track.right[i];
+        const double all = track.last[i] + 1 - 0.5 * (left + right);
+        const double begun = track.first[i] + 1 - left;
+        const double split = begun * begun * halfRise;
+        const double head = track.first[i] < track.last[i] ? split : all;
+        Note(head, all - split, i, track);
+    }
+}
+
+// The depths of short arcs in a row, from their left end on, and what their pieces bulge to the right beyond their
+// chords. `base` is the depth of the ellipse's centre.
+class ArcDepths {
+  public:
+    explicit ArcDepths(const Curve& arc) noexcept
+        : m_center(arc.center.x),
+          m_inverse(arc.inverse.x),
+          m_radius(arc.RunsRight() ? arc.radius.y : -arc.radius.y),
+          m_base(arc.RunsRight() ? arc.center.y : 1.0 - arc.center.y),
+          m_step(arc.RunsRight() ? -1.0 : 1.0),
+          m_curvature(arc.curvature),
+          m_square(arc.square) {}
+
+    double Base(int row) const noexcept { return m_base + m_step * row; }
+    double At(double x, double base) const noexcept {
+        const double u = (x - m_center) * m_inverse;
+        return base + m_radius * std::sqrt(std::max((1.0 - u) * (1.0 + u), 0.0));
+    }
+    // Of the piece that is so wide and high and one end of which is at x and that deep.
+    double Bulge(double x, double depth, double width, double height, double base) const noexcept {
+        return Curve::ShortBulge(m_square,
+                                 m_curvature * (std::abs(x - m_center) * height + std::abs(depth - base) * width));
+    }
+
+  private:
+    double m_center;
+    double m_inverse;
+    double m_radius;
+    double m_base;
+    double m_step;
+    double m_curvature;
+    double m_square;
+};
+
+// Of an arc it is what its chord cuts off, less its bulge.
+void FindArcEnds(const Curve& curve, int top, std::size_t row, std::size_t end, Track& track) noexcept {
+    const ArcDepths arc(curve);
+    for (std::size_t i = row; i < end; ++i) {
+        const double base = arc.Base(top + static_cast<int>(i));
+        const double left = track.left[i];
+        const double right = track.right[i];
+        const double all = track.last[i] + 1 - 0.5 * (left + right) - arc.Bulge(left, 0.0, right - left, 1.0, base);
+        const double border = track.first[i] + 1;
+        const double begun = border - left;
+        const double depth = arc.At(border, base);
+        const double split = 0.5 * depth * begun - arc.Bulge(border, depth, begun, depth, base);
+        const double head = track.first[i] < track.last[i] ? split : all;
+        Note(head, all - split, i, track);
+    }
+}
+
+void FindEnds(int top, int rows, Track& track) noexcept {
+    constexpr double kUnknown = 2.0;
+    for (int row = 0; row < rows;) {
+        const auto at = static_cast<std::size_t>(row);
+        const Curve& curve = *track.curves[at];
+        // It runs through the rows before this one.
+        const int end = static_cast<int>(std::min(std::floor(curve.bottom - top), 1.0 * rows));
+        if (row < end && !curve.isArc) {
+            FindLineEnds(curve, at, static_cast<std::size_t>(end), track);
+        } else if (row < end && curve.IsShort()) {
+            FindArcEnds(curve, top, at, static_cast<std::size_t>(end), track);
+        } else {
+            std::fill(track.head.begin() + row, track.head.begin() + std::max(end, row + 1), kUnknown);
+        }
+        row = std::max(end, row + 1);
+    }
+    for (std::size_t i = 0; i < static_cast<std::size_t>(rows); ++i) {
+        const double head = track.head[i];
+        const double rest = track.rest[i];
+        const double tail = track.first[i] + 1 == track.last[i] ? rest : head;
+        const double least = std::min(head, tail);
+        const double most = std::max(head, tail);
+        track.isPlain[i] = static_cast<int>(least > kNothing) & static_cast<int>(most < 1.0 - kNothing);
+    }
+}
+
+// ---------------------------------------------------------------------------------------------------
+// Writing the pixels that a side goes through
+
+// Whether what lies to the right of a side counts, or the rest.
+struct Share {
+    double base;
+    double sign;
+
+    double Of(double right) const noexcept { return base + sign * right; }
+};
+constexpr Share kRight = {0.0, 1.0};
+constexpr Share kRest = {1.0, -1.0};
+
+// Write the columns behind the first, between which and the last there are others.
+void WriteLast(double right, Share share, PartPixel first, int columns, PartPixel* part) noexcept {
+    part[columns] = {first.y, first.x + columns, share.Of(std::min(right, 1.0 - kNothing))};
+}
+
+void WriteLine(const Track& track, std::size_t at, Share share, PartPixel* part) noexcept {
+    const PartPixel first = *part;
+    const double rise = std::abs(track.curves[at]->rise);
+    const int columns = track.last[at] - track.first[at];
+    double right = (track.first[at] + 1.5 - track.left[at]) * rise;
+    double rest = track.rest[at];
+    for (int i = 1; i < columns; ++i) {
+        part[i] = {first.y, first.x + i, share.Of(right)};
+        rest -= right;
+        right += rise;
+    }
+    WriteLast(rest, share, first, columns, part);
+}
+
+void WriteArc(const Track& track, std::size_t at, int row, Share share, PartPixel* part) noexcept {
+    const PartPixel first = *part;
+    const ArcDepths arc(*track.curves[at]);
+    const double base = arc.Base(row);
+    const int columns = track.last[at] - track.first[at];
+    double border = track.first[at] + 1;
+    double before = arc.At(border, base);
+    double rest = track.rest[at];
+    for (int i = 1; i < columns; ++i) {
+        const double after = arc.At(border + 1.0, base);
+        const double right = 0.5 * (before + after) - arc.Bulge(border, before, 1.0, after - before, base);
+        part[i] = {first.y, first.x + i, share.Of(right)};
+        rest -= right;
+        before = after;
+        border += 1.0;
+    }
+    WriteLast(rest, share, first, columns, part);
+}
+
+// Writes a side's pixels in rows of a block, in each from `next` on, which moves behind them.
+void Write(const Track& track, int top, int row, int end, const PixelRect& box, Share share,
+           PartPixel** next) noexcept {
+    for (auto at = static_cast<std::size_t>(row); at < static_cast<std::size_t>(end); ++at) {
+        const int first = track.first[at];
+        const int columns = track.last[at] - first;
+        const int y = box.top + top + static_cast<int>(at);
+        const int x = box.left + first;
+        PartPixel* const part = next[at];
+        next[at] = part + columns + 1;
+        part[0] = {y, x, share.Of(track.head[at])};
+        if (columns <= 1) {
+            part[columns] = {y, x + columns, share.Of(track.rest[at])};
+        } else if (track.curves[at]->isArc) {
+            WriteArc(track, at, top + static_cast<int>(at), share, part);
+        } else {
+            WriteLine(track, at, share, part);
+        }
+    }
+}
+
+}  // namespace
+
+void Track::Follow(const Curve& begin, int top, int rows, int width) noexcept {
+    FindXs(begin, top, rows, *this);
+    FindReach(top, rows, *this);
+    FindColumns(rows, width, *this);
+    FindEnds(top, rows, *this);
+}
+
+void Sides::FindPlain(int row, int end, int width, Track::Rows<int>& isPlain) const noexcept {
+    Track::Rows<int> before;
+    before.fill(-1);
+    isPlain.fill(1);
+    for (const Track* const track : tracks) {
+        const Track& side = *track;
+        for (auto i = static_cast<std::size_t>(row); i < static_cast<std::size_t>(end); ++i) {
+            isPlain[i] &=
+                side.isPlain[i] & static_cast<int>(side.first[i] > before[i]) & static_cast<int>(side.last[i] < width);
+            before[i] = side.last[i];
+        }
+    }
+}
+
+void Sides::AddPlain(int row, int end, const PixelRect& box, PixelSet& pixels) const {
+    AddParts(row, end, box, pixels.parts);
+    AddSpans(row, end, box, pixels.spans);
+}
+
+// Side by side, each into the gaps that those before it leave for it.
+void Sides::AddParts(int row, int end, const PixelRect& box, PartPixels& parts) const {
+    Track::Rows<int> counts;
+    counts.fill(0);
+    for (const Track* const side : tracks) {
+        for (auto i = static_cast<std::size_t>(row); i < static_cast<std::size_t>(end); ++i) {
+            counts[i] += side->last[i] - side->first[i] + 1;
+        }
+    }
+    const std::size_t before = parts.size();
+    const auto count = static_cast<std::size_t>(std::accumulate(counts.begin() + row, counts.begin() + end, 0));
+    parts.resize(before + count);
+    Track::Rows<PartPixel*> next;
+    PartPixel* part = parts.data() + before;
+    for (auto i = static_cast<std::size_t>(row); i < static_cast<std::size_t>(end); ++i) {
+        next[i] = part;
+        part += counts[i];
+    }
+    for (std::size_t i = 0; i < tracks.size(); ++i) {
+        Write(*tracks[i], top, row, end, box, i % 2 == 0 ? kRight : kRest, next.data());
+    }
+}
+
+void Sides::AddSpans(int row, int end, const PixelRect& box, Spans& spans) const {
+    const std::size_t before = spans.size();
+    spans.resize(before + static_cast<std::size_t>(end - row) * tracks.size() / 2);
+    Span* span = spans.data() + before;
+    for (auto at = static_cast<std::size_t>(row); at < static_cast<std::size_t>(end); ++at) {
+        for (std::size_t i = 0; i + 1 < tracks.size(); i += 2) {
+            const int first = tracks[i]->last[at] + 1;
+            const int last = tracks[i + 1]->first[at] - 1;
+            *span = {box.top + top + static_cast<int>(at), box.left + first, box.left + last};
+            span += first <= last ? 1 : 0;
+        }
+    }
+    spans.resize(static_cast<std::size_t>(span - spans.data()));
+}
+
+}  // namespace host
