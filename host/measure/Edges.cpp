@@ -19,14 +19,6 @@ bool IsFinite(const Arc& arc) noexcept {
 }
 bool IsFinite(ImagePoint point) noexcept { return std::isfinite(point.x) && std::isfinite(point.y); }
 
-bool IsFinite(const Outline& outline) noexcept {
-    return std::all_of(outline.contours.begin(), outline.contours.end(), [](const Contour& contour) {
-        return std::all_of(contour.begin(), contour.end(), [](const auto& piece) {
-            return std::visit([](const auto& p) { return IsFinite(p); }, piece);
-        });
-    });
-}
-
 ImagePoint At(const Arc& arc, double angle) noexcept {
     return {arc.center.x + arc.radiusX * std::cos(angle), arc.center.y + arc.radiusY * std::sin(angle)};
 }
@@ -42,32 +34,37 @@ class Tracer {
         m_edges.reserve(edges);
     }
 
-    void Trace(const Contour& contour) {
+    // False for one with a coordinate that is not a finite number.
+    bool Trace(const Contour& contour) {
         m_before = std::exchange(m_first, static_cast<std::ptrdiff_t>(m_edges.size()));
         m_begun = false;
         for (const auto& piece : contour) {
-            std::visit([this](const auto& p) { Append(p); }, piece);
+            if (!std::visit([this](const auto& p) { return IsFinite(p) && Append(p); }, piece)) {
+                return false;
+            }
         }
         if (m_begun) {
             LineTo(m_begin);
         }
         LeaveOutJoint();
+        return true;
     }
 
     std::vector<Edge> Take() { return std::move(m_edges); }
 
   private:
-    void Append(ImagePoint point) {
+    bool Append(ImagePoint point) {
         if (m_begun) {
             LineTo(point);
         } else {
             m_begun = true;
             m_begin = m_at = point;
         }
+        return true;
     }
 
     // Quarter by quarter: in each both x and y run one way.
-    void Append(const Arc& arc) {
+    bool Append(const Arc& arc) {
         Append(At(arc, arc.start));
         const bool round = std::abs(arc.delta) >= kTurn;
         const ImagePoint end = round ? m_at : At(arc, arc.start + arc.delta);
@@ -79,6 +76,7 @@ class Tracer {
             QuarterTo(arc, quarter + 0.5 * step, Corner(arc, quarter + step));
         }
         QuarterTo(arc, quarter + 0.5 * step, end);
+        return true;
     }
 
     // Where an arc is at a whole number of quarter turns, to the last bit.
@@ -179,14 +177,10 @@ void MeetArc(const Edge& arc, const Edge& other, std::vector<double>& ys) {
 }  // namespace
 
 std::vector<Edge> EdgesOf(const Outline& outline, LevelEdges level) {
-    if (!IsFinite(outline)) {
-        return {};
-    }
     Tracer tracer(level, outline);
-    for (const Contour& contour : outline.contours) {
-        tracer.Trace(contour);
-    }
-    return tracer.Take();
+    const bool isFinite = std::all_of(outline.contours.begin(), outline.contours.end(),
+                                      [&tracer](const Contour& contour) { return tracer.Trace(contour); });
+    return isFinite ? tracer.Take() : std::vector<Edge>();
 }
 
 Chains ChainsOf(const std::vector<Edge>& edges) {
@@ -194,6 +188,7 @@ Chains ChainsOf(const std::vector<Edge>& edges) {
     constexpr std::ptrdiff_t kNear = 3;
     const auto count = static_cast<std::ptrdiff_t>(edges.size());
     Chains chains{{}, std::vector<int>(edges.size(), -1)};
+    chains.first.reserve(edges.size());
     std::vector<char> goesOn(edges.size(), 0);
     for (std::ptrdiff_t i = 0; i < count; ++i) {
         const Edge& above = edges[static_cast<std::size_t>(i)];

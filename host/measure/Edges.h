@@ -25,20 +25,18 @@ struct Edge {
 
     bool IsArc() const noexcept { return radiusX != 0.0; }
     /// For y from top to bottom. Two edges with the same ends give the same numbers, whichever way they run.
-    double X(double y) const noexcept { return IsArc() ? ArcX(y) : LineX(y); }
-    // The same of what is known to be one.
+    double X(double y) const noexcept { return BetweenEnds(IsArc() ? ArcX(y) : LineX(y)); }
+    // The same of what is known to be one, but for rounding beyond the ends.
     double LineX(double y) const noexcept {
         // Multiplied first: where the quotient is a whole number, it is found exactly.
-        return BetweenEnds(xTop + (y - top) * (xBottom - xTop) / (bottom - top));
+        return xTop + (y - top) * (xBottom - xTop) / (bottom - top);
     }
     double ArcX(double y) const noexcept {
         // In this order a circle meets the middles of pixels exactly where it does.
         const double height = y - centerY;
         const double chord = std::sqrt(std::max((radiusY - height) * (radiusY + height), 0.0));
-        return BetweenEnds(centerX + radiusX * chord / std::abs(radiusY));
+        return centerX + radiusX * chord / std::abs(radiusY);
     }
-
-  private:
     // The lower one for what is not a number.
     double BetweenEnds(double x) const noexcept {
         return std::min(std::max(std::min(xTop, xBottom), x), std::max(xTop, xBottom));

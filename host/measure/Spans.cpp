@@ -12,6 +12,9 @@ namespace {
 // As many rows are looked at together: the columns at which edges cross them are found in loops without branches.
 constexpr int kBlock = 32;
 
+// A list for more spans grows as they come.
+constexpr std::size_t kMostReserved = 1 << 16;
+
 // What crosses rows firstRow <= y < endRow: an edge and those that go on below it.
 struct Crossing {
     int edge;  ///< the uppermost of those that cross the block
@@ -58,6 +61,8 @@ class Scan {
     }
 
     void FindCrossings() {
+        m_crossings.reserve(m_chains.first.size());
+        std::size_t rows = 0;
         for (const int first : m_chains.first) {
             int last = first;
             while (Below(last) >= 0) {
@@ -66,8 +71,12 @@ class Scan {
             const Crossing crossing{first, RowAt(At(first).top), RowAt(At(last).bottom), At(first).winding};
             if (crossing.firstRow < crossing.endRow) {
                 m_crossings.push_back(crossing);
+                rows += static_cast<std::size_t>(crossing.endRow - crossing.firstRow);
             }
         }
+        m_active.reserve(m_crossings.size());
+        m_sides.reserve(m_crossings.size());
+        m_pixels.spans.reserve(std::min(rows / 2, kMostReserved));
         std::sort(m_crossings.begin(), m_crossings.end(),
                   [](const Crossing& a, const Crossing& b) { return a.firstRow < b.firstRow; });
     }
@@ -107,8 +116,12 @@ class Scan {
     }
 
     void FindColumns(const Edge& edge, int top, int count, int* columns) const noexcept {
-        const double low = m_field.left;
-        const auto high = static_cast<double>(m_field.Right());
+        // Within the edge's ends and the field.
+        const auto within = [this](double x) {
+            return std::min(std::max(x, 1.0 * m_field.left), static_cast<double>(m_field.Right()));
+        };
+        const double low = within(std::min(edge.xTop, edge.xBottom));
+        const double high = within(std::max(edge.xTop, edge.xBottom));
         const auto find = [=](auto x) {
             for (int i = 0; i < count; ++i) {
                 columns[i] = static_cast<int>(CeilWithin(x(static_cast<double>(top + i)), low, high));
@@ -160,18 +173,20 @@ class Scan {
         const std::size_t count = spans.size();
         spans.resize(count + static_cast<std::size_t>(end - top) * m_sides.size() / 2);
         Span* next = spans.data() + count;
-        for (int y = top; y < end; ++y) {
-            const Span* const row = next;
-            for (std::size_t i = 0; i + 1 < m_sides.size(); i += 2) {
-                const int left = m_sides[i][y - m_top];
-                const int right = m_sides[i + 1][y - m_top];
+        const int* const* const sides = m_sides.data();
+        const int* const* const sidesEnd = sides + m_sides.size() / 2 * 2;
+        for (int row = top - m_top; row < end - m_top; ++row) {
+            const Span* const first = next;
+            for (const int* const* side = sides; side != sidesEnd; side += 2) {
+                const int left = side[0][row];
+                const int right = side[1][row];
                 if (left >= right) {
                     continue;
                 }
-                if (next != row && next[-1].lastX + 1 == left) {
+                if (next != first && next[-1].lastX + 1 == left) {
                     next[-1].lastX = right - 1;
                 } else {
-                    *next++ = {y, left, right - 1};
+                    *next++ = {m_top + row, left, right - 1};
                 }
             }
         }
