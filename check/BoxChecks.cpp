@@ -1,7 +1,10 @@
 // Rectangle, mask and parallelogram: nodes, drags, hits and boxes, by examples.
+#include <fmt/format.h>
+
 #include <cmath>
 
 #include "check/Groups.h"
+#include "check/QueryRules.h"
 #include "check/Scenario.h"
 #include "contract/Numbers.h"
 
@@ -19,6 +22,7 @@ using Scenarios = std::vector<Scenario>;
 
 // 60 by 30 about (40, 70), rolled.
 const std::vector<Step> kRolled = {{"SetSize", {60, 30}}, {"SetCenter", {40, 70}}, {"put_Roll", {kRoll}}};
+const std::vector<Step> kInsideOut = {{"SetSize", {-60, -30}}};
 // 60 by 40 about (100, 50), rolled and leaning by 20.
 const std::vector<Step> kLeaning = {
     {"SetSize", {60, 40}}, {"SetCenter", {100, 50}}, {"put_Roll", {kRoll}}, {"put_Shear", {std::atan(0.5), 0}}};
@@ -66,6 +70,7 @@ const Scenarios kRolledScenarios = {{"the nodes of a rolled box",
                                      "",
                                      {{"SetCornerPoint", {kKeepCenter + 10, 61, 112}},
                                       {"get_Roll", {}, {4 * kSnapStep}},
+                                      {"GetCornerPoint", {10}, {63.478713758187254, 110.66632513838826}},
                                       {"SetCornerPoint", {kKeepCenter + 10, 30, 40}},
                                       {"get_Roll", {}, {-7 * kSnapStep}},
                                       {"SetCornerPoint", {kKeepCenter + 10, 140, 112}},
@@ -79,7 +84,13 @@ const Scenarios kRolledScenarios = {{"the nodes of a rolled box",
                                      {{"Transform", {2, 0.5, -0.25, 3, 10, -5}},
                                       {"GetCenter", {}, {125, 195}},
                                       {"GetSize", {}, {149.03690818049066, 80.1763680893566}},
-                                      {"get_Roll", {}, {0.6998928697192437}}}}};
+                                      {"get_Roll", {}, {0.6998928697192437}}}},
+                                    {"a box is mapped by the middles of all four edges",
+                                     "",
+                                     {{"Transform", kBentMap},
+                                      {"GetCenter", {}, {133, 174}},
+                                      {"GetSize", {}, {176.72622895314663, 87.96141199412389}},
+                                      {"get_Roll", {}, {0.6747409422235527}}}}};
 
 // What a drag of a node to one point makes of size and centre.
 struct Drag {
@@ -129,6 +140,31 @@ void PlayDrags(Checks& checks, const char* className, const char* sentence, cons
                               {"GetSize", {}, {drag.width, drag.height}},
                               {"GetCenter", {}, {drag.centerX, drag.centerY}}};
         TakeSteps(checks, figure, roi, steps);
+        CheckRules(checks, figure, roi);
+    }
+}
+
+// With its sizes below zero a box has every node where the opposite one was, and is dragged by it to the same.
+std::vector<Drag> TurnedInsideOut(std::vector<Drag> drags) {
+    static constexpr int kOpposite[] = {0, 1, 4, 5, 2, 3, 8, 9, 6, 7};
+    for (Drag& drag : drags) {
+        const int node = static_cast<int>(drag.node);
+        drag = {static_cast<double>((node & ~0xFF) | kOpposite[node & 0xFF]), -drag.width, -drag.height, drag.centerX,
+                drag.centerY};
+    }
+    return drags;
+}
+
+// Steps of true pi differ in the eleventh digit.
+void CheckSnaps(Checks& checks, const char* className) {
+    checks.Begin(fmt::format("the roll grip of {} snaps to steps of one twelfth of pi to ten digits", className));
+    const ClassContract& figure = ClassNamed(className);
+    const auto roi = checks.module.New<IROI>(figure);
+    for (int step = -11; step <= 11; ++step) {
+        const double angle = step * kPi / 12 + 0.1;
+        const Step drag = {"SetCornerPoint", {kKeepCenter + 10, 50 + 40 * std::cos(angle), 50 + 40 * std::sin(angle)}};
+        TakeSteps(checks, figure, roi, std::span(&drag, 1));
+        checks.Bits(Call(*roi, figure.At("get_Roll"), {}).outputs[0], kSnapStep * step);
     }
 }
 
@@ -163,6 +199,7 @@ Scenarios BoxScenarios(const char* className) {
           {"GetCornerPoint", {10}, {62.5, 50}},
           {"SetSize", {100, 50}},
           {"GetCornerPoint", {10}, {75, 50}}}},
+        {"a width below zero raises no grip", className, {{"SetSize", {-60, 30}}, {"GetCornerPoint", {10}, {50, 50}}}},
         {"the centre is dragged without a change of size",
          className,
          {{"SetCornerPoint", {1, 7, 8}}, {"GetCenter", {}, {7, 8}}, {"GetSize", {}, {50, 50}}}},
@@ -222,7 +259,11 @@ Scenarios RectangleScenarios(const char* className) {
               {"GetAspectRatio", {}, {2}}}},
             {"a free aspect leaves the size",
              className,
-             {{"SetAspectRatio", {-3}}, {"GetSize", {}, {50, 50}}, {"GetAspectRatio", {}, {-3}}}},
+             {{"SetAspectRatio", {-3}},
+              {"GetSize", {}, {50, 50}},
+              {"GetAspectRatio", {}, {-3}},
+              {"SetCornerPoint", {4, 100, 80}},
+              {"GetSize", {}, {75, 55}}}},
             {"an aspect ratio below one heightens a rectangle",
              className,
              {{"SetAspectRatio", {0.5}}, {"GetSize", {}, {50, 100}}, {"GetAspectRatio", {}, {0.5}}}},
@@ -257,11 +298,7 @@ Scenarios RectangleScenarios(const char* className) {
               {"GetSize", {}, {150, 25}}}}};
 }
 
-std::vector<Step> Leaning(const std::vector<Step>& then) {
-    std::vector<Step> steps = kLeaning;
-    steps.insert(steps.end(), then.begin(), then.end());
-    return steps;
-}
+std::vector<Step> Leaning(const std::vector<Step>& then) { return After(kLeaning, then); }
 
 const Scenarios& ParallelogramScenarios() {
     static const Scenarios kScenarios = {{"the slanted corners lean by the shear",
@@ -286,7 +323,10 @@ const Scenarios& ParallelogramScenarios() {
                                            {"SetCornerPoint", {11, 62.5, 37.5}},
                                            {"get_Shear", {}, {-kPi / 4}},
                                            {"SetCornerPoint", {11, 40, 51}},
-                                           {"get_Shear", {}, {std::atan2(10, -1)}}}},
+                                           {"get_Shear", {}, {std::atan2(10, -1)}},
+                                           {"put_Shear", {0, 0}},
+                                           {"SetSize", {-500, 50}},
+                                           {"GetCornerPoint", {11}, {50, 50 - std::hypot(10, 1)}}}},
                                          {"a leaning figure, rolled", "ROIParallelogram",
                                           Leaning({{"GetCornerPoint", {2}, {88, 16}},
                                                    {"GetCornerPoint", {3}, {120, 40}},
@@ -344,18 +384,26 @@ const Scenarios& ParallelogramScenarios() {
 void CheckBoxes(Checks& checks) {
     for (const char* className : {"ROIRectangle", "ROIMask", "ROIParallelogram"}) {
         Play(checks, BoxScenarios(className));
+        checks.Try([&] { CheckSnaps(checks, className); });
         for (Scenario scenario : kRolledScenarios) {
             scenario.className = className;
             scenario.steps.insert(scenario.steps.begin(), kRolled.begin(), kRolled.end());
             Play(checks, std::span(&scenario, 1));
         }
         checks.Try([&] { PlayDrags(checks, className, "a drag of a rolled box", kRolled, 61, 112, kRolledDrags); });
+        checks.Try([&] {
+            PlayDrags(checks, className, "a drag of a rolled box of sizes below zero", After(kRolled, kInsideOut), 61,
+                      112, TurnedInsideOut(kRolledDrags));
+        });
     }
-    std::vector<Step> fixed = {{"SetAspectRatio", {2.5}}};
-    fixed.insert(fixed.end(), kRolled.begin(), kRolled.end());
+    const std::vector<Step> fixed = After({{"SetAspectRatio", {2.5}}}, kRolled);
     for (const char* className : {"ROIRectangle", "ROIMask"}) {
         Play(checks, RectangleScenarios(className));
         checks.Try([&] { PlayDrags(checks, className, "a drag with a fixed aspect", fixed, 61, 112, kAspectDrags); });
+        checks.Try([&] {
+            PlayDrags(checks, className, "a drag with a fixed aspect and sizes below zero", After(fixed, kInsideOut),
+                      61, 112, TurnedInsideOut(kAspectDrags));
+        });
     }
     Play(checks, ParallelogramScenarios());
     checks.Try(

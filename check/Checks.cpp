@@ -51,6 +51,10 @@ void TellFailure(std::string_view group, std::string_view sentence, std::string_
                told);
 }
 
+void CheckReport::Bits(double actual, double expected) {
+    Expect(actual == expected, fmt::format("{:.17g}", expected), fmt::format("{:.17g}", actual));
+}
+
 void CheckReport::Begin(std::string_view sentence) {
     const std::size_t length = std::min(sentence.size(), sizeof m_progress.sentence - 1);
     std::copy_n(sentence.data(), length, m_progress.sentence);

@@ -53,7 +53,10 @@ class CheckReport {
         Expect(actual == expected, '"' + expected + '"', '"' + actual + '"');
     }
 
-    bool HasFailed() const noexcept { return m_progress.failed > 0; }
+    /// To the last bit.
+    void Bits(double actual, double expected);
+
+    int Failures() const noexcept { return m_progress.failed; }
 
     /// Runs `body`; what it cannot go on from is one failed check.
     template <class Body>

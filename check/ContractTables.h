@@ -12,7 +12,7 @@
 #include "contract/Result.h"
 
 /// One operation of a figure, callable by its number. Each letter of the signature is one argument:
-///   i  an int                d  a double             t  an ITransform (six numbers of an affine map)
+///   i  an int                d  a double             t  an ITransform (the numbers of an AffineMap)
 ///   I  int written           D  double written       m  an ICIF image (its width and height)
 ///   J  the same, may be null N  the same, may be null  g  an IGeometry (pairs x, y)
 ///   U  unsigned written      o  an object handed out

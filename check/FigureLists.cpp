@@ -2,9 +2,9 @@
 
 #include <fmt/format.h>
 
-std::vector<NamedValue> ParametersOf(const SmartPtr<IROI>& roi) {
+std::vector<NamedValue> ParametersOf(const SmartPtr<IROI>& roi, int flags) {
     SmartPtr<INamedCollection> list;
-    const Result code = Require<IParametricObject>(roi)->GetParameters(list.Receive(), 0);
+    const Result code = Require<IParametricObject>(roi)->GetParameters(list.Receive(), flags);
     if (code != S_OK || !list) {
         throw CheckFailed{"a parameter list", CodeText(code)};
     }

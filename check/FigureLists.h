@@ -8,7 +8,7 @@
 #include "framework/support/NamedValues.h"
 
 /// The entries of the list that a figure gives. Throws CheckFailed when it gives none.
-std::vector<NamedValue> ParametersOf(const SmartPtr<IROI>& roi);
+std::vector<NamedValue> ParametersOf(const SmartPtr<IROI>& roi, int flags = 0);
 
 /// Hands a figure a list of named values.
 Result SetParametersOf(const SmartPtr<IROI>& roi, const std::vector<NamedValue>& values);

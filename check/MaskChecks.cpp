@@ -89,6 +89,9 @@ void CheckCache(Checks& checks, const char* className) {
                       entry.drawsAnew ? "the same image" : "a new image");
         mask = std::move(now);
     }
+    checks.Begin(fmt::format("a copy of {} draws a mask of its own", className));
+    const auto copy = Require<IROI>(Call(*roi, figure.At("Replicate"), {}).object);
+    checks.Expect(Call(*copy, figure.At("GetMask"), {}).object.Get() != mask.Get(), "a new image", "the same image");
 }
 
 // The pixels of an image, with no more asked of it than where they lie.

@@ -111,6 +111,32 @@ class NotedDescriptor final : public Lent<IComponentString> {
     Result SetString(int, tagREFString) noexcept override { return S_OK; }
 };
 
+// A folder that notes the blocks it is asked for. It has a count of 2 and fails otherwise, which is not to matter.
+class NotedFolder final : public Lent<IDataStream, IFolderStream> {
+  public:
+    Log log;
+
+    Result WriteBinary(IString* name, const void* /*data*/, int bytes, int reserved) noexcept override {
+        return Note("Write", name, bytes, reserved);
+    }
+    Result ReadBinary(IString* name, void* data, int bytes, int reserved) noexcept override {
+        const Result code = Note("Read", name, bytes, reserved);
+        if (bytes != sizeof(std::int32_t)) {
+            return code;
+        }
+        *static_cast<std::int32_t*>(data) = 2;
+        return S_OK;
+    }
+
+  private:
+    Result Note(const char* what, IString* name, int bytes, int reserved) {
+        tagREFString text{0, nullptr};
+        name->GetText(&text.text, &text.length);
+        log.push_back(fmt::format("{}({}, {}, {})", what, ToUtf8(text), bytes, reserved));
+        return E_FAIL;
+    }
+};
+
 // The host's collection: gives what it is told to give, and notes what it is asked for.
 class NotedComponents final : public Lent<IComponentCollection> {
   public:
@@ -143,6 +169,9 @@ class NotedComponents final : public Lent<IComponentCollection> {
         }
         if (name == "CIFGraphics" && givesGraphics) {
             return graphics.QueryInterface(iid, out);
+        }
+        if (name == "ParametersCreatable" && givesList) {
+            return NotedDescriptor::Get().CreateInstance(iid, out);
         }
         return name == "ROIRectangle" && figures != nullptr ? figures->CreateComponent(className, iid, out) : E_FAIL;
     }
@@ -194,25 +223,32 @@ void CheckFlags(Checks& checks, const ClassContract& figure) {
     components.givesList = true;
     const auto roi = checks.module.New<IROI>(figure);
     const auto persist = Require<IDataPersist>(roi);
-    class Folder final : public Lent<IDataStream, IFolderStream> {
-      public:
-        Result WriteBinary(IString*, const void*, int, int) noexcept override { return E_FAIL; }
-        Result ReadBinary(IString*, void*, int, int) noexcept override { return E_FAIL; }
-    } folder;
+    NotedFolder folder;
     {
         const Hosted hosted(checks, &components);
         checks.Code(persist->Save(&folder, 5), S_OK);
-    }
-    // The parallelogram has its list made by class name.
-    if (name != "ROIParallelogram") {
+        components.asked.clear();
         checks.Code(persist->Load(&folder, 6), S_OK);
-        checks.Equal(TextOf(descriptor.list.log), "Save(5) Load(0)");
-    } else {
-        checks.Equal(TextOf(descriptor.list.log), "Save(5)");
     }
+    checks.Equal(TextOf(descriptor.list.log), "Save(5) Load(0)");
+    // The others keep the descriptor that they found by its name.
+    checks.Equal(TextOf(components.asked), name == "ROIParallelogram" ? "ParametersCreatable" : "");
     checks.Equal(folder.references, 1);
     checks.Equal(descriptor.list.references, 1);
     descriptor.makes = false;
+}
+
+void CheckBlocks(Checks& checks) {
+    checks.Begin("a profile saves its count and its points, and asks for them, whatever the folder answers");
+    const ClassContract& figure = ClassNamed("ROIProfile");
+    const auto roi = NewTypical(checks, figure);
+    NotedFolder folder;
+    checks.Code(Require<IDataPersist>(roi)->Save(&folder, 5), S_OK);
+    checks.Equal(TextOf(folder.log), "Write(NumberPoints, 4, 0) Write(Points, 144, 0)");
+    folder.log.clear();
+    checks.Code(Require<IDataPersist>(roi)->Load(&folder, 5), S_OK);
+    checks.Equal(TextOf(folder.log), "Read(NumberPoints, 4, 0) Read(Points, 96, 0)");
+    checks.Equal(folder.references, 1);
 }
 
 // ---------------------------------------------------------------------------------------------------
@@ -345,7 +381,7 @@ class Corners final : public Lent<IGeometry, IGeometricAssembly, IPoints> {
         return *element != nullptr ? S_OK : E_FAIL;
     }
     Result GetPoint(int index, double* x, double* y, double* z) noexcept override {
-        static constexpr double kPoints[3][2] = {{10.75, -20.25}, {-3.25, 5.875}, {6.5, -7.5}};
+        static constexpr double kPoints[3][2] = {{11, -20.75}, {-3.625, 5.5}, {6.5, -7.5}};
         *x = kPoints[index][0];
         *y = kPoints[index][1];
         *z = 5;
@@ -360,8 +396,8 @@ void CheckGeometry(Checks& checks) {
     Corners corners;
     checks.Code(Require<IROIShape>(roi)->SetGeometry(&corners), S_OK);
     const Step steps[] = {{"GetCenter", {}, {6.5, -7.5}},
-                          {"GetBoundingSize", {}, {14, 26.125}},
-                          {"GetBoundingRect", {}, {-3, -20, 14, 26}},
+                          {"GetBoundingSize", {}, {14.625, 26.25}},
+                          {"GetBoundingRect", {}, {-3, -20, 15, 26}},
                           {"HitTest", {6.5, -7.5}, {kUntouched}, E_FAIL}};
     TakeSteps(checks, figure, roi, steps);
     for (const char* query : {"GetCenter", "GetBoundingSize", "GetBoundingRect"}) {
@@ -404,6 +440,7 @@ void CheckOwnCollection(Checks& checks) {
 void CheckSiblings(Checks& checks) {
     ForEachClass(checks, [&](const ClassContract& figure) { CheckWithoutLists(checks, figure); });
     ForEachClass(checks, [&](const ClassContract& figure) { CheckFlags(checks, figure); });
+    checks.Try([&] { CheckBlocks(checks); });
     for (const Drawing& drawing : Drawings()) {
         checks.Try([&] { CheckDrawing(checks, drawing); });
         checks.Try([&] { CheckWithoutDrawing(checks, drawing, false); });

@@ -1,4 +1,5 @@
 // Profile: points, thicknesses, nodes, drags and hits, by examples.
+#include <cfloat>
 #include <cmath>
 
 #include "check/Groups.h"
@@ -14,11 +15,7 @@ using Steps = std::vector<Step>;
 const Steps kBend = {{"AddPoint", {10, 20}},      {"AddPoint", {40, 60}},      {"AddPoint", {100, 60}},
                      {"SetThickness", {0, 2, 3}}, {"SetThickness", {1, 4, 5}}, {"SetThickness", {2, 6, 7}}};
 
-Steps Bend(const Steps& then) {
-    Steps steps = kBend;
-    steps.insert(steps.end(), then.begin(), then.end());
-    return steps;
-}
+Steps Bend(const Steps& then) { return After(kBend, then); }
 
 // Three points that are straight but for `rise`, thicker from the middle one on, and a question.
 Steps AlmostStraight(double rise, const Step& question) {
@@ -27,13 +24,8 @@ Steps AlmostStraight(double rise, const Step& question) {
 }
 
 const Scenarios& ProfileScenarios() {
-    static const std::vector<Step> kTwoPoints = {
-        {"AddPoint", {0, 0}}, {"AddPoint", {10, 0}}, {"SetUniformThickness", {2, 3}}};
-    const auto after = [](std::vector<Step> steps) {
-        std::vector<Step> all = kTwoPoints;
-        all.insert(all.end(), steps.begin(), steps.end());
-        return all;
-    };
+    static const Steps kTwoPoints = {{"AddPoint", {0, 0}}, {"AddPoint", {10, 0}}, {"SetUniformThickness", {2, 3}}};
+    const auto after = [](const Steps& then) { return After(kTwoPoints, then); };
     static const Scenarios kScenarios = {
         {"the nodes of a bend", "ROIProfile",
          Bend({{"GetNodePoint", {1, 1}, {40, 60}},
@@ -53,6 +45,9 @@ const Scenarios& ProfileScenarios() {
                {"GetNodePoint", {6, 1}, {70, 60}},
                {"GetNodePoint", {2, -1}, {kUntouched, kUntouched}, E_INVALIDARG},
                {"GetNodePointI", {3, 0}, {8, 22}},
+               {"GetNodePointI", {1, 9}, {kAnything, kAnything}},
+               {"Fit", {2.5, 3}},
+               {"GetNumberPoints", {}, {3}},
                {"GetNodePointI", {4, 0}, {26, 37}}})},
         {"the points of a bend tell their normals", "ROIProfile",
          Bend({{"GetPoint", {0}, {10, 20, -0.6435011087932844, 2, 3}},
@@ -113,9 +108,13 @@ const Scenarios& ProfileScenarios() {
                {"SetNodePoint", {3, 1, 1, 2}, {}, E_NOTIMPL},
                {"SetNodePoint", {1, 4, 1, 2}, {}, E_INVALIDARG},
                {"SetNodePoint", {1, -1, 1, 2}, {}, E_INVALIDARG},
-               {"SetNodePoint", {4, 2, 1, 2}, {}, E_INVALIDARG},
-               {"SetNodePoint", {5, 2, 1, 2}, {}, E_INVALIDARG},
-               {"GetThickness", {2}, {6, 7}}})},
+               {"SetNodePoint", {4, 3, 1, 2}, {}, E_INVALIDARG},
+               {"SetNodePoint", {5, 3, 1, 2}, {}, E_INVALIDARG},
+               {"SetNodePoint", {6, 3, 1, 2}, {}, E_INVALIDARG},
+               {"GetThickness", {2}, {6, 7}},
+               {"SetNodePoint", {1, 3, 7, 8}},
+               {"GetNumberPoints", {}, {3}},
+               {"GetPoint", {3}, {7, 8, -1000, kAnything, kAnything}}})},
         {"a mapped bend scales each thickness by its own handle", "ROIProfile",
          Bend({{"Transform", {2, 0.5, -0.25, 3, 10, -5}},
                {"GetNodePoint", {1, 0}, {40, 52.5}},
@@ -123,9 +122,15 @@ const Scenarios& ProfileScenarios() {
                {"GetNodePoint", {1, 2}, {240, 150}},
                {"GetThickness", {0}, {5.364706599301708, 8.554026651304023}},
                {"GetThickness", {1}, {8.078382686406773, 10.422349458747675}},
-               {"GetThickness", {2}, {6, 7}},
                {"HitTest", {230, 149}, {1}},
                {"HitTest", {45, 27}, {0}, E_FAIL}})},
+        {"each point of a bend is mapped while those behind it are not", "ROIProfile",
+         Bend({{"Transform", kBentMap},
+               {"GetNodePoint", {1, 0}, {37, 36.5}},
+               {"GetNodePoint", {1, 1}, {124, 141}},
+               {"GetNodePoint", {1, 2}, {250, 126}},
+               {"GetThickness", {0}, {4.877999708578508, 7.843306747265935}},
+               {"GetThickness", {1}, {8.143116471000289, 11.541360744929918}}})},
         {"two points in one place have a line of their own",
          "ROIProfile",
          {{"AddPoint", {10, 20}},
@@ -152,6 +157,29 @@ const Scenarios& ProfileScenarios() {
           {"SetThickness", {0, 3, 0}},
           {"Transform", {2, 0.5, -0.25, 3, 10, -5}},
           {"GetThickness", {0}, {3, 0}}}},
+        {"a thickness of the smallest single number measures nothing, but one above it does",
+         "ROIProfile",
+         {{"AddPoint", {0, 0}},
+          {"AddPoint", {0, 0}},
+          {"SetThickness", {0, FLT_MIN, 3}},
+          {"Transform", {2, 0, 0, 2, 0, 0}},
+          {"GetThickness", {0}, {kAnything, 3}},
+          {"SetThickness", {0, 3, FLT_MIN}},
+          {"Transform", {2, 0, 0, 2, 0, 0}},
+          {"GetThickness", {0}, {3, kAnything}},
+          {"SetThickness", {0, 2 * FLT_MIN, 3}},
+          {"Transform", {2, 0, 0, 2, 0, 0}},
+          {"GetThickness", {0}, {kAnything, 6}}}},
+        {"segments without any thickness are hit on their lines",
+         "ROIProfile",
+         {{"AddPoint", {10, 20}},
+          {"SetUniformThickness", {0, 0}},
+          {"AddPoint", {60, 20}},
+          {"AddPoint", {60, 90}},
+          {"HitTest", {35, 20}, {1}},
+          {"HitTest", {60, 55}, {1}},
+          {"HitTest", {35, 20.001}, {0}, E_FAIL},
+          {"HitTest", {59.999, 55}, {0}, E_FAIL}}},
         {"outlines within 0.0001 of parallel do not meet", "ROIProfile",
          AlmostStraight(0.0098, {"GetNodePoint", {2, 1}, {100.00019599999976, -3.999999995198}})},
         {"outlines beyond 0.0001 of parallel meet far away", "ROIProfile",
@@ -208,10 +236,9 @@ const Scenarios& ProfileScenarios() {
                 {"GetNodePoint", {5, 0}, {5, 3}},
                 {"GetNodePoint", {6, 0}, {5, 0}},
                 {"GetNodePoint", {0, 1}, {10, 0}}})},
-        {"the last point starts no segment", "ROIProfile",
-         after({{"GetNodePoint", {4, 1}, {kUntouched, kUntouched}, E_INVALIDARG},
-                {"SetNodePoint", {6, 1, 3, 3}, {}, E_INVALIDARG},
-                {"GetNodePoint", {1, 2}, {kUntouched, kUntouched}, E_INVALIDARG}})},
+        {"there is no node at the count", "ROIProfile",
+         after({{"GetNodePoint", {1, 2}, {kUntouched, kUntouched}, E_INVALIDARG},
+                {"GetNodePoint", {4, 2}, {kUntouched, kUntouched}, E_INVALIDARG}})},
         {"an outline's middle sets the thickness from the line", "ROIProfile",
          after({{"SetNodePoint", {4, 0, 7, -5}}, {"SetNodePoint", {5, 0, 7, -5}}, {"GetThickness", {0}, {5, -5}}})},
         {"a segment is dragged with both its points", "ROIProfile",
@@ -248,6 +275,18 @@ const Scenarios& ProfileScenarios() {
           {"SetCenter", {1, 1}, {}, E_FAIL},
           {"GetBoundingSize", {}, {0, 0}},
           {"GetBoundingRect", {}, {kUntouched, kUntouched, 0, 0}},
+          {"SetUniformThickness", {2, 3}},
+          {"Transform", {1, 0, 0, 1, 10, 5}},
+          {"Transform", {}, {}, E_INVALIDARG},
+          {"GetNumberPoints", {}, {0}},
+          {"Replicate", {}, {1}},
+          {"GetPoint", {0}, {kAnything, kAnything, -1000, kAnything, kAnything}},
+          {"SetPoint", {0, 1, 2}},
+          {"GetPoint", {0}, {1, 2, -1000, kAnything, kAnything}},
+          {"SetPoint", {1, 1, 2}, {}, E_INVALIDARG},
+          {"GetNodePoint", {1, 0}, {kUntouched, kUntouched}, E_INVALIDARG},
+          {"GetThickness", {0}, {kUntouched, kUntouched}, E_INVALIDARG},
+          {"GetNumberPoints", {}, {0}},
           {"HitTest", {0, 0}, {0}, E_FAIL}}},
         {"whole-pixel nodes round x and y in two ways",
          "ROIProfile",
@@ -260,9 +299,17 @@ const Scenarios& ProfileScenarios() {
           {"GetNodePointI", {1, 2}, {3, 0}},
           {"GetNodePointI", {1, 3}, {0, -1}}}},
         {"a profile grows past a hundred points", "ROIProfile", [] {
-             std::vector<Step> steps(250, Step{"AddPoint", {1, 2}});
+             const auto at = [](int i) { return std::pair(97.0 * i - 60.0 * (i * i % 7), 2 + 31.0 * (i * i % 13)); };
+             Steps steps;
+             for (int i = 0; i < 250; ++i) {
+                 steps.push_back({"AddPoint", {at(i).first, at(i).second}});
+                 steps.push_back({"SetThickness", {1.0 * i, 1.0 + i % 5, 2.0 + i % 3}});
+             }
              steps.push_back({"GetNumberPoints", {}, {250}});
-             steps.push_back({"GetThickness", {249}, {20, 20}});
+             for (const int i : {0, 98, 99, 100, 198, 199, 200, 249}) {
+                 steps.push_back({"GetNodePoint", {1, 1.0 * i}, {at(i).first, at(i).second}});
+                 steps.push_back({"GetThickness", {1.0 * i}, {1.0 + i % 5, 2.0 + i % 3}});
+             }
              return steps;
          }()}};
     return kScenarios;

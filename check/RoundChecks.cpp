@@ -2,6 +2,7 @@
 #include <cmath>
 
 #include "check/Groups.h"
+#include "check/QueryRules.h"
 #include "check/Scenario.h"
 #include "contract/Numbers.h"
 
@@ -14,11 +15,6 @@ const double kStart = std::atan2(3, 4);
 
 using Scenarios = std::vector<Scenario>;
 using Steps = std::vector<Step>;
-
-Steps After(Steps setup, const Steps& then) {
-    setup.insert(setup.end(), then.begin(), then.end());
-    return setup;
-}
 
 // What a drag of a node to a point leaves of a new figure that `setup` was done to.
 struct NodeDrag {
@@ -33,7 +29,9 @@ void PlayDrags(Checks& checks, const char* className, const Steps& setup, const 
     for (const NodeDrag& drag : drags) {
         const Step step = {"SetNode", {drag.node, drag.x, drag.y}};
         checks.Try([&] {
-            TakeSteps(checks, figure, checks.module.New<IROI>(figure), After(After(setup, {step}), drag.then));
+            const auto roi = checks.module.New<IROI>(figure);
+            TakeSteps(checks, figure, roi, After(After(setup, {step}), drag.then));
+            CheckRules(checks, figure, roi);
         });
     }
 }
@@ -70,6 +68,10 @@ const Scenarios& EllipseScenarios() {
                           {"GetRadius", {}, {60.46693311223912, 30.413812651491096}},
                           {"SetRadius", {-5, 0}},
                           {"GetNode", {2}, {120, 195}}})},
+        {"an ellipse is measured right of its centre and below", "ROIEllipse",
+         After(kEllipse, {{"Transform", kBentMap},
+                          {"GetCenter", {}, {133, 174}},
+                          {"GetRadius", {}, {66.42476947645359, 36.138621999185304}}})},
         {"an ellipse is hit by the product of its radii", "ROIEllipse",
          After(kEllipse, {{"SetRadius", {4, 2}},
                           {"HitTest", {42, 72}, {1}},
@@ -90,9 +92,11 @@ const Scenarios& EllipseScenarios() {
           {"GetBoundingRect", {}, {0, -1, 1, 1}},
           {"SetCenter", {-0.5, 2.75}},
           {"GetBoundingRect", {}, {-1, 2, 1, 1}},
+          {"SetCenter", {-2, -3}},
+          {"GetBoundingRect", {}, {-3, -4, 1, 1}},
           {"SetCenter", {10, 30.1}},
-          {"SetRadius", {0.75, 3.2}},
-          {"GetBoundingRect", {}, {10, 29, 1, 4}}}},
+          {"SetRadius", {1.25, 3.2}},
+          {"GetBoundingRect", {}, {9, 29, 2, 4}}}},
         {"the nodes of an ellipse",
          "ROIEllipse",
          {{"GetNode", {2}, {80, 50}},
@@ -263,7 +267,9 @@ Scenarios RingScenarios(const char* className) {
                        {"SetCenter", {-0.25, 10.5}},
                        {"GetBoundingRect", {}, {0, 11, 0, 0}},
                        {"SetCenter", {-0.5, 0}},
-                       {"GetBoundingRect", {}, {-1, 0, 0, 0}}})},
+                       {"GetBoundingRect", {}, {-1, 0, 0, 0}},
+                       {"SetCenter", {-2.5, -3.5}},
+                       {"GetBoundingRect", {}, {-3, -4, 0, 0}}})},
         {"a ring's radii and limits are stored as given, the index 0 or not",
          className,
          {{"SetRadius", {5, -7, 9}},
@@ -277,7 +283,14 @@ Scenarios RingScenarios(const char* className) {
                        {"GetCenter", {}, {125, 195}},
                        {"GetRadius", {0}, {24.186773244895647, 60.82762530298219}},
                        {"GetRadius", {1}, {70.54475529761231, 76.03453162872775}},
-                       {"GetLimits", {}, {kStart, kPi / 2}}})}};
+                       {"GetLimits", {}, {kStart, kPi / 2}}})},
+        {"a mapped ring's radii are distances, whatever their signs were", className,
+         After(kRing, {{"SetRadius", {0, 12, -20}},
+                       {"SetRadius", {1, -35, 25}},
+                       {"Transform", kBentMap},
+                       {"GetCenter", {}, {133, 174}},
+                       {"GetRadius", {0}, {26.56990779058144, 66.48308055437865}},
+                       {"GetRadius", {1}, {77.49556438919585, 93.98304368342195}}})}};
 }
 
 const Scenarios& DonutScenarios() {

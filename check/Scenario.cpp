@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "check/FigureLists.h"
+#include "check/QueryRules.h"
 #include "contract/Components.h"
 #include "contract/Extensions.h"
 
@@ -118,7 +119,7 @@ class Frame {
         if (given.Empty()) {
             return Address(nullptr);
         }
-        for (double* value : {&m_map.a, &m_map.b, &m_map.c, &m_map.d, &m_map.dx, &m_map.dy}) {
+        for (double* value : {&m_map.a, &m_map.b, &m_map.c, &m_map.d, &m_map.dx, &m_map.dy, &m_map.bend}) {
             *value = given.Next();
         }
         Address(static_cast<ITransform*>(&m_map));
@@ -286,12 +287,37 @@ void TakeSteps(Checks& checks, const ClassContract& figure, const SmartPtr<IROI>
     }
 }
 
+std::vector<Step> After(std::vector<Step> setup, const std::vector<Step>& then) {
+    setup.insert(setup.end(), then.begin(), then.end());
+    return setup;
+}
+
+namespace {
+
+// As a host would that asks the figure everything after each step: what is kept of earlier answers must not outlive
+// them.
+void PlayWatched(Checks& checks, const ClassContract& figure, std::span<const Step> steps) {
+    const auto roi = checks.module.New<IROI>(figure);
+    for (const Step& step : steps) {
+        TakeSteps(checks, figure, roi, std::span(&step, 1));
+        CheckRules(checks, figure, roi);
+    }
+}
+
+}  // namespace
+
 void Play(Checks& checks, std::span<const Scenario> scenarios) {
     for (const Scenario& scenario : scenarios) {
         checks.Begin(scenario.sentence);
         checks.Try([&] {
             const ClassContract& figure = ClassNamed(scenario.className);
-            TakeSteps(checks, figure, checks.module.New<IROI>(figure), scenario.steps);
+            const int failures = checks.Failures();
+            const auto roi = checks.module.New<IROI>(figure);
+            TakeSteps(checks, figure, roi, scenario.steps);
+            CheckRules(checks, figure, roi);
+            if (checks.Failures() == failures) {
+                PlayWatched(checks, figure, scenario.steps);
+            }
         });
     }
 }

@@ -40,12 +40,20 @@ Answer Take(const ClassContract& figure, const SmartPtr<IROI>& roi, const Step& 
 /// Takes steps on a figure; each that does not come out as told is a failed check.
 void TakeSteps(Checks& checks, const ClassContract& figure, const SmartPtr<IROI>& roi, std::span<const Step> steps);
 
+/// A map that is not affine: what it makes of a figure tells which points were mapped.
+inline const std::vector<double> kBentMap = {1.5, 0.5, -0.25, 2, 10, -5, 0.01};
+
+/// One list of steps after another.
+std::vector<Step> After(std::vector<Step> setup, const std::vector<Step>& then);
+
 /// What happens to a new figure of a class.
 struct Scenario {
     const char* sentence;
     const char* className;
     std::vector<Step> steps;
 };
+/// Plays scenarios. Each ends with the rules that tie a figure's queries together, and one without a failure is
+/// played once more with them after every step.
 void Play(Checks& checks, std::span<const Scenario> scenarios);
 
 /// A new figure away from its defaults.

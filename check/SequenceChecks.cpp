@@ -10,6 +10,7 @@
 
 #include "check/FigureLists.h"
 #include "check/Groups.h"
+#include "check/QueryRules.h"
 #include "check/Sequences.h"
 #include "check/Streams.h"
 
@@ -28,13 +29,17 @@ class RandomChoices final : public Choices {
     std::mt19937 m_engine;
 };
 
-// Mostly within a picture, now and then what nobody would pass.
-double ChooseNumber(Choices& choices) {
+// Absurd numbers stay in a figure and leave little to say of it: half of the sequences do without.
+enum class Sense { kSane, kAbsurd };
+
+// Within a picture or, now and then, what nobody would pass.
+double ChooseNumber(Choices& choices, Sense sense) {
     using Limits = std::numeric_limits<double>;
     static constexpr double kAbsurd[] = {
         Limits::quiet_NaN(),  Limits::infinity(), -Limits::infinity(), 0.0, -0.0, 1e308, -1e308,
         Limits::denorm_min(), 2147483648.0,       -2147483648.5,       1e18};
-    return choices.OneIn(6) ? kAbsurd[choices.Below(std::size(kAbsurd))] : choices.Below(16000) / 32.0 - 100.0;
+    const bool absurd = sense == Sense::kAbsurd && choices.OneIn(6);
+    return absurd ? kAbsurd[choices.Below(std::size(kAbsurd))] : choices.Below(16000) / 32.0 - 100.0;
 }
 
 // Mostly an index or a node with one of its flags.
@@ -48,7 +53,16 @@ double ChooseInteger(Choices& choices) {
     return node | flags << (choices.OneIn(2) ? 8 : 10);
 }
 
-std::vector<double> ChooseArguments(const Operation& operation, Choices& choices) {
+// Six numbers of a map that moves a figure out of a picture only now and then; or none.
+std::vector<double> ChooseMap(Choices& choices, Sense sense) {
+    std::vector<double> map;
+    for (int i = choices.OneIn(8) ? 6 : 0; i < 6; ++i) {
+        map.push_back(i < 4 && sense == Sense::kSane ? choices.Below(33) / 16.0 - 1.0 : ChooseNumber(choices, sense));
+    }
+    return map;
+}
+
+std::vector<double> ChooseArguments(const Operation& operation, Choices& choices, Sense sense) {
     std::vector<double> arguments;
     for (const char* kind = operation.signature; *kind != '\0'; ++kind) {
         switch (*kind) {
@@ -56,12 +70,10 @@ std::vector<double> ChooseArguments(const Operation& operation, Choices& choices
                 arguments.push_back(ChooseInteger(choices));
                 break;
             case 'd':
-                arguments.push_back(ChooseNumber(choices));
+                arguments.push_back(ChooseNumber(choices, sense));
                 break;
             case 't':
-                for (int i = choices.OneIn(8) ? 6 : 0; i < 6; ++i) {
-                    arguments.push_back(ChooseNumber(choices));
-                }
+                arguments = ChooseMap(choices, sense);
                 break;
             case 'm':
                 arguments.push_back(1 + choices.Below(40));
@@ -109,6 +121,7 @@ class Sequence {
 
     void Run() {
         Say("created");
+        m_sense = m_choices.OneIn(2) ? Sense::kSane : Sense::kAbsurd;
         m_roi = NewTypical(m_checks, m_figure);
         for (int i = 0; i < kCallsInSequence && !m_choices.AtEnd(); ++i) {
             CallOne();
@@ -126,7 +139,7 @@ class Sequence {
         const Operation& operation =
             m_figure
                 .operations[static_cast<std::size_t>(m_choices.Below(static_cast<int>(m_figure.operations.size())))];
-        const std::vector<double> arguments = ChooseArguments(operation, m_choices);
+        const std::vector<double> arguments = ChooseArguments(operation, m_choices, m_sense);
         Say(CallText(operation.name, arguments));
         if (std::string_view(operation.name) == "GetMask" && IsHugeMask()) {
             return;
@@ -143,6 +156,7 @@ class Sequence {
         CheckStored(operation, arguments, answer);
         CheckPoints(operation, answer, count);
         CheckObject(operation, answer);
+        CheckRules(m_checks, m_figure, m_roi);
         CheckCount();
     }
 
@@ -214,10 +228,11 @@ class Sequence {
         }
         std::vector<NamedValue> values = ParametersOf(m_roi);
         for (NamedValue& value : values) {
-            value.value = ChooseNumber(m_choices);
+            value.value = ChooseNumber(m_choices, m_sense);
         }
         Say("SetParameters");
         m_checks.Code(SetParametersOf(m_roi, values), S_OK);
+        CheckRules(m_checks, m_figure, m_roi);
         Say("Save and Load");
         const Storage storage;
         const auto persist = Require<IDataPersist>(m_roi);
@@ -226,6 +241,7 @@ class Sequence {
             const Result loaded = persist->Load(stream.Get(), 0);
             m_checks.Expect(IsKnownCode(saved) && IsKnownCode(loaded), "known result codes",
                             CodeText(saved) + " and " + CodeText(loaded));
+            CheckRules(m_checks, m_figure, m_roi);
         }
     }
 
@@ -233,6 +249,7 @@ class Sequence {
     const ClassContract& m_figure;
     Choices& m_choices;
     const std::string& m_again;
+    Sense m_sense = Sense::kSane;
     SmartPtr<IROI> m_roi;
 };
 

@@ -508,7 +508,7 @@ void CheckNothingStays(SiblingChecks& checks, const Figures& figures) {
 void CheckSiblingFigures(SiblingChecks& checks) {
     const Figures figures(checks);
     UseFigures(checks, figures);
-    if (!checks.HasFailed()) {
+    if (checks.Failures() == 0) {
         CheckNothingStays(checks, figures);
     }
 }

@@ -27,19 +27,20 @@ class Lent : public Interfaces... {
     ~Lent() = default;
 };
 
-/// x' = a x + b y + dx, y' = c x + d y + dy. It spoils z, which a new figure passes as 0 for every point, and
-/// fails, which is not to matter.
+/// x' = a x + b y + dx + bend x y, y' = c x + d y + dy + bend y y: affine without a bend. It adds 7 to z, which a new
+/// figure passes as 0 for every point, and fails, which is not to matter.
 class AffineMap final : public Lent<ITransform> {
   public:
-    double a = 1, b = 0, c = 0, d = 1, dx = 0, dy = 0;
+    double a = 1, b = 0, c = 0, d = 1, dx = 0, dy = 0, bend = 0;
     bool zWasZero = true;
 
     Result TransformPoint(double* x, double* y, double* z) noexcept override {
         const double oldX = *x;
-        *x = a * oldX + b * *y + dx;
-        *y = c * oldX + d * *y + dy;
+        const double oldY = *y;
+        *x = a * oldX + b * oldY + dx + bend * oldX * oldY;
+        *y = c * oldX + d * oldY + dy + bend * oldY * oldY;
         zWasZero = zWasZero && *z == 0.0;
-        *z = 7.0;
+        *z += 7.0;
         return E_FAIL;
     }
 };

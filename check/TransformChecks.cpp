@@ -65,7 +65,7 @@ const std::vector<Scenario>& Scenarios() {
           {"SetUniformThickness", {2, 4}},
           {"Transform", {3, 0, 0, 3, 0, 0}},
           {"GetNodePoint", {1, 1}, {30, 0}},
-          {"GetThickness", {1}, {2, 4}}}},
+          {"GetThickness", {0}, {6, 12}}}},
         {"a rectangle's mapped grip is a quarter of its width again",
          "ROIRectangle",
          {{"SetCornerPoint", {10, 90, 50}},
@@ -124,6 +124,7 @@ void CheckCopy(Checks& checks, const ClassContract& figure) {
     SmartPtr<IUnknown> object;
     checks.Code(roi->Replicate(object.Receive()), S_OK);
     const auto copy = Require<IROI>(object);
+    checks.Expect(object.Get() == copy.Get(), "the copy's IROI", "another of its interfaces");
     object.Reset();
     checks.Equal(copy->AddRef(), 2);
     checks.Equal(copy->Release(), 1);

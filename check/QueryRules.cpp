@@ -1,0 +1,315 @@
+#include "check/QueryRules.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+#include <string_view>
+
+namespace {
+
+using Numbers = std::vector<double>;
+
+struct Place {
+    double x, y;
+};
+
+// What is told of a place: beyond these, rounding errors count.
+bool IsModerate(double value) noexcept { return std::abs(value) < 1e6; }
+bool AreModerate(const Numbers& values) noexcept { return std::all_of(values.begin(), values.end(), IsModerate); }
+
+// Half away from zero.
+double Round(double value) noexcept { return std::trunc(value > 0.0 ? value + 0.5 : value - 0.5); }
+
+// What one figure answers, and the first answer that does not follow from the others.
+class Rules {
+  public:
+    Rules(const ClassContract& figure, IROI& roi) : m_figure(figure), m_roi(roi) {}
+
+    bool Is(std::string_view className) const { return m_figure.name == className; }
+
+    Numbers Ask(const char* query, const Numbers& arguments = {}) const {
+        return Call(m_roi, m_figure.At(query), arguments).outputs;
+    }
+    void Expect(const char* query, const Numbers& arguments, const Numbers& wanted) {
+        if (!AreModerate(wanted)) {
+            return;
+        }
+        const Answer answer = Call(m_roi, m_figure.At(query), arguments);
+        if (answer.code != S_OK || !AreAsWanted(answer.outputs, wanted)) {
+            Tell(query, arguments, answer, fmt::format("S_OK ({})", NumbersText(wanted)));
+        }
+    }
+    void ExpectHit(Place p, bool inside) {
+        if (!IsModerate(p.x) || !IsModerate(p.y)) {
+            return;
+        }
+        const Numbers place = {p.x, p.y};
+        const Answer answer = Call(m_roi, m_figure.At("HitTest"), place);
+        if (answer.code != (inside ? S_OK : E_FAIL)) {
+            Tell("HitTest", place, answer, inside ? "a hit" : "none");
+        }
+    }
+    void Report(Checks& checks) const { checks.Expect(m_expected.empty(), m_expected, m_got); }
+
+  private:
+    void Tell(const char* query, const Numbers& arguments, const Answer& answer, const std::string& wanted) {
+        if (m_expected.empty()) {
+            m_expected = fmt::format("{} of {} to give {}, by its other answers", CallText(query, arguments),
+                                     m_figure.name, wanted);
+            m_got = answer.Text();
+        }
+    }
+
+    const ClassContract& m_figure;
+    IROI& m_roi;
+    std::string m_expected;
+    std::string m_got;
+};
+
+// The least box over places that are given as pairs.
+struct Bounds {
+    double minX = HUGE_VAL, maxX = -HUGE_VAL, minY = HUGE_VAL, maxY = -HUGE_VAL;
+
+    void Include(const Numbers& place) noexcept {
+        minX = std::min(minX, place[0]);
+        maxX = std::max(maxX, place[0]);
+        minY = std::min(minY, place[1]);
+        maxY = std::max(maxY, place[1]);
+    }
+    // Both border pixels count.
+    Numbers InPixels() const { return {minX, minY, maxX - minX + 1, maxY - minY + 1}; }
+};
+
+// ---------------------------------------------------------------------------------------------------
+// Rectangle, mask, parallelogram
+
+// Nodes 1 to 9, in halves of width and height.
+constexpr Place kSides[] = {{0, 0}, {-1, -1}, {1, -1}, {1, 1}, {-1, 1}, {0, -1}, {1, 0}, {0, 1}, {-1, 0}};
+// Places in halves of width and height, just inside and just outside.
+constexpr Place kInside[] = {{0.999, 0.999}, {-0.999, 0.999}, {0.999, -0.5}, {0, 0}};
+constexpr Place kOutside[] = {{1.001, 0.9}, {-1.001, -0.9}, {0.9, 1.001}, {-0.3, -1.001}};
+
+void CheckBox(Rules& rules) {
+    const Numbers size = rules.Ask("GetSize");
+    const Numbers center = rules.Ask("GetCenter");
+    const double roll = rules.Ask("get_Roll")[0];
+    if (!AreModerate({size[0], size[1], center[0], center[1], roll})) {
+        return;
+    }
+    const double c = std::cos(roll);
+    const double s = std::sin(roll);
+    const auto at = [&](double x, double y) { return Place{center[0] + x * c - y * s, center[1] + x * s + y * c}; };
+    const double lean = rules.Is("ROIParallelogram") ? size[1] * std::tan(rules.Ask("get_Shear")[0]) : 0.0;
+    Bounds pixels;
+    for (int node = 1; node <= 9; ++node) {
+        const double shift = node == 3 ? -lean : node == 5 ? lean : 0.0;
+        const Place side = kSides[node - 1];
+        const Place place = at(side.x * size[0] / 2 + shift, side.y * size[1] / 2);
+        rules.Expect("GetCornerPoint", {1.0 * node}, {place.x, place.y});
+        const Numbers told = rules.Ask("GetCornerPoint", {1.0 * node});
+        if (!AreModerate(told)) {
+            return;
+        }
+        const Numbers rounded = {Round(told[0]), Round(told[1])};
+        if (!rules.Is("ROIParallelogram")) {
+            rules.Expect("GetCornerPointI", {1.0 * node}, rounded);
+        }
+        if (node >= 2 && node <= 5) {
+            pixels.Include(rounded);
+        }
+    }
+    rules.Expect("GetBoundingSize", {},
+                 {std::abs(s * size[1]) + std::abs(c * size[0]), std::abs(c * size[1]) + std::abs(s * size[0])});
+    Numbers box = pixels.InPixels();
+    if (rules.Is("ROIMask")) {
+        box[2] = box[3] = kAnything;  // An image has a size of its own.
+    }
+    rules.Expect("GetBoundingRect", {}, box);
+    if (std::min(std::abs(size[0]), std::abs(size[1])) < 1e-3) {
+        return;
+    }
+    for (const Place& side : kInside) {
+        rules.ExpectHit(at(side.x * size[0] / 2, side.y * size[1] / 2), true);
+    }
+    for (const Place& side : kOutside) {
+        rules.ExpectHit(at(side.x * size[0] / 2, side.y * size[1] / 2), false);
+    }
+}
+
+// ---------------------------------------------------------------------------------------------------
+// Ellipse, donut, arc donut
+
+// Hits count from one squared distance to another, ends included: tried just beside both, in any direction.
+void CheckDistances(Rules& rules, const Numbers& center, double from, double to) {
+    for (const double square : {from, to}) {
+        for (const double factor : {0.998, 1.002}) {
+            const double distance = factor * std::sqrt(std::abs(square));
+            const double tried = distance * distance;
+            const auto isBeside = [tried](double bound) { return std::abs(tried - bound) <= 1e-4 * tried; };
+            if (tried < 1e-6 || isBeside(from) || isBeside(to)) {
+                continue;
+            }
+            for (const Place& side : {Place{0.6, 0.8}, Place{-0.8, 0.6}, Place{0, -1}}) {
+                rules.ExpectHit({center[0] + distance * side.x, center[1] + distance * side.y},
+                                from <= tried && tried <= to);
+            }
+        }
+    }
+}
+
+void CheckEllipse(Rules& rules) {
+    const Numbers center = rules.Ask("GetCenter");
+    const Numbers radii = rules.Ask("GetRadius");
+    if (!AreModerate({center[0], center[1], radii[0], radii[1]})) {
+        return;
+    }
+    rules.Expect("GetNode", {2}, {center[0] + radii[0], center[1]});
+    rules.Expect("GetNode", {3}, {center[0], center[1] - radii[1]});
+    rules.Expect("GetBoundingSize", {}, radii);
+    rules.Expect("GetBoundingRect", {},
+                 {Round(center[0] - 0.5 * radii[0]), Round(center[1] - 0.5 * radii[1]),
+                  radii[0] < 0 ? kAnything : std::ceil(radii[0]), radii[1] < 0 ? kAnything : std::ceil(radii[1])});
+    CheckDistances(rules, center, -1.0, radii[0] * radii[1]);
+}
+
+// The nodes of a donut lie right of and above its centre, those of an arc donut at its limits.
+void CheckRingNodes(Rules& rules, const Numbers& center, const Numbers (&radii)[2]) {
+    const Numbers limits = rules.Ask("GetLimits");
+    const bool isSector = rules.Is("ROIArcDonut");
+    for (int node = 2; node <= (isSector ? 7 : 5); ++node) {
+        const Numbers middle = {(radii[0][0] + radii[1][0]) / 2, (radii[0][1] + radii[1][1]) / 2};
+        const Numbers& ring = node >= 6 ? middle : radii[isSector ? node % 2 : node / 4];
+        const bool atStart = node == 2 || node == 3 || node == 6;
+        const double angle = atStart ? limits[0] : limits[0] + limits[1];
+        const double x = isSector ? std::cos(angle) : node % 2 == 0 ? 1.0 : 0.0;
+        const double y = isSector ? std::sin(angle) : node % 2 == 0 ? 0.0 : -1.0;
+        if (IsModerate(angle)) {
+            rules.Expect("GetNode", {1.0 * node}, {center[0] + x * ring[0], center[1] + y * ring[1]});
+        }
+    }
+}
+
+void CheckRing(Rules& rules) {
+    const Numbers center = rules.Ask("GetCenter");
+    const Numbers radii[2] = {rules.Ask("GetRadius", {0}), rules.Ask("GetRadius", {1})};
+    if (!AreModerate({center[0], center[1], radii[0][0], radii[0][1], radii[1][0], radii[1][1]})) {
+        return;
+    }
+    const double width = 2 * std::max(radii[0][0], radii[1][0]);
+    const double height = 2 * std::max(radii[0][1], radii[1][1]);
+    rules.Expect("GetBoundingSize", {}, {width, height});
+    rules.Expect("GetBoundingRect", {},
+                 {Round(center[0] - width * 0.5), Round(center[1] - height * 0.5), width < 0 ? kAnything : Round(width),
+                  height < 0 ? kAnything : Round(height)});
+    CheckRingNodes(rules, center, radii);
+    const Numbers& inner = radii[radii[0][0] > radii[1][0] ? 1 : 0];
+    const Numbers& outer = radii[radii[0][0] > radii[1][0] ? 0 : 1];
+    CheckDistances(rules, center, inner[0] * inner[1], outer[0] * outer[1]);
+}
+
+// ---------------------------------------------------------------------------------------------------
+// Profile
+
+// x, y and both thicknesses of every point; empty for a profile that is not moderate.
+std::vector<Numbers> PointsOf(const Rules& rules) {
+    std::vector<Numbers> points;
+    const double count = rules.Ask("GetNumberPoints")[0];
+    for (int i = 0; i < count; ++i) {
+        const Numbers told = rules.Ask("GetPoint", {1.0 * i});
+        points.push_back({told[0], told[1], told[3], told[4]});
+        if (!AreModerate(points.back())) {
+            return {};
+        }
+    }
+    return points;
+}
+
+bool IsHit(const std::vector<Numbers>& points, Place p, double slack) {
+    for (std::size_t i = 1; i < points.size(); ++i) {
+        const Numbers& from = points[i - 1];
+        const Numbers& to = points[i];
+        const double margin = (from[2] + from[3]) / 2 + slack;
+        if (std::min(from[0], to[0]) - margin <= p.x && p.x <= std::max(from[0], to[0]) + margin &&
+            std::min(from[1], to[1]) - margin <= p.y && p.y <= std::max(from[1], to[1]) + margin) {
+            return true;
+        }
+    }
+    return false;
+}
+
+// Beside the corners of a segment's box, and between its points.
+void CheckSegment(Rules& rules, const std::vector<Numbers>& points, std::size_t segment) {
+    constexpr double kSlack = 1e-4;
+    const Numbers& from = points[segment];
+    const Numbers& to = points[segment + 1];
+    const double margin = (from[2] + from[3]) / 2;
+    for (const double beyond : {-2 * kSlack, 2 * kSlack}) {
+        const double reach = margin + beyond;
+        for (const Place& p : {Place{std::min(from[0], to[0]) - reach, std::max(from[1], to[1]) + reach},
+                               Place{std::max(from[0], to[0]) + reach, std::min(from[1], to[1]) - reach},
+                               Place{(from[0] + to[0]) / 2, std::min(from[1], to[1]) - reach}}) {
+            if (IsHit(points, p, kSlack) == IsHit(points, p, -kSlack)) {
+                rules.ExpectHit(p, IsHit(points, p, 0));
+            }
+        }
+    }
+}
+
+void CheckProfile(Rules& rules) {
+    const std::vector<Numbers> points = PointsOf(rules);
+    if (points.empty()) {
+        return;
+    }
+    Bounds exact;
+    Bounds pixels;
+    const int last = static_cast<int>(points.size()) - 1;
+    for (int i = 0; i <= last; ++i) {
+        const double index = i;
+        rules.Expect("GetNodePoint", {1, index}, {points[i][0], points[i][1]});
+        rules.Expect("GetThickness", {index}, {points[i][2], points[i][3]});
+        const Numbers& previous = points[std::max(i - 1, 0)];
+        const Numbers& next = points[std::min(i + 1, last)];
+        rules.Expect(
+            "GetPoint", {index},
+            {points[i][0], points[i][1], last > 0 ? std::atan2(previous[0] - next[0], next[1] - previous[1]) : -1000.0,
+             points[i][2], points[i][3]});
+        for (const double corner : {2.0, 3.0}) {
+            const Numbers node = rules.Ask("GetNodePoint", {corner, index});
+            if (!AreModerate(node)) {
+                return;
+            }
+            exact.Include(node);
+            const Numbers rounded = {Round(node[0]), std::trunc(node[1] + 0.5)};
+            pixels.Include(rounded);
+            rules.Expect("GetNodePointI", {corner, index}, rounded);
+            if (i < last) {
+                const Numbers other = rules.Ask("GetNodePoint", {corner, index + 1});
+                rules.Expect("GetNodePoint", {corner + 2, index}, {(node[0] + other[0]) / 2, (node[1] + other[1]) / 2});
+            }
+        }
+    }
+    rules.Expect("GetBoundingSize", {}, {exact.maxX - exact.minX, exact.maxY - exact.minY});
+    rules.Expect("GetCenter", {}, {(exact.minX + exact.maxX) / 2, (exact.minY + exact.maxY) / 2});
+    rules.Expect("GetBoundingRect", {}, pixels.InPixels());
+    // Of many segments some are tried.
+    for (std::size_t i = 0; i + 1 < points.size(); i += 1 + points.size() / 16) {
+        CheckSegment(rules, points, i);
+    }
+}
+
+}  // namespace
+
+void CheckRules(Checks& checks, const ClassContract& figure, const SmartPtr<IROI>& roi) {
+    Rules rules(figure, *roi);
+    if (figure.Answers("IROIProfile")) {
+        CheckProfile(rules);
+    } else if (figure.Answers("IROIEllipse")) {
+        CheckEllipse(rules);
+    } else if (figure.Answers("IROIDonut")) {
+        CheckRing(rules);
+    } else if (!figure.Answers("IROIShape")) {
+        CheckBox(rules);
+    }
+    rules.Report(checks);
+}
