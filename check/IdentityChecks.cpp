@@ -54,7 +54,7 @@ void CheckCreatedAs(Checks& checks, const ClassContract& figure, const char* nam
     checks.Begin(fmt::format("{} {} created as {}", figure.name, answers ? "is" : "is not", name));
     int preset = 0;
     void* out = &preset;
-    checks.Code(checks.module.Create(figure, IidNamed(name), &out), answers ? S_OK : E_NOINTERFACE);
+    checks.Code(checks.module.Create(figure, IidNamed(name), &out, &preset), answers ? S_OK : E_NOINTERFACE);
     checks.Expect((out != nullptr) == answers, answers ? "an object" : "null", answers ? "null" : "a pointer");
     if (answers && out != nullptr && out != &preset) {
         const auto object = SmartPtr<IUnknown>::Adopt(static_cast<IUnknown*>(out));

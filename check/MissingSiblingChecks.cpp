@@ -2,6 +2,8 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
+#include <algorithm>
+
 #include "check/FigureLists.h"
 #include "check/Groups.h"
 #include "check/Scenario.h"
@@ -13,6 +15,12 @@ namespace {
 using Log = std::vector<std::string>;
 
 std::string TextOf(const Log& log) { return fmt::format("{}", fmt::join(log, " ")); }
+
+std::string TextOf(IString* string) {
+    tagREFString text{0, nullptr};
+    string->GetText(&text.text, &text.length);
+    return ToUtf8(text);
+}
 
 // An image that notes what is done to it.
 class NotedImage final : public Lent<ICIFImageCANVAS> {
@@ -72,17 +80,28 @@ class NotedGraphics final : public Lent<ICIFGraphics> {
     Log& m_log;
 };
 
-// A parameter list without entries that notes the flags it is saved and loaded with.
+// A parameter list without entries that notes the flags it is saved and loaded with, and the names it is asked for.
 class NotedList final : public Lent<IParametersCreatable, IDataPersist> {
   public:
     Log log;
+    Log sought;
 
     Result GetItem(int, IUnknown** item) noexcept override {
         *item = nullptr;
         return E_FAIL;
     }
-    Result FindByName(IString*, int*) noexcept override { return E_FAIL; }
-    Result Add(IString*, IUnknown*, int reserved, int) noexcept override { return reserved == 0 ? S_OK : E_FAIL; }
+    Result FindByName(IString* name, int*) noexcept override {
+        if (const std::string text = TextOf(name); sought.empty() || sought.back() != text) {
+            sought.push_back(text);
+        }
+        return E_FAIL;
+    }
+    Result Add(IString* name, IUnknown*, int reserved, int) noexcept override {
+        if (reserved != 0) {
+            log.push_back(fmt::format("Add({}, {})", TextOf(name), reserved));
+        }
+        return E_FAIL;
+    }
     Result Save(IDataStream*, int flags) noexcept override {
         log.push_back(fmt::format("Save({})", flags));
         return E_FAIL;
@@ -130,11 +149,27 @@ class NotedFolder final : public Lent<IDataStream, IFolderStream> {
 
   private:
     Result Note(const char* what, IString* name, int bytes, int reserved) {
-        tagREFString text{0, nullptr};
-        name->GetText(&text.text, &text.length);
-        log.push_back(fmt::format("{}({}, {}, {})", what, ToUtf8(text), bytes, reserved));
+        log.push_back(fmt::format("{}({}, {}, {})", what, TextOf(name), bytes, reserved));
         return E_FAIL;
     }
+};
+
+// A stream of both kinds that notes the values it is given as texts, and has no children.
+class NotedDocument final : public Lent<IDataStream, IXMLStream, IFolderStream> {
+  public:
+    Log log;
+
+    Result WriteValue(IString* name, int reserved, IString* value, int reserved2) noexcept override {
+        log.push_back(fmt::format("{}({}, {}, {})", TextOf(name), reserved, TextOf(value), reserved2));
+        return E_FAIL;
+    }
+    Result NextChild(tagREFString* /*name*/) noexcept override {
+        log.push_back("NextChild");
+        return E_FAIL;
+    }
+    Result OpenChild(tagREFString, tagREFString*, IUnknown**, int) noexcept override { return E_FAIL; }
+    Result WriteBinary(IString*, const void*, int, int) noexcept override { return E_FAIL; }
+    Result ReadBinary(IString*, void*, int, int) noexcept override { return E_FAIL; }
 };
 
 // The host's collection: gives what it is told to give, and notes what it is asked for.
@@ -154,15 +189,19 @@ class NotedComponents final : public Lent<IComponentCollection> {
                    : E_FAIL;
     }
     Result FindByName(IString* name, int* index) noexcept override {
-        tagREFString text{0, nullptr};
-        name->GetText(&text.text, &text.length);
-        asked.push_back("find " + ToUtf8(text));
+        asked.push_back("find " + TextOf(name));
         *index = 3;
         return givesList ? S_OK : E_FAIL;
     }
     Result CreateComponent(tagREFString className, const IID& iid, void** out) noexcept override {
+        static const std::pair<std::string_view, IID> kWanted[] = {{"CIFImageCANVAS", IID_ICIFImageCANVAS},
+                                                                   {"CIFGraphics", IID_ICIFGraphics},
+                                                                   {"ROIRectangle", IID_IROIRectangle},
+                                                                   {"ParametersCreatable", IID_IParametersCreatable}};
         const std::string name = ToUtf8(className);
-        asked.push_back(name);
+        const bool known = std::find(std::begin(kWanted), std::end(kWanted), std::pair(std::string_view(name), iid)) !=
+                           std::end(kWanted);
+        asked.push_back(known ? name : name + " as another interface");
         *out = nullptr;
         if (name == "CIFImageCANVAS" && givesImage) {
             return image.QueryInterface(iid, out);
@@ -209,16 +248,28 @@ void CheckWithoutLists(Checks& checks, const ClassContract& figure) {
     checks.Equal(components.references, 2);
 }
 
+// The order in which a class looks its parameters up.
+struct Sought {
+    const char* className;
+    const char* names;
+};
+constexpr Sought kSought[] = {
+    {"ROIDonut", "CenterX CenterY RadiusX1 RadiusY1 RadiusX2 RadiusY2 StartAngle DeltaAngle"},
+    {"ROIArcDonut", "CenterX CenterY Radius1X Radius1Y Radius2X Radius2Y StartAngle DeltaAngle"},
+    {"ROIEllipse", "CenterX CenterY RadiusX RadiusY"},
+    {"ROIParallelogram", "Width Height Roll LockA Shear CenterX CenterY RollGripLength"},
+    {"ROIRectangle", "Width Height Angle CenterX CenterY FixedAspect RollGripLength"},
+    {"ROIShape", ""}};
+
 // Saving passes the flags on, loading passes 0.
-void CheckFlags(Checks& checks, const ClassContract& figure) {
+void CheckFlags(Checks& checks, const Sought& sought) {
+    const ClassContract& figure = ClassNamed(sought.className);
     const std::string_view name = figure.name;
-    if (!figure.Answers("IDataPersist") || name == "ROIProfile") {
-        return;
-    }
     checks.Begin(fmt::format("Save of {} passes its flags on to the list, Load does not", figure.name));
     NotedDescriptor& descriptor = NotedDescriptor::Get();
     descriptor.makes = true;
     descriptor.list.log.clear();
+    descriptor.list.sought.clear();
     NotedComponents components;
     components.givesList = true;
     const auto roi = checks.module.New<IROI>(figure);
@@ -235,6 +286,26 @@ void CheckFlags(Checks& checks, const ClassContract& figure) {
     checks.Equal(TextOf(components.asked), name == "ROIParallelogram" ? "ParametersCreatable" : "");
     checks.Equal(folder.references, 1);
     checks.Equal(descriptor.list.references, 1);
+    checks.Begin(fmt::format("{} looks its parameters up in order", figure.name));
+    checks.Equal(TextOf(descriptor.list.sought), sought.names);
+    descriptor.makes = false;
+}
+
+// Both forms, one after the other.
+void CheckBothForms(Checks& checks) {
+    checks.Begin("an ellipse is kept as texts and as a list in a stream of both kinds");
+    NotedDescriptor& descriptor = NotedDescriptor::Get();
+    descriptor.makes = true;
+    descriptor.list.log.clear();
+    const auto roi = NewTypical(checks, ClassNamed("ROIEllipse"));
+    const auto persist = Require<IDataPersist>(roi);
+    NotedDocument document;
+    checks.Code(persist->Save(&document, 5), S_OK);
+    checks.Code(persist->Load(&document, 6), S_OK);
+    checks.Equal(TextOf(document.log),
+                 "CenterX(0, 40.5, 0) CenterY(0, -12.75, 0) RadiusX(0, 21.25, 0) RadiusY(0, 9.5, 0) NextChild");
+    checks.Equal(TextOf(descriptor.list.log), "Save(5) Load(0)");
+    checks.Equal(document.references, 1);
     descriptor.makes = false;
 }
 
@@ -294,6 +365,7 @@ void CheckDrawing(Checks& checks, const Drawing& drawing) {
     checks.Equal(TextOf(components.drawn), drawing.drawn);
     checks.Equal(TextOf(components.asked), "CIFImageCANVAS CIFGraphics");
     checks.Equal(components.graphics.references, 1);
+    checks.Equal(components.references, 2);
     mask.Reset();
     roi.Reset();
     checks.Equal(components.image.references, 1);
@@ -333,6 +405,9 @@ void CheckInnerRectangle(Checks& checks) {
     SmartPtr<IUnknown> copy;
     checks.Code(roi->Replicate(copy.Receive()), S_OK);
     checks.Equal(TextOf(components.asked), "ROIRectangle ROIRectangle");
+    checks.Begin("a mask whose copy gets no rectangle has none");
+    components.figures = nullptr;
+    checks.Expect(Failed(roi->Replicate(copy.Receive())) && !copy, "a failure and no copy", "another");
 }
 
 // It may refuse to be created at all.
@@ -408,6 +483,13 @@ void CheckGeometry(Checks& checks) {
     checks.Begin("null outputs of a shape's queries are allowed");
     checks.Code(roi->GetBoundingRect(nullptr, nullptr, nullptr, nullptr), S_OK);
     checks.Code(roi->GetBoundingSize(nullptr, nullptr), S_OK);
+    int top = 0;
+    unsigned int height = 0;
+    double y = 0.0;
+    checks.Code(roi->GetBoundingRect(nullptr, &top, nullptr, &height), S_OK);
+    checks.Expect(top == -20 && height == 26, "-20 and 26", fmt::format("{} and {}", top, height));
+    checks.Code(roi->GetBoundingSize(nullptr, &y), S_OK);
+    checks.Expect(y == 26.25, "26.25", std::to_string(y));
     corners.given = false;
     checks.Begin("a shape whose geometry has no extent fails");
     const Step without[] = {{"GetCenter", {}, {0, 0}, E_FAIL},
@@ -439,7 +521,10 @@ void CheckOwnCollection(Checks& checks) {
 
 void CheckSiblings(Checks& checks) {
     ForEachClass(checks, [&](const ClassContract& figure) { CheckWithoutLists(checks, figure); });
-    ForEachClass(checks, [&](const ClassContract& figure) { CheckFlags(checks, figure); });
+    for (const Sought& sought : kSought) {
+        checks.Try([&] { CheckFlags(checks, sought); });
+    }
+    checks.Try([&] { CheckBothForms(checks); });
     checks.Try([&] { CheckBlocks(checks); });
     for (const Drawing& drawing : Drawings()) {
         checks.Try([&] { CheckDrawing(checks, drawing); });

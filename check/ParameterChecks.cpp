@@ -119,6 +119,9 @@ const std::vector<Scenario>& Scenarios() {
         {"a shear of a radian or more keeps side A", "ROIParallelogram", {{"set Shear", {60}}, {"get_A", {}, {50}}}},
         {"a smaller shear keeps the width", "ROIParallelogram", {{"set Shear", {45}}, {"GetSize", {}, {50, 50}}}},
         {"a shear is clamped", "ROIParallelogram", {{"set Shear", {120}}, {"get_Shear", {}, {1.5}}}},
+        {"a shear of 65536 radians counts as none in sixteen bits",
+         "ROIParallelogram",
+         {{"set Shear", {3754940}}, {"get_Shear", {}, {1.5}}, {"GetSize", {}, {50, 50}}}},
         {"sides A and B are told, not taken",
          "ROIParallelogram",
          {{"set A", {10}}, {"set B", {10}}, {"GetSize", {}, {50, 50}}}},
@@ -216,6 +219,8 @@ const std::vector<Scenario>& Scenarios() {
           {"read LockA", {}, {1}},
           {"press LockA", {40000}},
           {"read LockA", {}, {-25536}},
+          {"set LockA", {3}},
+          {"read LockA", {}, {3}},
           {"press LockA", {65536}},
           {"read LockA", {}, {0}}}},
         {"a ring takes each value into its own field",
@@ -408,34 +413,33 @@ constexpr Reading kReadings[] = {{L"  -3.25", -3.25},
                                  {L"0.1234567891", 0.1234567891},
                                  {L"0.0000000000000000019", 1e-18}};
 
-void CheckReadings(Checks& checks) {
-    const ClassContract& figure = ClassNamed("ROIDonut");
-    const auto roi = checks.module.New<IROI>(figure);
-    const auto parametric = Require<IParametricObject>(roi);
-    const auto give = [&](tagREFString text) {
-        const auto list = MakeList({});
-        for (const wchar_t* name : {L"CenterX", L"RadiusX2"}) {
-            list->Add(CreateStringOf(Text(std::wstring(name))).Get(), CreateStringOf(text).Get(), 0, 0);
-        }
-        checks.Code(parametric->SetParameters(list.Get()), S_OK);
-        const double read[] = {Call(*roi, figure.At("GetCenter"), {}).outputs[0],
-                               Call(*roi, figure.At("GetRadius"), std::vector<double>{1}).outputs[0]};
-        return std::vector<double>(read, read + 2);
-    };
-    const auto expect = [&](const std::wstring& text, double value) {
-        const std::vector<double> read = give(Text(text));
-        const std::vector<double> wanted = {value, value};
-        const auto close = [](double a, double b) { return std::abs(a - b) <= 1e-15 * std::abs(b); };
-        checks.Expect(std::equal(read.begin(), read.end(), wanted.begin(), close), NumbersText(wanted),
-                      NumbersText(read));
-    };
-    for (const Reading& reading : kReadings) {
-        checks.Begin(fmt::format("a donut reads '{}' as a number", ToUtf8(Text(std::wstring(reading.text)))));
-        expect(reading.text, reading.value);
+// Gives one text to all parameters of a ring, and expects its list to tell one number for it everywhere. Angles go
+// through radians.
+void ExpectReading(Checks& checks, const SmartPtr<IROI>& roi, tagREFString text, double value) {
+    const auto list = MakeList({});
+    const Values names = ParametersOf(roi);
+    for (const NamedValue& entry : names) {
+        const std::wstring name(entry.name.begin(), entry.name.end());
+        list->Add(CreateStringOf(Text(name)).Get(), CreateStringOf(text).Get(), 0, 0);
     }
-    for (const wchar_t* blank : {L"", L"  ", L" \t\r\n\x01"}) {
-        checks.Begin("a donut keeps its value where a text is blank");
-        expect(blank, kReadings[std::size(kReadings) - 1].value);
+    checks.Code(Require<IParametricObject>(roi)->SetParameters(list.Get()), S_OK);
+    for (const NamedValue& entry : ParametersOf(roi)) {
+        const double read = std::get<double>(entry.value);
+        checks.Expect(std::abs(read - value) <= 1e-15 * std::abs(value), fmt::format("{} of {}", value, entry.name),
+                      fmt::format("{}", read));
+    }
+}
+
+void CheckReadings(Checks& checks, const char* className) {
+    const auto roi = checks.module.New<IROI>(ClassNamed(className));
+    for (const Reading& reading : kReadings) {
+        const std::wstring text = reading.text;
+        checks.Begin(fmt::format("{} reads '{}' as a number", className, ToUtf8(Text(text))));
+        ExpectReading(checks, roi, Text(text), reading.value);
+    }
+    for (const std::wstring blank : {L"", L"  ", L" \t\r\n\x01"}) {
+        checks.Begin(fmt::format("{} keeps its values where a text is blank", className));
+        ExpectReading(checks, roi, Text(blank), kReadings[std::size(kReadings) - 1].value);
     }
 }
 
@@ -490,7 +494,9 @@ void CheckParameters(Checks& checks) {
     for (const Conversion& conversion : kConversions) {
         checks.Try([&] { CheckConversion(checks, conversion); });
     }
-    checks.Try([&] { CheckReadings(checks); });
+    for (const char* className : {"ROIDonut", "ROIArcDonut"}) {
+        checks.Try([&] { CheckReadings(checks, className); });
+    }
     checks.Try([&] { CheckTextLength(checks); });
     ForEachClass(checks, [&](const ClassContract& figure) { CheckOwnList(checks, figure); });
 }

@@ -29,6 +29,10 @@ void CheckHeldMask(Checks& checks) {
     checks.Expect(shared.Get() == &second, "the same image", "another");
     shared.Reset();
     copy.Reset();
+    second.width = 7;
+    checks.Begin("a mask's box is as large as its image is now");
+    const Step box[] = {{"GetBoundingRect", {}, {25, 25, 7, 30}}};
+    TakeSteps(checks, ClassNamed("ROIMask"), Require<IROI>(mask), box);
     checks.Code(mask->SetMask(nullptr, 0), S_OK);
     checks.Equal(second.references, 1);
 }

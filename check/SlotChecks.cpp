@@ -131,9 +131,33 @@ void TakeBySlot(Checks& checks, const ClassContract& figure, const SmartPtr<IROI
     }
 }
 
+// Outputs that may be null may be so one by one.
+void CheckLoneOutputs(Checks& checks) {
+    checks.Begin("GetPoint of ROIProfile writes each output without the others");
+    const auto profile = Require<IROIProfile>(NewTypical(checks, ClassNamed("ROIProfile")));
+    const double wanted[] = {35.25, 18, std::atan2(10 - 60.5, 44 - 20), 2.5, 6};
+    for (std::size_t i = 0; i < std::size(wanted); ++i) {
+        double value = kUntouched;
+        double* outputs[std::size(wanted)] = {};
+        outputs[i] = &value;
+        checks.Code(profile->GetPoint(1, outputs[0], outputs[1], outputs[2], outputs[3], outputs[4]), S_OK);
+        checks.Expect(SameNumber(value, wanted[i]), std::to_string(wanted[i]), std::to_string(value));
+    }
+    for (const char* className : {"ROIDonut", "ROIArcDonut"}) {
+        checks.Begin(fmt::format("GetLimits of {} writes each output without the other", className));
+        const auto ring = Require<IROIArcDonut>(NewTypical(checks, ClassNamed(className)));
+        double start = kUntouched;
+        double delta = kUntouched;
+        checks.Code(ring->GetLimits(&start, nullptr), S_OK);
+        checks.Code(ring->GetLimits(nullptr, &delta), S_OK);
+        checks.Expect(start == 0.5 && delta == -1.25, "0.5 and -1.25", fmt::format("{} and {}", start, delta));
+    }
+}
+
 }  // namespace
 
 void CheckSlots(Checks& checks) {
+    checks.Try([&] { CheckLoneOutputs(checks); });
     for (const ClassSteps& entry : AllSteps()) {
         checks.Begin(std::string(entry.className) + " is created");
         checks.Try([&] {

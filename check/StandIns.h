@@ -48,20 +48,18 @@ class AffineMap final : public Lent<ITransform> {
 /// An image that knows its size only.
 class SizedImage final : public Lent<ICIF> {
   public:
-    SizedImage(int width, int height) noexcept : m_width(width), m_height(height) {}
+    SizedImage(int width, int height) noexcept : width(width), height(height) {}
 
-    Result GetSize(int* width, int* height, int* extra) noexcept override {
-        *width = m_width;
-        *height = m_height;
+    int width, height;
+
+    Result GetSize(int* toWidth, int* toHeight, int* extra) noexcept override {
+        *toWidth = width;
+        *toHeight = height;
         *extra = 0;
         return S_OK;
     }
     Result Create(int, int, int, int, std::uint32_t) noexcept override { return E_FAIL; }
     Result Fill(int) noexcept override { return E_FAIL; }
-
-  private:
-    int m_width;
-    int m_height;
 };
 
 /// A geometry whose extent is a box.

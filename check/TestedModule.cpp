@@ -51,12 +51,12 @@ void TestedModule::GiveFramework() {
     Initialize(&*m_components);
 }
 
-Result TestedModule::Create(const ClassContract& figure, IID iid, void** object) const {
+Result TestedModule::Create(const ClassContract& figure, IID iid, void** object, void* outer) const {
     const std::string_view className = figure.name;
     const std::wstring name(className.begin(), className.end());
     ComponentCreator create = nullptr;
     const Result found = Find(Text(name), &create);
-    return found == S_OK && create != nullptr ? create(nullptr, &iid, object) : found;
+    return found == S_OK && create != nullptr ? create(outer, &iid, object) : found;
 }
 
 void* TestedModule::NewAs(const ClassContract& figure, const IID& iid) const {

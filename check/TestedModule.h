@@ -32,8 +32,8 @@ class TestedModule {
     /// The collection that GiveFramework gave the module.
     TestedComponents& Components() noexcept { return *m_components; }
 
-    /// Calls a class's creation function. `*object` takes what it writes.
-    Result Create(const ClassContract& figure, IID iid, void** object) const;
+    /// Calls a class's creation function. `*object` takes what it writes; `outer` is not to matter.
+    Result Create(const ClassContract& figure, IID iid, void** object, void* outer = nullptr) const;
     /// A new object of a class. Throws CheckFailed when the module gives none.
     template <class Interface>
     SmartPtr<Interface> New(const ClassContract& figure) const {
