@@ -89,6 +89,29 @@ void CheckCollectionIsHeldOnce(Checks& checks) {
     checks.Equal(usual.references, 2);
 }
 
+// The module may have the only reference to a collection that it is given again.
+void CheckCollectionIsSharedFirst(Checks& checks) {
+    checks.Begin("a collection that is given again is not let go of in between");
+    class Watched final : public Lent<IComponentCollection> {
+      public:
+        bool wasLetGo = false;
+
+        std::int32_t Release() noexcept override {
+            wasLetGo = wasLetGo || references == 2;
+            return Lent::Release();
+        }
+        Result GetItem(int, IUnknown**) noexcept override { return E_FAIL; }
+        Result FindByName(IString*, int*) noexcept override { return E_FAIL; }
+        Result CreateComponent(tagREFString, const IID&, void**) noexcept override { return E_FAIL; }
+    } collection;
+    for (int i = 0; i < 2; ++i) {
+        checks.Code(checks.module.Initialize(&collection), S_OK);
+    }
+    checks.Expect(!collection.wasLetGo, "a reference at any time", "none in between");
+    checks.Code(checks.module.Initialize(&checks.module.Components()), S_OK);
+    checks.Equal(collection.references, 1);
+}
+
 }  // namespace
 
 void CheckExports(Checks& checks) {
@@ -96,4 +119,5 @@ void CheckExports(Checks& checks) {
     CheckNames(checks);
     CheckRefusedNames(checks);
     CheckCollectionIsHeldOnce(checks);
+    CheckCollectionIsSharedFirst(checks);
 }
