@@ -30,6 +30,9 @@ struct EntryHead {
 
 class BlockWriter {
   public:
+    // With room for so many numbers.
+    explicit BlockWriter(std::size_t entries) { m_words.reserve(2 + entries * kUsualEntry); }
+
     template <class Record>
     void Put(const Record& record) {
         wchar_t words[kWordsOf<Record>];
@@ -45,6 +48,8 @@ class BlockWriter {
     }
 
   private:
+    static constexpr std::size_t kUsualEntry = kWordsOf<EntryHead> + 16 + kWordsOf<double>;
+
     std::wstring m_words = std::wstring(1, L'\0');
 };
 
@@ -146,7 +151,7 @@ SmartPtr<ICreatableString> BlockName() noexcept {
 }  // namespace
 
 Result SaveBlock(const ParameterEntries& entries, IFolderStream& stream) {
-    BlockWriter writer;
+    BlockWriter writer(entries.size());
     writer.Put(static_cast<std::uint32_t>(entries.size()));
     for (const ParameterEntry& entry : entries) {
         ParameterValue value;

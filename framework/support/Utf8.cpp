@@ -7,14 +7,15 @@
 
 namespace {
 
-// Most texts are ASCII, and are copied as they are. A loop without a way out takes many characters at a time.
-template <class Character>
-bool IsASCII(const Character* characters, std::size_t count) noexcept {
-    Character bits = 0;
+// Copies characters as they are and says whether that was right: most texts are ASCII from end to end.
+template <class From, class To>
+bool CopiesAsASCII(const From* from, std::size_t count, To* to) noexcept {
+    From bits = 0;
     for (std::size_t i = 0; i < count; ++i) {
-        bits |= characters[i];
+        bits |= from[i];
+        to[i] = static_cast<To>(from[i]);
     }
-    return static_cast<std::make_unsigned_t<Character>>(bits) < 0x80;
+    return static_cast<std::make_unsigned_t<From>>(bits) < 0x80;
 }
 
 constexpr char32_t kReplacement = 0xFFFD;
@@ -64,11 +65,12 @@ std::string EscapedCharacter(unsigned char c) {
 
 bool AppendUtf8(tagREFString text, std::string* utf8) {
     const auto length = static_cast<std::size_t>(std::max(text.length, 0));
-    if (IsASCII(text.text, length)) {
-        utf8->resize(utf8->size() + length);
-        std::copy_n(text.text, length, utf8->end() - static_cast<std::ptrdiff_t>(length));
+    const std::size_t start = utf8->size();
+    utf8->resize(start + length);
+    if (CopiesAsASCII(text.text, length, utf8->data() + start)) {
         return true;
     }
+    utf8->resize(start);
     for (std::size_t i = 0; i < length; ++i) {
         const auto code = static_cast<char32_t>(text.text[i]);
         if (code < 0x80) {
@@ -96,8 +98,7 @@ std::string ToUtf8(tagREFString text) {
 
 void FromUtf8(std::string_view utf8, std::wstring* text) {
     text->resize(utf8.size());  // A character takes a byte or more.
-    if (IsASCII(utf8.data(), utf8.size())) {
-        std::copy(utf8.begin(), utf8.end(), text->begin());
+    if (CopiesAsASCII(utf8.data(), utf8.size(), text->data())) {
         return;
     }
     text->clear();

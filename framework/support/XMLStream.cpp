@@ -119,7 +119,7 @@ class CXMLStream final : public FrameworkComponent<CXMLStream, IDataStream, IXML
             if (!element) {
                 return E_FAIL;
             }
-            auto opened = MakeObject<CXMLStream, CXMLStream>(m_document, element);
+            SmartPtr<CXMLStream> opened = StreamOver(element);
             if (!opened || (text != nullptr && Failed(opened->GetText(&text->text, &text->length)))) {
                 return E_FAIL;
             }
@@ -148,6 +148,20 @@ class CXMLStream final : public FrameworkComponent<CXMLStream, IDataStream, IXML
     }
 
   private:
+    // A stream over a child element. Most receivers let go of one before they open the next: then it serves again.
+    SmartPtr<CXMLStream> StreamOver(pugi::xml_node element) noexcept {
+        if (m_child && m_child->AddRef() == 2) {
+            m_child->m_element = element;
+            m_child->m_current = pugi::xml_node();
+            return SmartPtr<CXMLStream>::Adopt(m_child.Get());
+        }
+        if (m_child) {
+            m_child->Release();
+        }
+        m_child = MakeObject<CXMLStream, CXMLStream>(m_document, element);
+        return m_child;
+    }
+
     // The first child element of that name.
     pugi::xml_node FindChild(tagREFString name) const {
         std::string wanted;
@@ -177,6 +191,8 @@ class CXMLStream final : public FrameworkComponent<CXMLStream, IDataStream, IXML
     pugi::xml_node m_element;
     // The child that the enumeration stands at.
     pugi::xml_node m_current;
+    // The child that was opened last.
+    SmartPtr<CXMLStream> m_child;
     // What was handed out last, kept for the receiver.
     std::wstring m_name;
     std::wstring m_text;
