@@ -69,6 +69,8 @@ const std::vector<CacheStep>& CacheSteps() {
                                                   {{"SetLimits", {1, 2}}, false},
                                                   {{"set CenterX;StartAngle", {45, 30}}, false},
                                                   {{"SetRadius", {0, 21, 22}}, true},
+                                                  {{"SetRadius", {0, 21, 25}}, true},
+                                                  {{"SetRadius", {0, 21, 25}}, true},
                                                   {{"SetNode", {2, 85, 61}}, true},
                                                   {{"SetNode", {8, 85, 61}}, true},
                                                   {{"Transform", {1, 0, 0, 1, 0, 0}}, true},

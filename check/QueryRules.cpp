@@ -1,71 +1,11 @@
 #include "check/QueryRules.h"
 
-#include <fmt/format.h>
-
 #include <algorithm>
 #include <cmath>
-#include <string_view>
+
+#include "check/Rules.h"
 
 namespace {
-
-using Numbers = std::vector<double>;
-
-struct Place {
-    double x, y;
-};
-
-// What is told of a place: beyond these, rounding errors count.
-bool IsModerate(double value) noexcept { return std::abs(value) < 1e6; }
-bool AreModerate(const Numbers& values) noexcept { return std::all_of(values.begin(), values.end(), IsModerate); }
-
-// Half away from zero.
-double Round(double value) noexcept { return std::trunc(value > 0.0 ? value + 0.5 : value - 0.5); }
-
-// What one figure answers, and the first answer that does not follow from the others.
-class Rules {
-  public:
-    Rules(const ClassContract& figure, IROI& roi) : m_figure(figure), m_roi(roi) {}
-
-    bool Is(std::string_view className) const { return m_figure.name == className; }
-
-    Numbers Ask(const char* query, const Numbers& arguments = {}) const {
-        return Call(m_roi, m_figure.At(query), arguments).outputs;
-    }
-    void Expect(const char* query, const Numbers& arguments, const Numbers& wanted) {
-        if (!AreModerate(wanted)) {
-            return;
-        }
-        const Answer answer = Call(m_roi, m_figure.At(query), arguments);
-        if (answer.code != S_OK || !AreAsWanted(answer.outputs, wanted)) {
-            Tell(query, arguments, answer, fmt::format("S_OK ({})", NumbersText(wanted)));
-        }
-    }
-    void ExpectHit(Place p, bool inside) {
-        if (!IsModerate(p.x) || !IsModerate(p.y)) {
-            return;
-        }
-        const Numbers place = {p.x, p.y};
-        const Answer answer = Call(m_roi, m_figure.At("HitTest"), place);
-        if (answer.code != (inside ? S_OK : E_FAIL)) {
-            Tell("HitTest", place, answer, inside ? "a hit" : "none");
-        }
-    }
-    void Report(Checks& checks) const { checks.Expect(m_expected.empty(), m_expected, m_got); }
-
-  private:
-    void Tell(const char* query, const Numbers& arguments, const Answer& answer, const std::string& wanted) {
-        if (m_expected.empty()) {
-            m_expected = fmt::format("{} of {} to give {}, by its other answers", CallText(query, arguments),
-                                     m_figure.name, wanted);
-            m_got = answer.Text();
-        }
-    }
-
-    const ClassContract& m_figure;
-    IROI& m_roi;
-    std::string m_expected;
-    std::string m_got;
-};
 
 // The least box over places that are given as pairs.
 struct Bounds {
@@ -84,8 +24,6 @@ struct Bounds {
 // ---------------------------------------------------------------------------------------------------
 // Rectangle, mask, parallelogram
 
-// Nodes 1 to 9, in halves of width and height.
-constexpr Place kSides[] = {{0, 0}, {-1, -1}, {1, -1}, {1, 1}, {-1, 1}, {0, -1}, {1, 0}, {0, 1}, {-1, 0}};
 // Places in halves of width and height, just inside and just outside.
 constexpr Place kInside[] = {{0.999, 0.999}, {-0.999, 0.999}, {0.999, -0.5}, {0, 0}};
 constexpr Place kOutside[] = {{1.001, 0.9}, {-1.001, -0.9}, {0.9, 1.001}, {-0.3, -1.001}};
@@ -184,7 +122,7 @@ void CheckRingNodes(Rules& rules, const Numbers& center, const Numbers (&radii)[
         const double angle = atStart ? limits[0] : limits[0] + limits[1];
         const double x = isSector ? std::cos(angle) : node % 2 == 0 ? 1.0 : 0.0;
         const double y = isSector ? std::sin(angle) : node % 2 == 0 ? 0.0 : -1.0;
-        if (IsModerate(angle)) {
+        if (AreModerate({angle})) {
             rules.Expect("GetNode", {1.0 * node}, {center[0] + x * ring[0], center[1] + y * ring[1]});
         }
     }
@@ -210,20 +148,6 @@ void CheckRing(Rules& rules) {
 
 // ---------------------------------------------------------------------------------------------------
 // Profile
-
-// x, y and both thicknesses of every point; empty for a profile that is not moderate.
-std::vector<Numbers> PointsOf(const Rules& rules) {
-    std::vector<Numbers> points;
-    const double count = rules.Ask("GetNumberPoints")[0];
-    for (int i = 0; i < count; ++i) {
-        const Numbers told = rules.Ask("GetPoint", {1.0 * i});
-        points.push_back({told[0], told[1], told[3], told[4]});
-        if (!AreModerate(points.back())) {
-            return {};
-        }
-    }
-    return points;
-}
 
 bool IsHit(const std::vector<Numbers>& points, Place p, double slack) {
     for (std::size_t i = 1; i < points.size(); ++i) {
@@ -258,7 +182,7 @@ void CheckSegment(Rules& rules, const std::vector<Numbers>& points, std::size_t 
 
 void CheckProfile(Rules& rules) {
     const std::vector<Numbers> points = PointsOf(rules);
-    if (points.empty()) {
+    if (points.empty() || !std::all_of(points.begin(), points.end(), AreModerate)) {
         return;
     }
     Bounds exact;

@@ -9,6 +9,7 @@
 #include <string_view>
 #include <utility>
 
+#include "check/EditRules.h"
 #include "check/FigureLists.h"
 #include "check/QueryRules.h"
 #include "contract/Components.h"
@@ -119,9 +120,7 @@ class Frame {
         if (given.Empty()) {
             return Address(nullptr);
         }
-        for (double* value : {&m_map.a, &m_map.b, &m_map.c, &m_map.d, &m_map.dx, &m_map.dy, &m_map.bend}) {
-            *value = given.Next();
-        }
+        m_map.Take(given.Rest());
         Address(static_cast<ITransform*>(&m_map));
     }
     void PutImage(Numbers& given) {
@@ -299,7 +298,9 @@ namespace {
 void PlayWatched(Checks& checks, const ClassContract& figure, std::span<const Step> steps) {
     const auto roi = checks.module.New<IROI>(figure);
     for (const Step& step : steps) {
+        const auto foreseen = Foresee(figure, *roi, step.operation, step.arguments);
         TakeSteps(checks, figure, roi, std::span(&step, 1));
+        CheckForeseen(checks, figure, *roi, foreseen);
         CheckRules(checks, figure, roi);
     }
 }

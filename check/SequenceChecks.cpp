@@ -8,6 +8,7 @@
 #include <limits>
 #include <random>
 
+#include "check/EditRules.h"
 #include "check/FigureLists.h"
 #include "check/Groups.h"
 #include "check/QueryRules.h"
@@ -145,6 +146,7 @@ class Sequence {
             return;
         }
         const Observations before = Observe(m_roi, m_figure);
+        const auto foreseen = Foresee(m_figure, *m_roi, operation.name, arguments);
         const int count = CountPoints();
         const auto nulls = m_choices.OneIn(3) ? NullOutputs::kWhereAllowed : NullOutputs::kNo;
         const Answer answer = Call(*m_roi, operation, arguments, nulls);
@@ -156,6 +158,7 @@ class Sequence {
         CheckStored(operation, arguments, answer);
         CheckPoints(operation, answer, count);
         CheckObject(operation, answer);
+        CheckForeseen(m_checks, m_figure, *m_roi, foreseen);
         CheckRules(m_checks, m_figure, m_roi);
         CheckCount();
     }

@@ -1,7 +1,10 @@
 // What checks and tests lend to the module under test: objects on the stack that count their references.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
+#include <iterator>
+#include <span>
 
 #include "contract/IROI.h"
 #include "contract/Module.h"
@@ -33,6 +36,14 @@ class AffineMap final : public Lent<ITransform> {
   public:
     double a = 1, b = 0, c = 0, d = 1, dx = 0, dy = 0, bend = 0;
     bool zWasZero = true;
+
+    /// Takes these numbers in this order, as many as there are.
+    void Take(std::span<const double> numbers) noexcept {
+        double* const mine[] = {&a, &b, &c, &d, &dx, &dy, &bend};
+        for (std::size_t i = 0; i < std::min(numbers.size(), std::size(mine)); ++i) {
+            *mine[i] = numbers[i];
+        }
+    }
 
     Result TransformPoint(double* x, double* y, double* z) noexcept override {
         const double oldX = *x;
