@@ -20,17 +20,17 @@ CREFString::CREFString(CREFString&& other) noexcept
 // Keeps the first `kept` characters and puts the new ones behind them.
 bool CREFString::Put(int kept, const wchar_t* characters, int count) noexcept {
     count = std::max(count, 0);
+    if (count <= m_capacity - kept) {
+        if (count > 0) {
+            std::wmemmove((m_heap ? m_heap.get() : m_inline) + kept, characters, static_cast<std::size_t>(count));
+        }
+        length = kept + count;
+        return true;
+    }
     if (count > INT_MAX - kept) {
         return false;
     }
     const int joined = kept + count;
-    if (joined <= m_capacity) {
-        if (count > 0) {
-            std::wmemmove((m_heap ? m_heap.get() : m_inline) + kept, characters, static_cast<std::size_t>(count));
-        }
-        length = joined;
-        return true;
-    }
     const int capacity = std::max(joined, m_capacity <= INT_MAX / 2 ? 2 * m_capacity : INT_MAX);
     std::unique_ptr<wchar_t[]> grown(new (std::nothrow) wchar_t[static_cast<std::size_t>(capacity)]);
     if (grown == nullptr) {

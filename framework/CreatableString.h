@@ -9,7 +9,8 @@ inline const tagREFString IObjectInfoImpl<CCreatableString>::m_ObjectName = Text
 
 class CCreatableString final : public FrameworkComponent<CCreatableString, ICreatableString> {
   public:
-    using Answers = InterfaceMap<IObjectInfo, IString, ICreatableString>;
+    // The one that is asked for most comes first.
+    using Answers = InterfaceMap<ICreatableString, IString, IObjectInfo>;
 
     Result GetText(const wchar_t** text, int* length) noexcept override;
     Result SetText(int length, const wchar_t* text) noexcept override;

@@ -11,7 +11,8 @@ inline const tagREFString IObjectInfoImpl<CVariant>::m_ObjectName = Text(L"Varia
 
 class CVariant final : public FrameworkComponent<CVariant, IVariant, IVariantStore> {
   public:
-    using Answers = InterfaceMap<IObjectInfo, IVariant, IVariantStore>;
+    // The one that is asked for most comes first.
+    using Answers = InterfaceMap<IVariant, IVariantStore, IObjectInfo>;
 
     int GetKind() noexcept override;
     /// A string is read as a number (0 when it is blank); nothing and objects give 0.

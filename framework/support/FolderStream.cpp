@@ -363,10 +363,17 @@ const FolderArchive::Block* FolderArchive::Find(const std::string& path) const n
 }
 
 void FolderArchive::Put(const std::string& path, Block block) {
-    if (!IsSoundPath(path)) {
+    if (!TryPut(path, std::move(block))) {
         Fail(path + ": not a plain relative path");
     }
-    m_blocks.insert_or_assign(path, std::move(block));
+}
+
+bool FolderArchive::TryPut(const std::string& path, Block block) {
+    const bool sound = IsSoundPath(path);
+    if (sound) {
+        m_blocks.insert_or_assign(path, std::move(block));
+    }
+    return sound;
 }
 
 // ---------------------------------------------------------------------------------------------------
@@ -389,12 +396,10 @@ class CFolderStream final : public FrameworkComponent<CFolderStream, IDataStream
             return E_INVALIDARG;
         }
         return Guarded(kOperation, [&] {
-            if (!FindPath(*name) || !IsSoundPath(m_path)) {
-                return E_INVALIDARG;
-            }
             const auto* first = static_cast<const std::uint8_t*>(data);
-            m_archive->Put(m_path, FolderArchive::Block(first, first + bytes));
-            return S_OK;
+            const bool stored =
+                FindPath(*name) && m_archive->TryPut(m_path, FolderArchive::Block(first, first + bytes));
+            return stored ? S_OK : E_INVALIDARG;
         });
     }
 

@@ -31,6 +31,8 @@ class FolderArchive {
     /// Stores a block, in place of one that has the path already. Throws std::runtime_error for a path
     /// that FromBytes would refuse.
     void Put(const std::string& path, Block block);
+    /// As Put, but false for such a path.
+    bool TryPut(const std::string& path, Block block);
     /// Takes the block at a path out, if there is one.
     void Remove(const std::string& path) { m_blocks.erase(path); }
 
