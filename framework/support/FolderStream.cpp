@@ -1,10 +1,9 @@
 #include "framework/support/FolderStream.h"
 
-#include <zip.h>
+#include <minizip/unzip.h>
+#include <minizip/zip.h>
 
 #include <algorithm>
-#include <cstring>
-#include <ctime>
 #include <memory>
 #include <new>
 #include <optional>
@@ -15,69 +14,89 @@
 #include "framework/support/Utf8.h"
 
 // ---------------------------------------------------------------------------------------------------
-// The archive
+// Bytes as the file that the library reads and writes
 
 namespace {
 
-constexpr zip_int64_t kMostEntries = 200000;
-constexpr zip_uint64_t kLargestTotal = zip_uint64_t{256} << 20;
+constexpr std::uint64_t kMostEntries = 200000;
+constexpr std::uint64_t kLargestTotal = std::uint64_t{256} << 20;
 constexpr std::size_t kLongestPath = 65535;
+constexpr std::string_view kEndMark("PK\5\6", 4);
+constexpr const char* kDirectory = "the directory";
 // Deflating saves less than a small block's entry in the archive takes.
 constexpr std::size_t kSmallBlock = 4096;
-constexpr int kZlibOutOfMemory = -4;
 
 [[noreturn]] void Fail(const std::string& reason) { throw std::runtime_error(reason); }
 
-// What the library says of a failure; a lack of memory is no failure of the archive's.
-std::string ReasonOf(zip_error_t* error) {
-    const int code = zip_error_code_zip(error);
-    if (code == ZIP_ER_MEMORY || (code == ZIP_ER_ZLIB && zip_error_code_system(error) == kZlibOutOfMemory)) {
+// Of an entry, by what the library answers; a lack of memory is no failure of the archive's.
+[[noreturn]] void Fail(const std::string& path, int code) {
+    if (code == UNZ_INTERNALERROR || code == Z_MEM_ERROR) {
         throw std::bad_alloc();
     }
-    return zip_error_strerror(error);
+    Fail(path + (code == UNZ_CRCERROR ? ": the check sum differs" : ": damaged data"));
 }
 
-// For an error record of our own.
-[[noreturn]] void Fail(zip_error_t* error) {
-    const std::unique_ptr<zip_error_t, void (*)(zip_error_t*)> record(error, zip_error_fini);
-    Fail(ReasonOf(error));
+// Bytes that are read, or written where `output` is one.
+struct MemoryFile {
+    std::string_view bytes;
+    std::string* output = nullptr;
+    std::size_t at = 0;
+    bool isShort = false;  // more was to be read than there is
+    bool lacksMemory = false;
+
+    std::size_t Size() const noexcept { return output != nullptr ? output->size() : bytes.size(); }
+};
+
+MemoryFile& FileOf(voidpf stream) noexcept { return *static_cast<MemoryFile*>(stream); }
+
+uLong Read(voidpf /*opaque*/, voidpf stream, void* buffer, uLong size) noexcept {
+    MemoryFile& file = FileOf(stream);
+    const std::size_t count = std::min<std::size_t>(size, file.bytes.size() - std::min(file.at, file.bytes.size()));
+    std::copy_n(file.bytes.data() + file.at, count, static_cast<char*>(buffer));
+    file.at += count;
+    file.isShort |= count < size;
+    return count;
 }
 
-struct ArchiveDeleter {
-    void operator()(zip_t* archive) const noexcept { zip_discard(archive); }
-};
-struct FileDeleter {
-    void operator()(zip_file_t* file) const noexcept { zip_fclose(file); }
-};
-struct SourceDeleter {
-    void operator()(zip_source_t* source) const noexcept { zip_source_free(source); }
-};
-using Archive = std::unique_ptr<zip_t, ArchiveDeleter>;
-using File = std::unique_ptr<zip_file_t, FileDeleter>;
-using Source = std::unique_ptr<zip_source_t, SourceDeleter>;
-
-// A source over bytes that it borrows.
-Source MakeSource(std::string_view bytes) {
-    zip_error_t error;
-    zip_error_init(&error);
-    Source source(zip_source_buffer_create(bytes.data(), bytes.size(), 0, &error));
-    if (source == nullptr) {
-        Fail(&error);
+uLong Write(voidpf /*opaque*/, voidpf stream, const void* buffer, uLong size) noexcept {
+    MemoryFile& file = FileOf(stream);
+    try {
+        file.output->resize(std::max(file.output->size(), file.at + size));
+    } catch (const std::bad_alloc&) {
+        file.lacksMemory = true;
+        return 0;
     }
-    return source;
+    std::copy_n(static_cast<const char*>(buffer), size, file.output->data() + file.at);
+    file.at += size;
+    return size;
 }
 
-// The archive over a source; the source stays the caller's.
-Archive OpenArchive(const Source& source, int flags) {
-    zip_error_t error;
-    zip_error_init(&error);
-    Archive archive(zip_open_from_source(source.get(), flags, &error));
-    if (archive == nullptr) {
-        Fail(&error);
+long Seek(voidpf /*opaque*/, voidpf stream, ZPOS64_T offset, int origin) noexcept {
+    MemoryFile& file = FileOf(stream);
+    const std::size_t base = origin == ZLIB_FILEFUNC_SEEK_SET   ? 0
+                             : origin == ZLIB_FILEFUNC_SEEK_CUR ? file.at
+                                                                : file.Size();
+    if (offset > file.Size() - base) {
+        return -1;
     }
-    zip_source_keep(source.get());  // The archive frees its own.
-    return archive;
+    file.at = base + offset;
+    return 0;
 }
+
+zlib_filefunc64_def FunctionsOf(MemoryFile& file) noexcept {
+    return {.zopen64_file = [](voidpf opaque, const void* /*name*/, int /*mode*/) { return opaque; },
+            .zread_file = Read,
+            .zwrite_file = Write,
+            .ztell64_file = [](voidpf /*opaque*/, voidpf stream) -> ZPOS64_T { return FileOf(stream).at; },
+            .zseek64_file = Seek,
+            .zclose_file = [](voidpf /*opaque*/, voidpf /*stream*/) { return 0; },
+            .zerror_file = [](voidpf /*opaque*/,
+                              voidpf stream) { return FileOf(stream).isShort || FileOf(stream).lacksMemory ? 1 : 0; },
+            .opaque = &file};
+}
+
+// ---------------------------------------------------------------------------------------------------
+// The archive
 
 // A relative path of plain parts: none is empty, "." or "..".
 bool IsSoundPath(std::string_view path) noexcept {
@@ -97,155 +116,6 @@ bool IsSoundPath(std::string_view path) noexcept {
     }
 }
 
-FolderArchive::Block ReadEntry(zip_t* archive, zip_uint64_t index, const zip_stat_t& entry) {
-    const File file(zip_fopen_index(archive, index, 0));
-    if (file == nullptr) {
-        Fail(std::string(entry.name) + ": " + ReasonOf(zip_get_error(archive)));
-    }
-    FolderArchive::Block block(entry.size);
-    const zip_int64_t read = block.empty() ? 0 : zip_fread(file.get(), block.data(), block.size());
-    // Only reading on to the end compares the check sum.
-    char beyond = 0;
-    if (read != static_cast<zip_int64_t>(block.size()) || zip_fread(file.get(), &beyond, 1) != 0) {
-        static_cast<void>(ReasonOf(zip_file_get_error(file.get())));
-        Fail(std::string(entry.name) + ": damaged data");
-    }
-    return block;
-}
-
-zip_stat_t StatEntry(zip_t* archive, zip_uint64_t index) {
-    constexpr zip_uint64_t kNeeded = ZIP_STAT_NAME | ZIP_STAT_SIZE | ZIP_STAT_COMP_METHOD | ZIP_STAT_ENCRYPTION_METHOD;
-    zip_stat_t entry;
-    zip_stat_init(&entry);
-    if (zip_stat_index(archive, index, 0, &entry) != 0 || (entry.valid & kNeeded) != kNeeded) {
-        Fail(ReasonOf(zip_get_error(archive)));
-    }
-    return entry;
-}
-
-void CheckEntry(const zip_stat_t& entry, zip_uint64_t largest) {
-    if (entry.encryption_method != ZIP_EM_NONE) {
-        Fail(std::string(entry.name) + ": encrypted");
-    }
-    // The two that are written, whose memory does not depend on what a file says.
-    if (entry.comp_method != ZIP_CM_STORE && entry.comp_method != ZIP_CM_DEFLATE) {
-        Fail(std::string(entry.name) + ": unknown compression");
-    }
-    if (entry.size > largest) {
-        Fail(std::string(entry.name) + ": declared size too large");
-    }
-}
-
-FolderArchive::Block ReadSpareEntry(zip_t* archive, zip_uint64_t index, const zip_stat_t& entry, zip_uint64_t largest) {
-    try {
-        CheckEntry(entry, largest);
-        return ReadEntry(archive, index, entry);
-    } catch (const std::runtime_error&) {
-        return {};
-    }
-}
-
-// The first date that a zip file can express, so that the same blocks give the same bytes. A zip file tells local time.
-std::time_t FirstDate() noexcept {
-    std::tm date{};
-    date.tm_year = 80;
-    date.tm_mday = 1;
-    date.tm_isdst = -1;
-    return std::mktime(&date);
-}
-
-void AddEntry(zip_t* archive, const std::string& path, const FolderArchive::Block& block, std::time_t date) {
-    Source source(zip_source_buffer(archive, block.data(), block.size(), 0));
-    const zip_int64_t added =
-        source != nullptr ? zip_file_add(archive, path.c_str(), source.get(), ZIP_FL_ENC_UTF_8) : -1;
-    if (added < 0) {
-        Fail(path + ": " + ReasonOf(zip_get_error(archive)));
-    }
-    static_cast<void>(source.release());  // The archive's now.
-    const auto index = static_cast<zip_uint64_t>(added);
-    const zip_int32_t method = block.size() < kSmallBlock ? ZIP_CM_STORE : ZIP_CM_DEFLATE;
-    if (zip_set_file_compression(archive, index, method, 0) != 0 || zip_file_set_mtime(archive, index, date, 0) != 0) {
-        Fail(path + ": " + ReasonOf(zip_get_error(archive)));
-    }
-}
-
-// Nothing is written that could not be read back.
-void CheckSizes(const std::map<std::string, FolderArchive::Block>& blocks) {
-    zip_uint64_t total = 0;
-    for (const auto& [path, block] : blocks) {
-        total += block.size();
-    }
-    if (total > kLargestTotal || blocks.size() > static_cast<std::size_t>(kMostEntries)) {
-        Fail("too large for an archive");
-    }
-}
-
-// What writing an archive left in its source.
-std::string TakeBytes(zip_source_t* source) {
-    zip_stat_t written;
-    zip_stat_init(&written);
-    if (zip_source_stat(source, &written) != 0 || zip_source_open(source) != 0) {
-        Fail(ReasonOf(zip_source_error(source)));
-    }
-    std::string bytes(written.size, '\0');
-    const zip_int64_t read = zip_source_read(source, bytes.data(), bytes.size());
-    zip_source_close(source);
-    if (read != static_cast<zip_int64_t>(bytes.size())) {
-        Fail("the archive cannot be read back");
-    }
-    return bytes;
-}
-
-// An entry of the archive into the blocks, and its bytes into their sum.
-void TakeEntry(zip_t* archive, zip_uint64_t index, std::string_view spare, zip_uint64_t& total,
-               std::map<std::string, FolderArchive::Block>& blocks) {
-    const zip_stat_t entry = StatEntry(archive, index);
-    std::string path = entry.name;
-    const bool isFolder = path.ends_with('/');
-    if (isFolder) {
-        path.pop_back();
-    }
-    if (!IsSoundPath(path)) {
-        Fail(std::string(entry.name) + ": not a plain relative path");
-    }
-    const bool isSpare = path == spare;
-    if (!isSpare) {
-        CheckEntry(entry, kLargestTotal - total);
-    }
-    if (isFolder) {
-        return;  // Folders follow from the paths of their blocks.
-    }
-    FolderArchive::Block block =
-        isSpare ? ReadSpareEntry(archive, index, entry, kLargestTotal - total) : ReadEntry(archive, index, entry);
-    total += block.size();
-    // Archives are written in the order of their paths, so that each has its place behind those before it.
-    const std::size_t before = blocks.size();
-    blocks.try_emplace(blocks.end(), std::move(path), std::move(block));
-    if (blocks.size() == before) {
-        Fail(std::string(entry.name) + ": more than one entry of this name");
-    }
-}
-
-std::map<std::string, FolderArchive::Block> ReadEntries(std::string_view bytes, std::string_view spare) {
-    const Source source = MakeSource(bytes);
-    // Not with ZIP_CHECKCONS: it would refuse an archive for what stands in the header of its spare block.
-    const Archive archive = OpenArchive(source, ZIP_RDONLY);
-    const zip_int64_t count = zip_get_num_entries(archive.get(), 0);
-    if (count > kMostEntries) {
-        Fail("too many entries");
-    }
-    std::map<std::string, FolderArchive::Block> blocks;
-    zip_uint64_t total = 0;
-    for (zip_uint64_t i = 0; i < static_cast<zip_uint64_t>(count); ++i) {
-        TakeEntry(archive.get(), i, spare, total, blocks);
-    }
-    return blocks;
-}
-
-// ---------------------------------------------------------------------------------------------------
-// The directory at an archive's end: a header for each entry, then the end record. The library refuses all of it for
-// one damaged header, so that of the spare block, which ToBytes writes last, is cut out here.
-
 std::size_t Number(std::string_view bytes, std::size_t at, std::size_t size) {
     if (at > bytes.size() || size > bytes.size() - at) {
         Fail("truncated");
@@ -256,6 +126,168 @@ std::size_t Number(std::string_view bytes, std::size_t at, std::size_t size) {
     }
     return value;
 }
+
+struct Entry {
+    std::string path;
+    unz_file_info64 info;
+
+    std::size_t HeaderSize() const noexcept {
+        constexpr std::size_t kFixed = 46;
+        return kFixed + info.size_filename + info.size_file_extra + info.size_file_comment;
+    }
+};
+
+// The entry that an archive stands at.
+Entry EntryOf(unzFile archive) {
+    Entry entry;
+    int code = unzGetCurrentFileInfo64(archive, &entry.info, nullptr, 0, nullptr, 0, nullptr, 0);
+    if (code == UNZ_OK) {
+        entry.path.resize(entry.info.size_filename);
+        code =
+            unzGetCurrentFileInfo64(archive, &entry.info, entry.path.data(), entry.path.size(), nullptr, 0, nullptr, 0);
+    }
+    if (code != UNZ_OK) {
+        Fail(kDirectory, code);
+    }
+    return entry;
+}
+
+FolderArchive::Block ReadEntry(unzFile archive, const Entry& entry) {
+    if (const int code = unzOpenCurrentFile(archive); code != UNZ_OK) {
+        Fail(entry.path, code);
+    }
+    FolderArchive::Block block(entry.info.uncompressed_size);
+    const int read = unzReadCurrentFile(archive, block.data(), static_cast<unsigned>(block.size()));
+    const int closed = unzCloseCurrentFile(archive);  // It compares the check sum.
+    if (read < 0 || closed != UNZ_OK) {
+        Fail(entry.path, read < 0 ? read : closed);
+    }
+    if (static_cast<std::size_t>(read) != block.size()) {
+        Fail(entry.path, UNZ_BADZIPFILE);
+    }
+    return block;
+}
+
+void CheckEntry(const Entry& entry, std::uint64_t largest) {
+    constexpr unsigned kEncrypted = 1;
+    if ((entry.info.flag & kEncrypted) != 0) {
+        Fail(entry.path + ": encrypted");
+    }
+    // The two that are written, whose memory does not depend on what a file says.
+    if (entry.info.compression_method != 0 && entry.info.compression_method != Z_DEFLATED) {
+        Fail(entry.path + ": unknown compression");
+    }
+    if (entry.info.uncompressed_size > largest) {
+        Fail(entry.path + ": declared size too large");
+    }
+}
+
+FolderArchive::Block ReadSpareEntry(unzFile archive, const Entry& entry, std::uint64_t largest) {
+    try {
+        CheckEntry(entry, largest);
+        return ReadEntry(archive, entry);
+    } catch (const std::runtime_error&) {
+        return {};
+    }
+}
+
+// An entry of the archive into the blocks, and its bytes into their sum.
+void TakeEntry(unzFile archive, Entry entry, std::string_view spare, std::uint64_t& total,
+               std::map<std::string, FolderArchive::Block>& blocks) {
+    const bool isFolder = entry.path.ends_with('/');
+    if (isFolder) {
+        entry.path.pop_back();
+    }
+    if (!IsSoundPath(entry.path)) {
+        Fail(entry.path + ": not a plain relative path");
+    }
+    const bool isSpare = entry.path == spare;
+    if (!isSpare) {
+        CheckEntry(entry, kLargestTotal - total);
+    }
+    if (isFolder) {
+        return;  // Folders follow from the paths of their blocks.
+    }
+    FolderArchive::Block block =
+        isSpare ? ReadSpareEntry(archive, entry, kLargestTotal - total) : ReadEntry(archive, entry);
+    total += block.size();
+    // Archives are written in the order of their paths, so that each has its place behind those before it.
+    const std::size_t before = blocks.size();
+    blocks.try_emplace(blocks.end(), entry.path, std::move(block));
+    if (blocks.size() == before) {
+        Fail(entry.path + ": more than one entry of this name");
+    }
+}
+
+std::map<std::string, FolderArchive::Block> ReadEntries(std::string_view bytes, std::string_view spare) {
+    MemoryFile file{bytes};
+    zlib_filefunc64_def functions = FunctionsOf(file);
+    const std::unique_ptr<void, int (*)(unzFile)> archive(unzOpen2_64("", &functions), unzClose);
+    unz_global_info64 directory{};
+    if (archive == nullptr || unzGetGlobalInfo64(archive.get(), &directory) != UNZ_OK) {
+        Fail("not a zip archive");
+    }
+    if (directory.number_entry > kMostEntries) {
+        Fail("too many entries");
+    }
+    std::map<std::string, FolderArchive::Block> blocks;
+    std::uint64_t total = 0;
+    std::size_t headers = 0;
+    for (ZPOS64_T i = 0; i < directory.number_entry; ++i) {
+        if (const int code = i == 0 ? unzGoToFirstFile(archive.get()) : unzGoToNextFile(archive.get());
+            code != UNZ_OK) {
+            Fail(kDirectory, code);
+        }
+        Entry entry = EntryOf(archive.get());
+        headers += entry.HeaderSize();
+        TakeEntry(archive.get(), std::move(entry), spare, total, blocks);
+    }
+    // Otherwise a damaged count would silently drop the entries behind it.
+    constexpr std::size_t kNotTold = 0xFFFFFFFF;
+    const std::size_t told = Number(bytes, bytes.rfind(kEndMark) + 12, 4);
+    if (told != headers && told != kNotTold) {
+        Fail(kDirectory, UNZ_BADZIPFILE);
+    }
+    return blocks;
+}
+
+// The end record alone, which the library takes for no archive.
+std::string EmptyArchive() { return std::string(kEndMark).append(18, '\0'); }
+
+// Nothing is written that could not be read back.
+void CheckSizes(const std::map<std::string, FolderArchive::Block>& blocks) {
+    std::uint64_t total = 0;
+    for (const auto& [path, block] : blocks) {
+        total += block.size();
+    }
+    if (total > kLargestTotal || blocks.size() > kMostEntries) {
+        Fail("too large for an archive");
+    }
+}
+
+void WriteEntry(zipFile archive, const std::string& path, const FolderArchive::Block& block) {
+    constexpr uLong kUnix = 3 << 8 | 20;
+    constexpr uLong kUtf8 = 1 << 11;
+    zip_fileinfo info{};
+    info.dosDate = 1 << 21 | 1 << 16;  // The first date there is, so that the same blocks give the same bytes.
+    const int method = block.size() < kSmallBlock ? 0 : Z_DEFLATED;
+    int code = zipOpenNewFileInZip4_64(archive, path.c_str(), &info, nullptr, 0, nullptr, 0, nullptr, method,
+                                       Z_DEFAULT_COMPRESSION, 0, -MAX_WBITS, DEF_MEM_LEVEL, Z_DEFAULT_STRATEGY, nullptr,
+                                       0, kUnix, kUtf8, 0);
+    if (code == ZIP_OK) {
+        code = zipWriteInFileInZip(archive, block.data(), static_cast<unsigned>(block.size()));
+    }
+    if (code == ZIP_OK) {
+        code = zipCloseFileInZip(archive);
+    }
+    if (code != ZIP_OK) {  // In memory there is no other cause.
+        throw std::bad_alloc();
+    }
+}
+
+// ---------------------------------------------------------------------------------------------------
+// The directory at an archive's end: a header for each entry, then the end record. What it says of the spare block,
+// which ToBytes writes last, is cut out here where it is damaged.
 
 // The lengths of what follows the fixed part of a header: name and extra field, and the comment of a directory's
 // header.
@@ -294,7 +326,6 @@ std::optional<LastEntry> FindLastEntry(std::string_view bytes, std::size_t endRe
 
 // The archive without its last entry, if that is the spare block by the name before its data; otherwise empty.
 std::string WithoutSpare(std::string_view bytes, std::string_view spare) {
-    constexpr std::string_view kEndMark("PK\5\6", 4);
     constexpr std::size_t kNameInDataHeader = 30;
     const std::size_t end = bytes.size() - std::min(bytes.size(), kEndRecord);
     const bool isWhole = !spare.empty() && bytes.substr(end).starts_with(kEndMark);
@@ -320,10 +351,10 @@ std::string WithoutSpare(std::string_view bytes, std::string_view spare) {
 }  // namespace
 
 FolderArchive FolderArchive::FromBytes(std::string_view bytes, std::string_view spare) {
-    if (bytes.empty()) {
-        Fail("empty");  // The library would take it for an archive without entries.
-    }
     FolderArchive result;
+    if (bytes == EmptyArchive()) {
+        return result;
+    }
     try {
         result.m_blocks = ReadEntries(bytes, spare);
     } catch (const std::runtime_error&) {
@@ -338,23 +369,22 @@ FolderArchive FolderArchive::FromBytes(std::string_view bytes, std::string_view 
 }
 
 std::string FolderArchive::ToBytes() const {
-    if (m_blocks.empty()) {
-        // The library writes nothing at all for an archive without entries: its end record alone.
-        std::string bytes("PK\5\6", 4);
-        return bytes.append(18, '\0');
-    }
     CheckSizes(m_blocks);
-    const Source source = MakeSource({});
-    Archive archive = OpenArchive(source, ZIP_TRUNCATE);
-    const std::time_t date = FirstDate();
+    std::string bytes;
+    MemoryFile file{{}, &bytes};
+    zlib_filefunc64_def functions = FunctionsOf(file);
+    const auto close = [](zipFile archive) { return zipClose(archive, nullptr); };
+    std::unique_ptr<void, decltype(close)> archive(zipOpen2_64("", APPEND_STATUS_CREATE, nullptr, &functions), close);
+    if (archive == nullptr) {
+        throw std::bad_alloc();
+    }
     for (const auto& [path, block] : m_blocks) {
-        AddEntry(archive.get(), path, block, date);
+        WriteEntry(archive.get(), path, block);
     }
-    if (zip_close(archive.get()) != 0) {
-        Fail(ReasonOf(zip_get_error(archive.get())));
+    if (close(archive.release()) != ZIP_OK || file.lacksMemory) {
+        throw std::bad_alloc();
     }
-    static_cast<void>(archive.release());  // Freed by its closing.
-    return TakeBytes(source.get());
+    return bytes;
 }
 
 const FolderArchive::Block* FolderArchive::Find(const std::string& path) const noexcept {

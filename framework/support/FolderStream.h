@@ -1,4 +1,4 @@
-// The folder stream: named binary blocks in folders, all in one zip file on disk, on libzip.
+// The folder stream: named binary blocks in folders, all in one zip file on disk, on minizip.
 #pragma once
 
 #include <cstdint>
