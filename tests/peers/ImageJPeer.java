@@ -11,26 +11,36 @@ import java.util.*;
 import java.util.zip.*;
 
 class ImageJPeer {
-    /// measure ROISET.zip IMAGE: a line of name, area, mean, minimum and maximum for each figure.
+    /// measure ROISET.zip IMAGE...: a line of name, area, mean, minimum and maximum for each figure on each image.
     /// save ROISET.zip: one figure of each kind that ImageJ draws.
     public static void main(String[] arguments) throws Exception {
         PrintStream out = new PrintStream(System.out, true, "UTF-8");
         if (arguments[0].equals("measure")) {
-            measure(arguments[1], IJ.openImage(arguments[2]).getProcessor(), out);
+            List<Roi> figures = read(arguments[1]);
+            for (String image : Arrays.asList(arguments).subList(2, arguments.length)) {
+                measure(figures, IJ.openImage(image).getProcessor(), out);
+            }
         } else {
             save(arguments[1]);
         }
     }
 
-    static void measure(String file, ImageProcessor pixels, PrintStream out) throws IOException {
+    static List<Roi> read(String file) throws IOException {
+        List<Roi> figures = new ArrayList<>();
         try (ZipInputStream zip = new ZipInputStream(new FileInputStream(file))) {
             for (ZipEntry entry = zip.getNextEntry(); entry != null; entry = zip.getNextEntry()) {
-                Roi roi = new RoiDecoder(zip.readAllBytes(), entry.getName()).getRoi();
-                pixels.setRoi(roi);
-                ImageStatistics s = ImageStatistics.getStatistics(
-                    pixels, Measurements.AREA + Measurements.MEAN + Measurements.MIN_MAX, null);
-                out.println(roi.getName() + "," + s.pixelCount + "," + s.mean + "," + s.min + "," + s.max);
+                figures.add(new RoiDecoder(zip.readAllBytes(), entry.getName()).getRoi());
             }
+        }
+        return figures;
+    }
+
+    static void measure(List<Roi> figures, ImageProcessor pixels, PrintStream out) {
+        for (Roi roi : figures) {
+            pixels.setRoi(roi);
+            ImageStatistics s = ImageStatistics.getStatistics(
+                pixels, Measurements.AREA + Measurements.MEAN + Measurements.MIN_MAX, null);
+            out.println(roi.getName() + "," + s.pixelCount + "," + s.mean + "," + s.min + "," + s.max);
         }
     }
 

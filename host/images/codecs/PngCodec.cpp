@@ -1,4 +1,4 @@
-// PNG, by libpng.
+// PNG, by libpng; what is not large is inflated by libdeflate.
 #include <png.h>
 
 #include <bit>
@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "host/images/codecs/Codecs.h"
+#include "host/images/codecs/StoredPng.h"
 
 namespace host {
 
@@ -33,8 +34,11 @@ class PngReader : public FileReader {
     std::string Fault() const override { return m_fault.Text(); }
 
   private:
+    void Begin();
     void ReadHeader();
+    void ReadFrom(png_bytep bytes, std::size_t count);
     void Describe(PageInfo& page) const;
+    void ReadStored();
     bool ReadInterlaced();
 
     std::FILE* m_file;
@@ -46,13 +50,25 @@ class PngReader : public FileReader {
     int m_passes = 1;
     // All rows of an interlaced image, which come together.
     std::vector<png_byte> m_all;
+    // What is read in place of the file, where it is not empty.
+    FileBytes m_stored;
+    std::size_t m_at = 0;
 };
 
 PageInfo PngReader::Turn(int) {
+    m_stored = {};
+    std::rewind(m_file);
+    Begin();
+    PageInfo page;
+    Describe(page);
+    return page;
+}
+
+void PngReader::Begin() {
     png_destroy_read_struct(&m_png, &m_info, nullptr);
     m_all.clear();
     m_next = 0;
-    std::rewind(m_file);
+    m_at = 0;
     m_png = png_create_read_struct(PNG_LIBPNG_VER_STRING, &m_fault, OnError, OnWarning);
     m_info = m_png != nullptr ? png_create_info_struct(m_png) : nullptr;
     if (m_info == nullptr) {
@@ -61,16 +77,29 @@ PageInfo PngReader::Turn(int) {
     if (!RunsThrough(m_png, [this] { ReadHeader(); })) {
         throw std::runtime_error(m_fault.Text());
     }
-    PageInfo page;
-    Describe(page);
-    return page;
+}
+
+void PngReader::ReadFrom(png_bytep bytes, std::size_t count) {
+    if (count > m_stored.size - m_at) {
+        png_error(m_png, "Read Error");
+    }
+    std::copy_n(m_stored.bytes.get() + m_at, count, bytes);
+    m_at += count;
 }
 
 void PngReader::ReadHeader() {
     // Chunks that change no value cannot damage one; that they are whole is checked all the same.
     png_set_keep_unknown_chunks(m_png, PNG_HANDLE_CHUNK_NEVER, nullptr, -1);
     png_set_keep_unknown_chunks(m_png, PNG_HANDLE_CHUNK_AS_DEFAULT, reinterpret_cast<png_const_bytep>("pHYs\0eXIf"), 2);
-    png_init_io(m_png, m_file);
+    if (m_stored.IsEmpty()) {
+        png_init_io(m_png, m_file);
+    } else {
+        png_set_read_fn(m_png, this, [](png_structp png, png_bytep bytes, std::size_t count) {
+            static_cast<PngReader*>(png_get_io_ptr(png))->ReadFrom(bytes, count);
+        });
+        png_set_crc_action(m_png, PNG_CRC_QUIET_USE, PNG_CRC_QUIET_USE);
+        png_set_option(m_png, PNG_IGNORE_ADLER32, PNG_OPTION_ON);
+    }
     png_read_info(m_png, m_info);
     if (png_get_color_type(m_png, m_info) == PNG_COLOR_TYPE_PALETTE) {
         png_set_palette_to_rgb(m_png);
@@ -116,6 +145,9 @@ bool PngReader::ReadRow(std::byte* row) {
         std::copy_n(m_all.data() + m_next++ * length, length, reinterpret_cast<png_bytep>(row));
         return true;
     }
+    if (m_next == 0) {
+        ReadStored();
+    }
     if (!RunsThrough(m_png, [&] { png_read_row(m_png, reinterpret_cast<png_bytep>(row), nullptr); })) {
         return false;
     }
@@ -124,6 +156,18 @@ bool PngReader::ReadRow(std::byte* row) {
         RunsThrough(m_png, [this] { png_read_end(m_png, nullptr); });
     }
     return true;
+}
+
+// Begins anew with the file inflated, where it can be.
+void PngReader::ReadStored() {
+    const long at = std::ftell(m_file);
+    m_stored = StoredPng(m_file);
+    if (m_stored.IsEmpty()) {
+        std::fseek(m_file, at, SEEK_SET);
+        return;
+    }
+    Begin();
+    RunsThrough(m_png, [this] { png_read_update_info(m_png, m_info); });
 }
 
 bool PngReader::ReadInterlaced() {

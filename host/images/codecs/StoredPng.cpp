@@ -1,0 +1,175 @@
+#include "host/images/codecs/StoredPng.h"
+
+#include <libdeflate.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <iterator>
+#include <optional>
+#include <span>
+#include <string_view>
+
+namespace host {
+
+namespace {
+
+using Bytes = std::span<const unsigned char>;
+
+// Larger files are read row by row, in memory that does not grow with them.
+constexpr std::size_t kMostBytes = std::size_t{16} << 20;
+constexpr std::size_t kSignature = 8;
+constexpr std::size_t kAroundData = 12;  // Of a chunk: its length and type before its data, its check sum behind it.
+
+std::uint32_t NumberAt(Bytes bytes, std::size_t at) noexcept {
+    return std::uint32_t{bytes[at]} << 24 | std::uint32_t{bytes[at + 1]} << 16 | std::uint32_t{bytes[at + 2]} << 8 |
+           bytes[at + 3];
+}
+
+unsigned char* PutNumber(std::size_t number, unsigned char* to) noexcept {
+    for (const int shift : {24, 16, 8, 0}) {
+        *to++ = static_cast<unsigned char>(number >> shift);
+    }
+    return to;
+}
+
+FileBytes ReadAll(std::FILE* file) {
+    if (std::fseek(file, 0, SEEK_END) != 0) {
+        return {};
+    }
+    const long size = std::ftell(file);
+    std::rewind(file);
+    if (size <= 0 || static_cast<std::size_t>(size) > kMostBytes) {
+        return {};
+    }
+    FileBytes whole{std::make_unique_for_overwrite<unsigned char[]>(static_cast<std::size_t>(size)), 0};
+    whole.size = std::fread(whole.bytes.get(), 1, static_cast<std::size_t>(size), file);
+    return whole;
+}
+
+struct Chunk {
+    std::string_view type;
+    Bytes whole;
+    Bytes data;
+};
+
+// The chunk that begins at a place; nothing when it is cut short or its check sum differs.
+std::optional<Chunk> ChunkAt(Bytes file, std::size_t at) noexcept {
+    if (file.size() - at < kAroundData || NumberAt(file, at) > file.size() - at - kAroundData) {
+        return std::nullopt;
+    }
+    const std::size_t length = NumberAt(file, at);
+    const Bytes checked = file.subspan(at + 4, 4 + length);
+    if (libdeflate_crc32(0, checked.data(), checked.size()) != NumberAt(file, at + 8 + length)) {
+        return std::nullopt;
+    }
+    return Chunk{
+        {reinterpret_cast<const char*>(checked.data()), 4}, file.subspan(at, kAroundData + length), checked.subspan(4)};
+}
+
+// How many bytes the rows of an image have, each with its filter; 0 when they do not simply follow one another.
+std::size_t InflatedSize(const Chunk& header) noexcept {
+    constexpr int kChannels[] = {1, 0, 3, 1, 2, 0, 4};  // by the type of colour
+    constexpr std::size_t kHeader = 13;
+    if (header.type != "IHDR" || header.data.size() != kHeader || header.data[9] >= std::size(kChannels) ||
+        header.data[12] != 0) {
+        return 0;
+    }
+    const std::uint64_t bits =
+        std::uint64_t{NumberAt(header.data, 0)} * header.data[8] * static_cast<unsigned>(kChannels[header.data[9]]);
+    const std::uint64_t rows = NumberAt(header.data, 4);
+    const std::uint64_t length = (bits + 7) / 8 + 1;
+    return bits > 0 && rows > 0 && length <= kMostBytes / rows ? length * rows : 0;
+}
+
+// What lies before and behind the data of the image, and those.
+struct Parts {
+    Bytes before;
+    Bytes data;
+    Bytes behind;
+    std::size_t inflated = 0;
+};
+
+// Moves the data of the image together. Nothing when they do not lie in chunks one behind the other, all of them and
+// all other chunks sound.
+std::optional<Parts> PartsOf(FileBytes& file) noexcept {
+    const Bytes whole(file.bytes.get(), file.size);
+    const std::optional<Chunk> header = whole.size() > kSignature ? ChunkAt(whole, kSignature) : std::nullopt;
+    Parts parts;
+    parts.inflated = header ? InflatedSize(*header) : 0;
+    if (parts.inflated == 0) {
+        return std::nullopt;
+    }
+    for (std::size_t at = kSignature; at < whole.size();) {
+        const std::optional<Chunk> chunk = ChunkAt(whole, at);
+        const bool isData = chunk && chunk->type == "IDAT";
+        if (!chunk || (isData && !parts.data.empty() && at != whole.size() - parts.behind.size())) {
+            return std::nullopt;
+        }
+        if (isData && parts.data.empty()) {
+            parts.before = whole.first(at);
+            parts.data = chunk->data.first(0);
+        }
+        at += chunk->whole.size();
+        if (isData) {
+            unsigned char* const end = file.bytes.get() + (parts.data.data() - whole.data()) + parts.data.size();
+            std::copy(chunk->data.begin(), chunk->data.end(), end);
+            parts.data = {parts.data.data(), parts.data.size() + chunk->data.size()};
+            parts.behind = whole.subspan(at);
+        }
+    }
+    return parts.data.empty() ? std::nullopt : std::optional(parts);
+}
+
+bool Inflate(Bytes data, unsigned char* rows, std::size_t size) {
+    const std::unique_ptr<libdeflate_decompressor, decltype(&libdeflate_free_decompressor)> inflater(
+        libdeflate_alloc_decompressor(), libdeflate_free_decompressor);
+    std::size_t read = 0;
+    return inflater != nullptr &&
+           libdeflate_zlib_decompress_ex(inflater.get(), data.data(), data.size(), rows, size, &read, nullptr) ==
+               LIBDEFLATE_SUCCESS &&
+           read == data.size();
+}
+
+}  // namespace
+
+FileBytes StoredPng(std::FILE* file) {
+    FileBytes whole = ReadAll(file);
+    const std::optional<Parts> parts = PartsOf(whole);
+    if (!parts) {
+        return {};
+    }
+    // One chunk with a stream of blocks that are stored.
+    constexpr std::size_t kMostInBlock = 65535;
+    constexpr std::size_t kBlockHeader = 5;
+    constexpr std::size_t kAroundStream = 6;  // Its header and its check sum.
+    const std::size_t blocks = (parts->inflated + kMostInBlock - 1) / kMostInBlock;
+    const std::size_t stream = kAroundStream + blocks * kBlockHeader + parts->inflated;
+    const std::size_t size = parts->before.size() + kAroundData + stream + parts->behind.size();
+    FileBytes stored{std::make_unique_for_overwrite<unsigned char[]>(size), size};
+    unsigned char* to = std::copy(parts->before.begin(), parts->before.end(), stored.bytes.get());
+    to = PutNumber(stream, to);
+    for (const unsigned char byte : {'I', 'D', 'A', 'T', '\x78', '\x01'}) {
+        *to++ = byte;
+    }
+    // Inflated at the end of their place, from where the blocks move up, each behind its header.
+    const unsigned char* rows = to + blocks * kBlockHeader;
+    if (!Inflate(parts->data, to + blocks * kBlockHeader, parts->inflated)) {
+        return {};
+    }
+    for (std::size_t left = parts->inflated; left > 0;) {
+        const std::size_t length = std::min(left, kMostInBlock);
+        left -= length;
+        const unsigned char header[kBlockHeader] = {
+            static_cast<unsigned char>(left == 0 ? 1 : 0), static_cast<unsigned char>(length),
+            static_cast<unsigned char>(length >> 8), static_cast<unsigned char>(~length),
+            static_cast<unsigned char>(~length >> 8)};
+        to = std::copy(std::begin(header), std::end(header), to);
+        to = std::copy(rows, rows + length, to);
+        rows += length;
+    }
+    to = PutNumber(0, PutNumber(0, to));  // The check sums of the stream and of the chunk.
+    std::copy(parts->behind.begin(), parts->behind.end(), to);
+    return stored;
+}
+
+}  // namespace host
