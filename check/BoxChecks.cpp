@@ -10,10 +10,6 @@
 
 namespace {
 
-constexpr double kKeepCenter = 0x100;
-constexpr double kBothAxes = 0x200;
-// What the snapped roll is compared with: pi / 12 from ten digits of pi.
-constexpr double kSnapStep = 0.26179938783333334;
 const double kNaN = std::nan("");
 // Its cosine is 0.8 and its sine 0.6.
 const double kRoll = std::atan2(3, 4);
@@ -64,20 +60,20 @@ const Scenarios kRolledScenarios = {{"the nodes of a rolled box",
                                       {"GetCornerPoint", {10}, {61, 112}},
                                       {"GetSize", {}, {60, 30}},
                                       {"GetCenter", {}, {40, 70}},
-                                      {"SetCornerPoint", {kBothAxes + 10, 33, 46}},
+                                      {"SetCornerPoint", {kBothFlag + 10, 33, 46}},
                                       {"GetCornerPoint", {10}, {33, 46}}}},
                                     {"the roll grip snaps to the nearest step, both ways round",
                                      "",
-                                     {{"SetCornerPoint", {kKeepCenter + 10, 61, 112}},
+                                     {{"SetCornerPoint", {kCenterFlag + 10, 61, 112}},
                                       {"get_Roll", {}, {4 * kSnapStep}},
                                       {"GetCornerPoint", {10}, {63.478713758187254, 110.66632513838826}},
-                                      {"SetCornerPoint", {kKeepCenter + 10, 30, 40}},
+                                      {"SetCornerPoint", {kCenterFlag + 10, 30, 40}},
                                       {"get_Roll", {}, {-7 * kSnapStep}},
-                                      {"SetCornerPoint", {kKeepCenter + 10, 140, 112}},
+                                      {"SetCornerPoint", {kCenterFlag + 10, 140, 112}},
                                       {"get_Roll", {}, {2 * kSnapStep}},
-                                      {"SetCornerPoint", {kKeepCenter + 10, 140, 32}},
+                                      {"SetCornerPoint", {kCenterFlag + 10, 140, 32}},
                                       {"get_Roll", {}, {-kSnapStep}},
-                                      {"SetCornerPoint", {kKeepCenter + kBothAxes + 10, 43, 30}},
+                                      {"SetCornerPoint", {kCenterFlag + kBothFlag + 10, 43, 30}},
                                       {"get_Roll", {}, {-6 * kSnapStep}}}},
                                     {"a mapped box is spanned by the images of its edges' middles",
                                      "",
@@ -162,7 +158,7 @@ void CheckSnaps(Checks& checks, const char* className) {
     const auto roi = checks.module.New<IROI>(figure);
     for (int step = -11; step <= 11; ++step) {
         const double angle = step * kPi / 12 + 0.1;
-        const Step drag = {"SetCornerPoint", {kKeepCenter + 10, 50 + 40 * std::cos(angle), 50 + 40 * std::sin(angle)}};
+        const Step drag = {"SetCornerPoint", {kCenterFlag + 10, 50 + 40 * std::cos(angle), 50 + 40 * std::sin(angle)}};
         TakeSteps(checks, figure, roi, std::span(&drag, 1));
         checks.Bits(Call(*roi, figure.At("get_Roll"), {}).outputs[0], kSnapStep * step);
     }
@@ -189,9 +185,9 @@ Scenarios BoxScenarios(const char* className) {
           {"GetCornerPoint", {-1}, {kUntouched, kUntouched}, E_INVALIDARG},
           {"SetCornerPoint", {0, 1, 1}, {}, E_INVALIDARG},
           {"SetCornerPoint", {12, 1, 1}, {}, E_INVALIDARG},
-          {"SetCornerPoint", {kKeepCenter + 11, 1, 1}, {}, E_INVALIDARG},
-          {"SetCornerPoint", {kKeepCenter, 1, 1}, {}, E_INVALIDARG},
-          {"SetCornerPoint", {kBothAxes + 12, 1, 1}, {}, E_INVALIDARG},
+          {"SetCornerPoint", {kCenterFlag + 11, 1, 1}, {}, E_INVALIDARG},
+          {"SetCornerPoint", {kCenterFlag, 1, 1}, {}, E_INVALIDARG},
+          {"SetCornerPoint", {kBothFlag + 12, 1, 1}, {}, E_INVALIDARG},
           {"GetSize", {}, {50, 50}},
           {"GetCenter", {}, {50, 50}}}},
         {"asking for the roll grip raises it to a quarter of the width, for good",
@@ -213,7 +209,7 @@ Scenarios BoxScenarios(const char* className) {
           {"GetCornerPoint", {4}, {100, 80}}}},
         {"a square drag holds the opposite corner and averages the extents",
          className,
-         {{"SetCornerPoint", {kBothAxes + 4, 100, 80}},
+         {{"SetCornerPoint", {kBothFlag + 4, 100, 80}},
           {"GetSize", {}, {65, 65}},
           {"GetCenter", {}, {57.5, 57.5}},
           {"GetCornerPoint", {2}, {25, 25}}}},
@@ -223,20 +219,20 @@ Scenarios BoxScenarios(const char* className) {
           {"GetSize", {}, {0.5, 0.25}},
           {"SetCornerPoint", {7, 25, 90}},
           {"GetSize", {}, {0, 0.25}},
-          {"SetCornerPoint", {kKeepCenter + 8, 90, 25.375}},
+          {"SetCornerPoint", {kCenterFlag + 8, 90, 25.375}},
           {"GetSize", {}, {0, 0.5}}}},
         {"a roll is kept beyond a turn",
          className,
          {{"put_Roll", {7}}, {"get_Roll", {}, {7}}, {"put_Roll", {-7}}, {"get_Roll", {}, {-7}}}},
         {"a drag about the centre grows both ways",
          className,
-         {{"SetCornerPoint", {kKeepCenter + 4, 100, 100}}, {"GetSize", {}, {100, 100}}, {"GetCenter", {}, {50, 50}}}},
+         {{"SetCornerPoint", {kCenterFlag + 4, 100, 100}}, {"GetSize", {}, {100, 100}}, {"GetCenter", {}, {50, 50}}}},
         {"an edge follows the point along one axis",
          className,
          {{"SetCornerPoint", {7, 80, 10}}, {"GetSize", {}, {55, 50}}, {"GetCenter", {}, {52.5, 50}}}},
         {"an edge dragged square changes both sizes",
          className,
-         {{"SetCornerPoint", {kBothAxes + 8, 10, 85}}, {"GetSize", {}, {60, 60}}, {"GetCenter", {}, {50, 55}}}},
+         {{"SetCornerPoint", {kBothFlag + 8, 10, 85}}, {"GetSize", {}, {60, 60}}, {"GetCenter", {}, {50, 55}}}},
         {"a drag across the opposite side makes sizes negative",
          className,
          {{"SetCornerPoint", {4, 0, 0}}, {"GetSize", {}, {-25, -25}}, {"GetCenter", {}, {12.5, 12.5}}}},
@@ -245,7 +241,7 @@ Scenarios BoxScenarios(const char* className) {
          {{"SetCornerPoint", {10, 60, 60}}, {"get_Roll", {}, {kPi / 4}}, {"GetCornerPoint", {10}, {60, 60}}}},
         {"the roll grip snaps to fifteen degrees",
          className,
-         {{"SetCornerPoint", {kKeepCenter + 10, 60, 57}}, {"get_Roll", {}, {2 * kSnapStep}}}},
+         {{"SetCornerPoint", {kCenterFlag + 10, 60, 57}}, {"get_Roll", {}, {2 * kSnapStep}}}},
         {"a point on the edge is inside, whatever the sign of the size",
          className,
          {{"HitTest", {75, 75}, {1}},
@@ -396,9 +392,9 @@ const Scenarios& ParallelogramScenarios() {
                                                    {"GetSize", {}, {60, 40}},
                                                    {"get_Roll", {}, {kRoll}},
                                                    {"GetCenter", {}, {100, 50}},
-                                                   {"SetCornerPoint", {kBothAxes + 11, 70, 40}},
+                                                   {"SetCornerPoint", {kBothFlag + 11, 70, 40}},
                                                    {"get_Shear", {}, {std::atan2(30, 10) + kRoll}},
-                                                   {"SetCornerPoint", {kKeepCenter + 11, 1, 1}, {}, E_INVALIDARG},
+                                                   {"SetCornerPoint", {kCenterFlag + 11, 1, 1}, {}, E_INVALIDARG},
                                                    {"get_Shear", {}, {std::atan2(30, 10) + kRoll}}})},
                                          {"a leaning figure is mapped as its box", "ROIParallelogram",
                                           Leaning({{"GetCornerPoint", {11}, {kAnything, kAnything}},

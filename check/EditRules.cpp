@@ -3,12 +3,11 @@
 #include <algorithm>
 #include <cmath>
 
+#include "contract/Numbers.h"
+
 namespace {
 
 using Foreseen = std::vector<Wanted>;
-
-constexpr int kKeepCenter = 0x100;
-constexpr int kBothAxes = 0x200;
 
 double Distance(Place a, Place b) noexcept { return std::hypot(a.x - b.x, a.y - b.y); }
 
@@ -68,11 +67,11 @@ Box BoxOf(const Rules& rules) {
 // The width and the height that a drag of a side or corner to a place in the box's own frame leaves.
 Place DraggedSize(const Box& box, int node, Place side, Place local) noexcept {
     const auto reach = [node](double size, double beyond) {
-        return (node & kKeepCenter) != 0 ? 2 * beyond : size / 2 + beyond;
+        return (node & kCenterFlag) != 0 ? 2 * beyond : size / 2 + beyond;
     };
     Place size = {side.x != 0 ? reach(box.width, side.x * local.x) : box.width,
                   side.y != 0 ? reach(box.height, side.y * local.y) : box.height};
-    if ((node & kBothAxes) != 0) {
+    if ((node & kBothFlag) != 0) {
         const double equal = side.x == 0 ? size.y : side.y == 0 ? size.x : (size.x + size.y) / 2;
         size = {equal, equal};
     }
@@ -90,11 +89,11 @@ void DragSide(Box& box, int node, Place p, Place opposite) noexcept {
     const Place size = DraggedSize(box, node, side, local);
     const Place half = {side.x * size.x / 2, side.y * size.y / 2};
     Place center = {box.x, box.y};
-    if ((node & kKeepCenter) == 0) {
+    if ((node & kCenterFlag) == 0) {
         const bool corner = side.x != 0 && side.y != 0;
         const Place turned = box.At(half.x, half.y);
         const Place anchor =
-            (node & kBothAxes) != 0 ? opposite : Place{p.x - 2 * (turned.x - box.x), p.y - 2 * (turned.y - box.y)};
+            (node & kBothFlag) != 0 ? opposite : Place{p.x - 2 * (turned.x - box.x), p.y - 2 * (turned.y - box.y)};
         center = corner ? Place{anchor.x + turned.x - box.x, anchor.y + turned.y - box.y}
                         : box.At((side.x != 0 ? local.x : 0) - half.x, (side.y != 0 ? local.y : 0) - half.y);
     }
@@ -105,9 +104,8 @@ void DragSide(Box& box, int node, Place p, Place opposite) noexcept {
 }
 
 void DragRollGrip(Box& box, bool inSteps, Place p) noexcept {
-    constexpr double kStep = 0.26179938783333334;
     const double angle = std::atan2(p.y - box.y, p.x - box.x);
-    box.roll = inSteps ? kStep * Round(angle / kStep) : angle;
+    box.roll = inSteps ? kSnapStep * Round(angle / kSnapStep) : angle;
 }
 
 void Drag(const Rules& rules, Box& box, int node, Place p) {
@@ -120,8 +118,8 @@ void Drag(const Rules& rules, Box& box, int node, Place p) {
         const Numbers opposite = rules.Ask("GetCornerPoint", {number <= 5 ? kOpposite[number - 2] : 1.0});
         DragSide(box, node, p, {opposite[0], opposite[1]});
     } else if (number == 10) {
-        DragRollGrip(box, (node & kKeepCenter) != 0, p);
-    } else if (number == 11 && box.leans && (node & kKeepCenter) == 0) {
+        DragRollGrip(box, (node & kCenterFlag) != 0, p);
+    } else if (number == 11 && box.leans && (node & kCenterFlag) == 0) {
         box.shear = std::atan2(box.x - p.x, box.y - p.y) + box.roll;
     }
 }
@@ -212,7 +210,7 @@ void DragNode(RoundState& figure, int node, Place p) noexcept {
         Numbers& radii = figure.radii[(number - 2) / 2];
         const double radius = number % 2 == 0 ? std::abs(p.x - figure.x) : std::abs(p.y - figure.y);
         radii[number % 2] = radius;
-        if ((node & kBothAxes) != 0) {
+        if ((node & kBothFlag) != 0) {
             radii = {radius, radius};
         }
     } else if (number != idle && number != idle + 1) {
@@ -234,8 +232,8 @@ void DragSectorNode(RoundState& figure, int node, Place p) noexcept {
         figure.limits[0] = angle;
     } else if (node == 7) {
         const double delta = angle - figure.limits[0];
-        const bool small = delta < std::acos(0.0) && figure.limits[1] < std::acos(0.0);
-        figure.limits[1] = !small && figure.limits[1] * delta < 0 ? delta + 4 * std::acos(0.0) : delta;
+        const bool small = delta < kPi / 2 && figure.limits[1] < kPi / 2;
+        figure.limits[1] = !small && figure.limits[1] * delta < 0 ? delta + 2 * kPi : delta;
     }
 }
 
@@ -251,8 +249,8 @@ void Map(RoundState& figure, const Numbers& map) noexcept {
 
 // A sector that is set by its edges says too little.
 bool SetsSector(const Rules& rules, const Edit& edit) {
-    return rules.Is("ROIArcDonut") && edit.Is("SetNode") && edit.Node() >= kKeepCenter + 2 &&
-           edit.Node() <= kKeepCenter + 5;
+    return rules.Is("ROIArcDonut") && edit.Is("SetNode") && edit.Node() >= kCenterFlag + 2 &&
+           edit.Node() <= kCenterFlag + 5;
 }
 
 Foreseen AfterEdit(const Rules& rules, RoundState figure, const Edit& edit) {

@@ -8,7 +8,6 @@
 
 namespace {
 
-constexpr double kBothAxes = 0x200;
 const double kNaN = std::nan("");
 // Its cosine is 0.8 and its sine 0.6.
 const double kStart = std::atan2(3, 4);
@@ -310,7 +309,7 @@ const Scenarios& DonutScenarios() {
          {{"SetRadius", {0, 0.375, 0.3}}, {"SetRadius", {1, 0.25, 0.125}}, {"GetBoundingRect", {}, {50, 50, 1, 1}}}},
         {"a donut's node sets one radius, or both",
          "ROIDonut",
-         {{"SetNode", {kBothAxes + 2, 62, 99}},
+         {{"SetNode", {kBothFlag + 2, 62, 99}},
           {"GetRadius", {0}, {12, 12}},
           {"SetNode", {0x105, 0, 10}},
           {"GetRadius", {1}, {30, 40}},

@@ -40,6 +40,12 @@ Answer Take(const ClassContract& figure, const SmartPtr<IROI>& roi, const Step& 
 /// Takes steps on a figure; each that does not come out as told is a failed check.
 void TakeSteps(Checks& checks, const ClassContract& figure, const SmartPtr<IROI>& roi, std::span<const Step> steps);
 
+/// Flags of a dragged node, written down once more.
+inline constexpr int kCenterFlag = 0x100;
+inline constexpr int kBothFlag = 0x200;
+/// What a snapped roll is compared with: pi / 12 from ten digits of pi.
+inline constexpr double kSnapStep = 0.26179938783333334;
+
 /// A map that is not affine: what it makes of a figure tells which points were mapped.
 inline const std::vector<double> kBentMap = {1.5, 0.5, -0.25, 2, 10, -5, 0.01};
 
