@@ -13,7 +13,13 @@ namespace {
 
 const std::vector<Scenario>& Scenarios() {
     static const std::vector<Scenario> kScenarios = {
-        {"a rectangle without a roll has a null mask", "ROIRectangle", {{"GetMask", {}, {0}}}},
+        {"a rectangle without a roll has a null mask",
+         "ROIRectangle",
+         {{"GetMask", {}, {0}},
+          {"SetSize", {-50, 20}},
+          {"GetMask", {}, {0}},
+          {"SetSize", {0, 0}},
+          {"GetMask", {}, {0}}}},
         {"a rectangle's mask begins at a roll of 0.0001",
          "ROIRectangle",
          {{"put_Roll", {0.00009}}, {"GetMask", {}, {0}}, {"put_Roll", {0.0001}}, {"GetMask", {}, {1}}}},

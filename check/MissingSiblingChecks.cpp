@@ -343,6 +343,14 @@ const std::vector<Drawing>& Drawings() {
     static const std::vector<Drawing> kDrawings = {
         {"ROIDonut", kRing, kRingDrawn},
         {"ROIArcDonut", kRing, kRingDrawn},
+        {"ROIDonut",
+         {{"SetRadius", {0, 36.1, 20.7}}, {"SetRadius", {1, 12.3, 25.4}}},
+         "Create(72, 51, 1, 8, MONO) Fill(0) Attach SetColor(255) Arc(36, 25, 36.1, 20.7, 0, 6.2831855, -1) "
+         "Arc(36, 25, 12.3, 25.4, 0, 6.2831855, -1) FloodFill(60, 25, 0)"},
+        {"ROIRectangle",
+         {{"SetSize", {61.5, 33.25}}, {"SetCenter", {40.5, -12.75}}, {"put_Roll", {0.3}}},
+         "Create(70, 51, 1, 8, MONO) Attach SetColor(255) Line(0, 32, 10, 0) Line(10, 0, 69, 18) Line(69, 18, 59, 50) "
+         "Line(59, 50, 0, 32) FloodFill(35, 25, 0)"},
         {"ROIRectangle",
          {{"SetSize", {60, 30}}, {"SetCenter", {40, 70}}, {"put_Roll", {0.6435011087932844}}},
          "Create(67, 61, 1, 8, MONO) Attach SetColor(255) Line(0, 24, 18, 0) Line(18, 0, 66, 36) Line(66, 36, 48, 60) "

@@ -26,9 +26,10 @@ void CheckPage(Checks& checks, const Page& page) {
     SmartPtr<INamedCollection> pages;
     auto* const preset = reinterpret_cast<IUnknown*>(&pages);
     IUnknown* context = preset;
+    checks.Code(specify->GetPages(0, pages.Receive(), nullptr), S_OK);
+    checks.Expect(static_cast<bool>(pages), "pages", "null");
     checks.Code(specify->GetPages(9, pages.Receive(), &context), S_OK);
     checks.Expect(context == preset, "an untouched context", "a written one");
-    checks.Code(specify->GetPages(0, pages.Receive(), nullptr), S_OK);
     const auto listing = Require<IPageListing>(pages);
     checks.Equal(listing->GetCount(), 1);
     tagREFString key{};
