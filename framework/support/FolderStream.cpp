@@ -51,6 +51,10 @@ MemoryFile& FileOf(voidpf stream) noexcept { return *static_cast<MemoryFile*>(st
 
 uLong Read(voidpf /*opaque*/, voidpf stream, void* buffer, uLong size) noexcept {
     MemoryFile& file = FileOf(stream);
+    if (size == 1 && file.at < file.bytes.size()) {  // Most are.
+        *static_cast<char*>(buffer) = file.bytes[file.at++];
+        return 1;
+    }
     const std::size_t count = std::min<std::size_t>(size, file.bytes.size() - std::min(file.at, file.bytes.size()));
     std::copy_n(file.bytes.data() + file.at, count, static_cast<char*>(buffer));
     file.at += count;
@@ -139,12 +143,16 @@ struct Entry {
 
 // The entry that an archive stands at.
 Entry EntryOf(unzFile archive) {
-    Entry entry;
-    int code = unzGetCurrentFileInfo64(archive, &entry.info, nullptr, 0, nullptr, 0, nullptr, 0);
-    if (code == UNZ_OK) {
-        entry.path.resize(entry.info.size_filename);
-        code =
-            unzGetCurrentFileInfo64(archive, &entry.info, entry.path.data(), entry.path.size(), nullptr, 0, nullptr, 0);
+    constexpr std::size_t kUsual = 100;  // The library reads a header for every question, byte by byte.
+    Entry entry{std::string(kUsual, '\0'), {}};
+    const auto ask = [&] {
+        return unzGetCurrentFileInfo64(archive, &entry.info, entry.path.data(), entry.path.size(), nullptr, 0, nullptr,
+                                       0);
+    };
+    int code = ask();
+    entry.path.resize(entry.info.size_filename);
+    if (code == UNZ_OK && entry.path.size() > kUsual) {
+        code = ask();
     }
     if (code != UNZ_OK) {
         Fail(kDirectory, code);
