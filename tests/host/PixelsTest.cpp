@@ -110,6 +110,15 @@ TEST_F(PixelsTest, AnEllipseOnTheCellHoldsWhatCountingPixelByPixelFinds) {
     EXPECT_EQ(rows[0]["cy"], 374.5);
     EXPECT_EQ(cv::Rect(rows[0]["left"], rows[0]["top"], rows[0]["width"], rows[0]["height"]),
               cv::Rect(369, 315, 120, 120));
+    // What is drawn is far from what the module's hit test takes.
+    Done({"set", "s.roi", "oval", "CenterX=430", "CenterY=375"});
+    const json drawn = Measure(kCell, {"--columns", "mean,std,min"})[1];
+    const json taken = Measure(kCell, {"--by", "module", "--columns", "mean,std"})[1];
+    EXPECT_NEAR(drawn["mean"], 149.91, 0.005);
+    EXPECT_NEAR(drawn["std"], 68.63, 0.005);
+    EXPECT_EQ(drawn["min"], 3);
+    EXPECT_NEAR(taken["mean"], 173.16, 0.005);
+    EXPECT_NEAR(taken["std"], 34.01, 0.005);
 }
 
 TEST_F(PixelsTest, CsvAndJsonCarryTheSameNumbers) {
