@@ -85,15 +85,16 @@ struct Curve {
     /// The same from the sine, when that is small: half the angle less its sine, as a series.
     static double ShortBulge(double square, double sine) noexcept {
         const double sine2 = sine * sine;
-        return square * (sine * sine2) * (1.0 / 12.0 + sine2 * (3.0 / 80.0 + sine2 * (5.0 / 224.0)));
+        return square * (sine * sine2) *
+               (1.0 / 12.0 + sine2 * (3.0 / 80.0 + sine2 * (5.0 / 224.0 + sine2 * (35.0 / 2304.0))));
     }
-    /// Whether that of all arcs within a pixel is.
-    bool IsShort() const noexcept { return std::abs(inverse.x) + std::abs(inverse.y) < kShort; }
+    /// Whether that of all arcs within two pixels side by side is.
+    bool IsShort() const noexcept { return 2.0 * std::abs(inverse.x) + std::abs(inverse.y) < kShort; }
 
   private:
     // In place of the infinite rise of an upright line, so that no width of it still makes no height.
     static constexpr double kSteepest = 1e300;
-    static constexpr double kShort = 0.1;  // What the series leaves out then is 2e-7 of a bulge.
+    static constexpr double kShort = 0.1;  // What the series leaves out then is 2e-9 of a bulge.
 };
 
 }  // namespace host

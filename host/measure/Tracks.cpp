@@ -119,7 +119,8 @@ class ArcDepths {
     double m_square;
 };
 
-// Of an arc it is what its chord cuts off, less its bulge.
+// Of an arc it is what its chord cuts off, less its bulge; `rest` is not known behind more than one border, since so
+// long an arc is not short.
 void FindArcEnds(const Curve& curve, int top, std::size_t row, std::size_t end, Track& track) noexcept {
     const ArcDepths arc(curve);
     for (std::size_t i = row; i < end; ++i) {
@@ -201,16 +202,16 @@ void WriteArc(const Track& track, std::size_t at, int row, Share share, PartPixe
     const int columns = track.last[at] - track.first[at];
     double border = track.first[at] + 1;
     double before = arc.At(border, base);
-    double rest = track.rest[at];
     for (int i = 1; i < columns; ++i) {
         const double after = arc.At(border + 1.0, base);
         const double right = 0.5 * (before + after) - arc.Bulge(border, before, 1.0, after - before, base);
         part[i] = {first.y, first.x + i, share.Of(right)};
-        rest -= right;
         before = after;
         border += 1.0;
     }
-    WriteLast(rest, share, first, columns, part);
+    const double ended = track.right[at] - track.last[at];
+    const double height = 1.0 - before;
+    WriteLast(1.0 - 0.5 * height * ended - arc.Bulge(border, before, ended, height, base), share, first, columns, part);
 }
 
 // Writes a side's pixels in rows of a block, in each from `next` on, which moves behind them.

@@ -28,7 +28,8 @@ struct Track {
     Rows<const Curve*> curves;  ///< its edge at the top of each row
     Rows<int> first;            ///< the columns that it goes through, one beyond the box standing for all
     Rows<int> last;
-    /// What lies to its right of the first column, and of all behind it together; of one column alone, the same again.
+    /// What lies to its right of the first column, and of those behind it together, which of an arc is known of one; of
+    /// a column alone, the same again.
     Rows<double> head;
     Rows<double> rest;
     /// Whether those are known and the first and a second column count in part. Not where it has a joint in the row, or

@@ -6,6 +6,8 @@
 #include <numeric>
 #include <opencv2/imgcodecs.hpp>
 
+#include "host/measure/Coverage.h"
+#include "host/measure/Edges.h"
 #include "tests/host/RunRoi.h"
 #ifdef HAS_GEOS
 #include <geos_c.h>
@@ -464,6 +466,52 @@ TEST_F(OutlineTest, PartsOfPixelsWeighTheirValues) {
     EXPECT_EQ(row["width"], 4);
     EXPECT_EQ(row["median"], 100 + 7 * 40 + 3 * 31);
     EXPECT_EQ(Roi({"measure", "s.roi", "i.png", "--exact", "--by", "module"}).exitCode, 2);
+}
+
+// The area of an ellipse about the origin within a box, by the integral over its quarters.
+double InEllipse(double rx, double ry, double left, double top, double right, double bottom) {
+    if (right <= left || bottom <= top) {
+        return 0.0;
+    }
+    if (left < 0.0) {  // Mirrored, the part on the left.
+        return InEllipse(rx, ry, 0.0, top, right, bottom) +
+               InEllipse(rx, ry, std::max(-right, 0.0), top, -left, bottom);
+    }
+    if (top < 0.0) {
+        return InEllipse(rx, ry, left, 0.0, right, bottom) +
+               InEllipse(rx, ry, left, std::max(-bottom, 0.0), right, -top);
+    }
+    const auto xAt = [&](double y) { return y < ry ? rx * std::sqrt(1.0 - y * y / (ry * ry)) : 0.0; };
+    const auto integral = [&](double x) {
+        const double u = std::min(x / rx, 1.0);
+        return 0.5 * rx * ry * (u * std::sqrt(1.0 - u * u) + std::asin(u));
+    };
+    const double full = std::clamp(xAt(bottom), left, right);
+    const double end = std::clamp(xAt(top), left, right);
+    return (full - left) * (bottom - top) + integral(end) - integral(full) - (end - full) * top;
+}
+
+TEST(Coverage, EveryPixelOfAnEllipseCountsWithItsPart) {
+    for (const auto& [x, y, rx, ry] : {std::array{66.3, 52.7, 61.5, 42.5}, std::array{144.0, 88.0, 69.52, 55.51},
+                                       std::array{40.25, 30.5, 9.3, 5.1}, std::array{100.0, 90.5, 21.0, 80.0}}) {
+        const host::Outline outline{{{host::Arc{{x, y}, rx, ry, 0.0, 2.0 * M_PI}}}, {}, false};
+        std::map<std::pair<int, int>, double> found;
+        const host::PixelSet pixels = host::CoverageOf(host::EdgesOf(outline), {20, 10, 180, 150});
+        for (const host::PartPixel& part : pixels.parts) {
+            found[{part.x, part.y}] = part.weight;
+        }
+        for (const host::Span& span : pixels.spans) {
+            for (int i = span.firstX; i <= span.lastX; ++i) {
+                found[{i, span.y}] = 1.0;
+            }
+        }
+        for (int j = 10; j < 160; ++j) {
+            for (int i = 20; i < 200; ++i) {
+                const double part = InEllipse(rx, ry, i - 0.5 - x, j - 0.5 - y, i + 0.5 - x, j + 0.5 - y);
+                ASSERT_NEAR((found[{i, j}]), part, 1e-9) << rx << ' ' << ry << ": " << i << ' ' << j;
+            }
+        }
+    }
 }
 
 }  // namespace
