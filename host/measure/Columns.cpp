@@ -76,8 +76,10 @@ Axes AxesOf(const Place& place, const PixelScale& scale) {
     const double apart = std::hypot(0.5 * (xx - yy), xy);
     // Drawn circles differ from round by less than this, and nobody sees their axis.
     constexpr double kRound = 1e-3;
-    const double angle =
-        apart <= kRound * middle ? std::nan("") : 0.5 * std::atan2(2.0 * xy + 0.0, xx - yy);  // Upright is +90 degrees.
+    // Upright is +90 degrees, whichever way it leans by rounding.
+    constexpr double kUpright = 1e-12;
+    const double lean = std::abs(xy) <= kUpright * middle ? 0.0 : xy;
+    const double angle = apart <= kRound * middle ? std::nan("") : 0.5 * std::atan2(2.0 * lean, xx - yy);
     return {4.0 * std::sqrt(middle + apart), 4.0 * std::sqrt(std::max(middle - apart, 0.0)), angle};
 }
 
