@@ -65,12 +65,9 @@ class CObject : public IUnknown {
     // Acquire and release: all that other threads did with the object happens before its destruction.
     std::int32_t Decrement() noexcept {
         static_assert(std::is_final_v<T>, "mark the component class final: Release deletes it as that type");
-        // Who holds the only reference shares the object with nobody, and need not pay for a locked decrement.
-        if (m_count.load(std::memory_order_acquire) != 1) {
-            const std::int32_t left = m_count.fetch_sub(1, std::memory_order_acq_rel) - 1;
-            if (left != 0) {
-                return left;
-            }
+        const std::int32_t left = m_count.fetch_sub(1, std::memory_order_acq_rel) - 1;
+        if (left != 0) {
+            return left;
         }
         // A destructor that briefly adds and releases a reference must not destroy a second time.
         m_count.store(1, std::memory_order_relaxed);
