@@ -32,11 +32,7 @@ class Row {
     Row(const PixelRect& box, PixelSet& pixels)
         : m_box(box), m_steps(static_cast<std::size_t>(box.width) + 2), m_pixels(pixels) {}
 
-    void Begin(int row) noexcept {
-        m_y = m_box.top + row;
-        m_column = 0;
-        m_covered = 0.0;
-    }
+    void Begin(int row) noexcept { m_y = m_box.top + row; }
 
     // Adds, `sign` times, what lies to the right of a strand between two places.
     void Add(const Strand& strand, double sign, double top, double bottom) {
@@ -52,31 +48,29 @@ class Row {
     }
 
     // Moves what is added to the pixels.
-    void End() { MoveUpTo(m_box.width); }
+    void End() {
+        int column = 0;  // the first that is not moved
+        double covered = 0.0;
+        std::sort(m_touched.begin(), m_touched.end(), [](const Run& a, const Run& b) { return a.first < b.first; });
+        for (const Run& run : m_touched) {
+            if (column < run.first) {
+                AddRun(column, run.first, covered);
+                column = run.first;
+            }
+            for (; column <= run.last; ++column) {
+                covered += std::exchange(m_steps[static_cast<std::size_t>(column)], 0.0);
+                AddRun(column, column + 1, covered);
+            }
+        }
+        m_touched.clear();
+        AddRun(column, m_box.width, covered);
+    }
 
   private:
     struct Run {
         int first;
         int last;
     };
-
-    // Moves what is added to the columns before one.
-    void MoveUpTo(int end) {
-        std::sort(m_touched.begin(), m_touched.end(), [](const Run& a, const Run& b) { return a.first < b.first; });
-        for (const Run& run : m_touched) {
-            if (m_column < run.first) {
-                AddRun(m_column, run.first, m_covered);
-                m_column = run.first;
-            }
-            for (; m_column <= run.last; ++m_column) {
-                m_covered += std::exchange(m_steps[static_cast<std::size_t>(m_column)], 0.0);
-                AddRun(m_column, m_column + 1, m_covered);
-            }
-        }
-        m_touched.clear();
-        AddRun(m_column, end, m_covered);
-        m_column = end;
-    }
 
     // Calls `add` for the columns of a strand from left to right: the height of its part in a column and what of the
     // column lies to the left of that part. What lies to the left of the row adds to its first column.
@@ -135,8 +129,6 @@ class Row {
     std::vector<Run> m_touched;
     PixelSet& m_pixels;
     int m_y = 0;
-    int m_column = 0;  // the first that is not moved to the pixels
-    double m_covered = 0.0;
 };
 
 // ---------------------------------------------------------------------------------------------------
@@ -144,9 +136,7 @@ class Row {
 
 class Bands {
   public:
-    // `winding` is how often the outline runs around what lies to the left of all curves.
-    Bands(Row& row, std::vector<const Curve*> curves, int winding)
-        : m_row(row), m_curves(std::move(curves)), m_winding(winding) {}
+    Bands(Row& row, std::vector<const Curve*> curves) : m_row(row), m_curves(std::move(curves)) {}
 
     // Adds what lies inside of row `row` of the box, whose first one is `boxTop`.
     void Add(int row, int boxTop) {
@@ -206,7 +196,7 @@ class Bands {
 
     // Adds a band in which no edge crosses another.
     void AddStrands(double top, double bottom) {
-        int winding = m_winding;
+        int winding = 0;
         for (const Strand& strand : m_strands) {
             const int before = std::exchange(winding, winding + strand.curve->winding);
             if (before == 0 || winding == 0) {
@@ -263,7 +253,6 @@ class Bands {
 
     Row& m_row;
     std::vector<const Curve*> m_curves;
-    int m_winding;
     std::vector<Strand> m_strands;
 };
 
@@ -460,7 +449,7 @@ class Sweep {
         m_row.Add({curve, x, side.xs[at + 1]}, sign, y, bottom);
     }
 
-    // Adds a row in which chains begin or end.
+    // Adds a row in which chains begin, end or cross.
     void AddMixed(int row) {
         std::vector<const Curve*> curves;
         const auto add = [&](const Chain& chain) { AppendCurves(chain.curve, row, curves); };
@@ -469,7 +458,7 @@ class Sweep {
             add(*chain);
         }
         m_row.Begin(row);
-        Bands(m_row, std::move(curves), 0).Add(row, m_box.top);
+        Bands(m_row, std::move(curves)).Add(row, m_box.top);
         m_row.End();
     }
 
