@@ -2,9 +2,9 @@
 // line on standard error and an exit code.
 #include <fmt/format.h>
 #include <fmt/ranges.h>
+#include <malloc.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <filesystem>
 #include <iterator>
 #include <new>
@@ -108,6 +108,13 @@ void Run(CLI::App& roi, const std::vector<std::string>& words) {
     }
 }
 
+// One image after the other takes buffers of the same sizes. Given back to the system in between, their pages would be
+// fetched and cleared for every image anew.
+void KeepFreedMemory() {
+    mallopt(M_MMAP_THRESHOLD, 64 << 20);
+    mallopt(M_TRIM_THRESHOLD, 256 << 20);
+}
+
 int Fail(std::string_view line, int exitCode) {
     Complain(line);
     return exitCode;
@@ -121,9 +128,7 @@ int main(int argc, char** argv) {
     using namespace host::cli;
     using host::Error;
     using host::ErrorKind;
-    // The times of an archive's entries are converted one by one, for which the file of a zone that is not named is
-    // looked at anew each time.
-    setenv("TZ", ":/etc/localtime", 0);
+    KeepFreedMemory();
     try {
         CLI::App roi("Places, edits and measures regions of interest on images.", "roi");
         roi.footer(

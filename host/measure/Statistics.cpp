@@ -137,6 +137,9 @@ class Moments {
         Part sum = 0;
         Part squares = 0;
         int numbers = kReal ? 0 : count;
+        // The members might lie among the values, as far as a compiler knows.
+        Value lowest = m_min;
+        Value highest = m_max;
         for (int i = 0; i < count; ++i) {
             const Value value = values[i * step];
             Part difference = static_cast<Part>(value) - static_cast<Part>(reference);
@@ -146,9 +149,11 @@ class Moments {
             }
             sum += difference;
             squares += difference * difference;
-            m_min = value < m_min ? value : m_min;
-            m_max = value > m_max ? value : m_max;
+            lowest = value < lowest ? value : lowest;
+            highest = value > highest ? value : highest;
         }
+        m_min = lowest;
+        m_max = highest;
         m_sum += sum;
         m_squares += squares;
         m_count += numbers;

@@ -1,4 +1,4 @@
-// PNG, by libpng; what is not large is inflated by libdeflate.
+// PNG, by libpng; what is not large is inflated by ISA-L.
 #include <png.h>
 
 #include <bit>

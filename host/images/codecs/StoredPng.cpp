@@ -1,6 +1,7 @@
 #include "host/images/codecs/StoredPng.h"
 
-#include <libdeflate.h>
+#include <isa-l/crc.h>
+#include <isa-l/igzip_lib.h>
 
 #include <algorithm>
 #include <cstdint>
@@ -59,7 +60,7 @@ std::optional<Chunk> ChunkAt(Bytes file, std::size_t at) noexcept {
     }
     const std::size_t length = NumberAt(file, at);
     const Bytes checked = file.subspan(at + 4, 4 + length);
-    if (libdeflate_crc32(0, checked.data(), checked.size()) != NumberAt(file, at + 8 + length)) {
+    if (crc32_gzip_refl(0, checked.data(), checked.size()) != NumberAt(file, at + 8 + length)) {
         return std::nullopt;
     }
     return Chunk{
@@ -120,14 +121,17 @@ std::optional<Parts> PartsOf(FileBytes& file) noexcept {
     return parts.data.empty() ? std::nullopt : std::optional(parts);
 }
 
+// Whether the data are those of so many bytes and of no more.
 bool Inflate(Bytes data, unsigned char* rows, std::size_t size) {
-    const std::unique_ptr<libdeflate_decompressor, decltype(&libdeflate_free_decompressor)> inflater(
-        libdeflate_alloc_decompressor(), libdeflate_free_decompressor);
-    std::size_t read = 0;
-    return inflater != nullptr &&
-           libdeflate_zlib_decompress_ex(inflater.get(), data.data(), data.size(), rows, size, &read, nullptr) ==
-               LIBDEFLATE_SUCCESS &&
-           read == data.size();
+    const auto state = std::make_unique_for_overwrite<inflate_state>();
+    isal_inflate_init(state.get());
+    state->crc_flag = ISAL_ZLIB;
+    state->next_in = const_cast<unsigned char*>(data.data());
+    state->avail_in = static_cast<std::uint32_t>(data.size());
+    state->next_out = rows;
+    state->avail_out = static_cast<std::uint32_t>(size);
+    return isal_inflate(state.get()) == ISAL_DECOMP_OK && state->block_state == ISAL_BLOCK_FINISH &&
+           state->avail_in == 0 && state->avail_out == 0;
 }
 
 }  // namespace
