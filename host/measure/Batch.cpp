@@ -1,7 +1,6 @@
 #include "host/measure/Batch.h"
 
 #include <algorithm>
-#include <chrono>
 #include <utility>
 
 #include "host/images/Image.h"
@@ -18,11 +17,6 @@ int StripOf(const PageInfo& page) noexcept {
     return static_cast<int>(std::min<std::size_t>(rows, static_cast<std::size_t>(page.size.height)));
 }
 
-template <class Result>
-bool IsReady(const std::future<Result>& result, std::chrono::milliseconds patience = {}) {
-    return result.wait_for(patience) == std::future_status::ready;
-}
-
 }  // namespace
 
 Regions::Regions(const RoiSet& set, PixelRule rule) {
@@ -32,16 +26,15 @@ Regions::Regions(const RoiSet& set, PixelRule rule) {
 }
 
 Views Regions::In(PixelSize image) {
-    if (!m_views || m_size != image) {
-        std::vector<View> views;
-        for (Region& region : m_regions) {
-            views.push_back(region.In(image));
-        }
-        m_views = std::make_shared<const std::vector<View>>(std::move(views));
-        m_size = image;
+    std::vector<View> views;
+    for (Region& region : m_regions) {
+        views.push_back(region.In(image));
     }
-    return m_views;
+    return std::make_shared<const std::vector<View>>(std::move(views));
 }
+
+// ---------------------------------------------------------------------------------------------------
+// The thread that owns the batch
 
 Batch::Batch(const RoiSet& set, ImageList& images, BatchOptions options)
     : m_set(set),
@@ -50,99 +43,131 @@ Batch::Batch(const RoiSet& set, ImageList& images, BatchOptions options)
       m_regions(set, m_options.rule),
       m_workers(m_options.jobs) {}
 
-std::optional<Batch::Outcome> Batch::Next() {
-    // Nobody tells when an image further behind is open and waits for this thread.
-    constexpr std::chrono::milliseconds kPatience{5};
-    for (;;) {
-        Open();
-        if (m_pending.empty()) {
-            return std::nullopt;
-        }
-        MeasureOpened();
-        Pending& front = m_pending.front();
-        if (!front.finished.valid()) {
-            IsReady(front.opened, kPatience);
-            continue;
-        }
-        if (!IsReady(front.finished, kPatience)) {
-            continue;
-        }
-        Outcome outcome;
-        try {
-            Finished finished = front.finished.get();
-            outcome = std::move(finished.outcome);
-            if (!outcome.isLast) {
-                front.opened = m_workers.Run([opened = std::move(finished.opened)]() mutable {
-                    opened.file->Turn(opened.pages[++opened.at]);
-                    return std::move(opened);
-                });
-                return outcome;
-            }
-        } catch (...) {
-            outcome.image = front.image.path;
-            outcome.failure = std::current_exception();
-        }
-        m_pending.pop_front();
-        return outcome;
-    }
+Batch::~Batch() {
+    const std::lock_guard lock(m_mutex);
+    m_isClosing = true;
+    m_questions.clear();  // Whoever waits for an answer is told that there will be none.
 }
 
-// Starts to open images while there is room.
+std::optional<Batch::Outcome> Batch::Next() {
+    Open();
+    if (m_pending.empty()) {
+        return std::nullopt;
+    }
+    Pending& front = m_pending.front();
+    Outcome outcome = AwaitOutcome(front);
+    if (outcome.isLast) {
+        m_pending.pop_front();
+    } else {
+        ++front.at;
+        BeginPage(front);
+    }
+    return outcome;
+}
+
+// Starts on images while there is room.
 void Batch::Open() {
     while (m_pending.size() < std::size_t{2} * m_options.jobs) {
         std::optional<ImageName> image = m_images.Next();
         if (!image) {
             return;
         }
-        std::future<Opened> opened = m_workers.Run([name = *image, &options = std::as_const(m_options)] {
-            Opened result{std::make_unique<ImageFile>(name, options.damage), {}};
-            result.pages = result.file->Wanted(options.pages);
-            if (result.pages.size() > 1 && !options.stacks) {
-                throw Error("cannot measure", name.path.Typed(),
-                            "it has several pages: select some with --pages, or ask for the column page");
-            }
-            result.file->Turn(result.pages.front());
-            return result;
-        });
-        m_pending.push_back({std::move(*image), std::move(opened), {}});
+        BeginPage(m_pending.emplace_back(std::move(*image)));
     }
 }
 
-// Starts to measure the images that are open.
-void Batch::MeasureOpened() {
-    for (Pending& image : m_pending) {
-        if (!image.finished.valid() && IsReady(image.opened)) {
-            image.finished = BeginMeasuring(image);
+void Batch::BeginPage(Pending& image) {
+    m_workers.Run([this, &image] {
+        Outcome outcome = MeasurePage(image);
+        {
+            const std::lock_guard lock(m_mutex);
+            image.outcome = std::move(outcome);
+        }
+        m_news.notify_one();
+    });
+}
+
+Batch::Outcome Batch::AwaitOutcome(Pending& image) {
+    std::unique_lock lock(m_mutex);
+    for (;;) {
+        m_news.wait(lock, [&] { return image.outcome || !m_questions.empty(); });
+        if (m_questions.empty()) {
+            return *std::exchange(image.outcome, std::nullopt);
+        }
+        Question question = std::move(m_questions.front());
+        m_questions.pop_front();
+        lock.unlock();
+        Answer(std::move(question));
+        lock.lock();
+    }
+}
+
+void Batch::Answer(Question question) {
+    try {
+        if (!m_views || m_size != question.size) {
+            FindViews(question.size);
+        }
+        question.answer.set_value(m_views);
+    } catch (...) {
+        question.answer.set_exception(std::current_exception());
+    }
+}
+
+void Batch::FindViews(PixelSize image) {
+    Views views;
+    const auto find = [&] { views = m_regions.In(image); };
+    m_options.alone ? m_options.alone(find) : find();
+    const std::lock_guard lock(m_mutex);
+    m_size = image;
+    m_views = std::move(views);
+}
+
+// ---------------------------------------------------------------------------------------------------
+// The threads that read and measure
+
+Batch::Outcome Batch::MeasurePage(Pending& image) {
+    try {
+        TurnPage(image);
+        return Measure(image, *ViewsIn(image.file->Page().size));
+    } catch (...) {
+        Outcome failed;
+        failed.image = image.image.path;
+        failed.failure = std::current_exception();
+        return failed;
+    }
+}
+
+void Batch::TurnPage(Pending& image) const {
+    if (!image.file) {
+        image.file = std::make_unique<ImageFile>(image.image, m_options.damage);
+        image.pages = image.file->Wanted(m_options.pages);
+        if (image.pages.size() > 1 && !m_options.stacks) {
+            throw Error("cannot measure", image.image.path.Typed(),
+                        "it has several pages: select some with --pages, or ask for the column page");
         }
     }
+    image.file->Turn(image.pages[image.at]);
 }
 
-std::future<Batch::Finished> Batch::BeginMeasuring(Pending& image) {
-    try {
-        Opened opened = image.opened.get();
-        Views views = ViewsIn(opened.file->Page().size);
-        return m_workers.Run(
-            [this, path = image.image.path, opened = std::move(opened), views = std::move(views)]() mutable {
-                return MeasurePage(path, std::move(opened), *views);
-            });
-    } catch (...) {
-        std::promise<Finished> failed;
-        failed.set_exception(std::current_exception());
-        return failed.get_future();
-    }
-}
-
+// What images of a size show: known, or asked of the owner.
 Views Batch::ViewsIn(PixelSize image) {
-    if (!m_options.alone) {
-        return m_regions.In(image);
+    std::future<Views> answer;
+    {
+        const std::lock_guard lock(m_mutex);
+        if (m_views && m_size == image) {
+            return m_views;
+        }
+        if (m_isClosing) {
+            throw std::future_error(std::future_errc::broken_promise);
+        }
+        answer = m_questions.emplace_back(Question{image, {}}).answer.get_future();
     }
-    Views views;
-    m_options.alone([&] { views = m_regions.In(image); });
-    return views;
+    m_news.notify_one();
+    return answer.get();
 }
 
-Batch::Finished Batch::MeasurePage(const UserPath& image, Opened opened, const std::vector<View>& views) const {
-    ImageFile& file = *opened.file;
+Batch::Outcome Batch::Measure(Pending& image, const std::vector<View>& views) const {
+    ImageFile& file = *image.file;
     const PageInfo page = file.Page();
     PageMeter meter(m_set.Figures(), views, m_options.columns);
     const int strip = StripOf(page);
@@ -157,16 +182,16 @@ Batch::Finished Batch::MeasurePage(const UserPath& image, Opened opened, const s
             break;
         }
     }
-    const int number = opened.pages[opened.at];
+    const int number = image.pages[image.at];
     const PixelScale scale = m_options.scale ? *m_options.scale : PixelScale(page);
-    Outcome outcome{image,
-                    number,
-                    opened.at + 1 == opened.pages.size(),
-                    scale,
-                    meter.Rows({image, number, scale, file.IsDamaged()}),
-                    page.warnings,
-                    nullptr};
-    return {std::move(outcome), std::move(opened)};
+    const UserPath& path = image.image.path;
+    return {path,
+            number,
+            image.at + 1 == image.pages.size(),
+            scale,
+            meter.Rows({path, number, scale, file.IsDamaged()}),
+            page.warnings,
+            nullptr};
 }
 
 }  // namespace host

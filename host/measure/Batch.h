@@ -2,13 +2,16 @@
 //
 // The module is single-threaded by contract: figures are asked for their pixels on the thread that owns the
 // batch. What they answer is clipped to each size of image and, unchangeable from there on, shared with the
-// threads that read and measure.
+// threads that read and measure; those ask the owner for a size that they have not met.
 #pragma once
 
+#include <condition_variable>
 #include <deque>
 #include <exception>
 #include <functional>
+#include <future>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <vector>
 
@@ -28,13 +31,10 @@ using Views = std::shared_ptr<const std::vector<View>>;
 class Regions {
   public:
     Regions(const RoiSet& set, PixelRule rule);
-    /// Those of the last size are kept.
     Views In(PixelSize image);
 
   private:
     std::vector<Region> m_regions;
-    PixelSize m_size;
-    Views m_views;
 };
 
 struct BatchOptions {
@@ -66,39 +66,53 @@ class Batch {
 
     /// The set and the list are referred to; the set must not change.
     Batch(const RoiSet& set, ImageList& images, BatchOptions options);
+    /// Waits for the pages that are being measured and drops the rest.
+    ~Batch();
+    Batch(const Batch&) = delete;
+    Batch& operator=(const Batch&) = delete;
 
     /// The next page's outcome, in the order of the list, whichever is done first; nothing at the end. Two images per
-    /// job are open at most, and a strip of rows of each is in memory. Throws Error when the list cannot be read.
+    /// job are open at most, and a strip of rows of one in memory. Throws Error when the list cannot be read.
     std::optional<Outcome> Next();
 
   private:
-    // An image that is open, turned to a page that is not read yet.
-    struct Opened {
+    struct Pending {
+        ImageName image;
+        // Between two pages of an image, and until its first:
         std::unique_ptr<ImageFile> file;
         std::vector<int> pages;
         std::size_t at = 0;
+        std::optional<Outcome> outcome;
     };
-    struct Finished {
-        Outcome outcome;
-        Opened opened;
-    };
-    struct Pending {
-        ImageName image;
-        std::future<Opened> opened;
-        std::future<Finished> finished;  // valid once measuring has begun
+    struct Question {
+        PixelSize size;
+        std::promise<Views> answer;
     };
 
     void Open();
-    void MeasureOpened();
-    std::future<Finished> BeginMeasuring(Pending& image);
-    Finished MeasurePage(const UserPath& image, Opened opened, const std::vector<View>& views) const;
+    void BeginPage(Pending& image);
+    Outcome AwaitOutcome(Pending& image);
+    void Answer(Question question);
+    void FindViews(PixelSize image);
+
+    // What the threads do.
+    Outcome MeasurePage(Pending& image);
+    void TurnPage(Pending& image) const;
+    Outcome Measure(Pending& image, const std::vector<View>& views) const;
     Views ViewsIn(PixelSize image);
 
     const RoiSet& m_set;
     ImageList& m_images;
-    BatchOptions m_options;
+    const BatchOptions m_options;
     Regions m_regions;
     std::deque<Pending> m_pending;
+    // Guards what follows and the outcomes.
+    std::mutex m_mutex;
+    std::condition_variable m_news;
+    std::deque<Question> m_questions;
+    bool m_isClosing = false;
+    PixelSize m_size;
+    Views m_views;      // of that size, once one was asked for
     Workers m_workers;  // Last: its threads use what stands above.
 };
 

@@ -129,6 +129,8 @@ class Moments {
     // Differences of 16-bit values and their squares fit an integer for any image that fits in memory.
     using Sum = std::conditional_t<!kReal && sizeof(Value) <= 2, std::int64_t, double>;
     using Part = std::conditional_t<sizeof(Value) == 1, std::int32_t, Sum>;
+    // Of what is half as wide again, processors multiply and add in one.
+    using Difference = std::conditional_t<sizeof(Value) == 1, std::int16_t, Part>;
     // The squares of as many bytes fit such an integer.
     static constexpr int kLongest = 1 << 14;
 
@@ -142,13 +144,13 @@ class Moments {
         Value highest = m_max;
         for (int i = 0; i < count; ++i) {
             const Value value = values[i * step];
-            Part difference = static_cast<Part>(value) - static_cast<Part>(reference);
+            auto difference = static_cast<Difference>(static_cast<Part>(value) - static_cast<Part>(reference));
             if constexpr (kReal) {
                 difference = IsNumber(value) ? difference : 0;
                 numbers += IsNumber(value) ? 1 : 0;
             }
             sum += difference;
-            squares += difference * difference;
+            squares += static_cast<Part>(difference) * static_cast<Part>(difference);
             lowest = value < lowest ? value : lowest;
             highest = value > highest ? value : highest;
         }
