@@ -4,10 +4,14 @@
 #include <minizip/zip.h>
 
 #include <algorithm>
+#include <future>
+#include <iterator>
 #include <memory>
 #include <new>
 #include <optional>
+#include <span>
 #include <stdexcept>
+#include <thread>
 #include <utility>
 
 #include "framework/FrameworkComponent.h"
@@ -131,40 +135,121 @@ std::size_t Number(std::string_view bytes, std::size_t at, std::size_t size) {
     return value;
 }
 
+// The lengths of what follows the fixed part of a header: name and extra field, and the comment of a directory's
+// header.
+std::size_t Tail(std::string_view bytes, std::size_t at, int lengths) {
+    std::size_t sum = 0;
+    for (int i = 0; i < lengths; ++i) {
+        sum += Number(bytes, at + 2 * static_cast<std::size_t>(i), 2);
+    }
+    return sum;
+}
+
+// A header of the directory.
+constexpr std::string_view kHeaderMark("PK\1\2", 4);
+constexpr std::size_t kHeader = 46;
+
 struct Entry {
     std::string path;
-    unz_file_info64 info;
-
-    std::size_t HeaderSize() const noexcept {
-        constexpr std::size_t kFixed = 46;
-        return kFixed + info.size_filename + info.size_file_extra + info.size_file_comment;
-    }
+    bool isFolder = false;
+    std::size_t size = 0;
+    unz64_file_pos place{};
 };
 
-// The entry that an archive stands at.
-Entry EntryOf(unzFile archive) {
-    constexpr std::size_t kUsual = 100;  // The library reads a header for every question, byte by byte.
-    Entry entry{std::string(kUsual, '\0'), {}};
-    const auto ask = [&] {
-        return unzGetCurrentFileInfo64(archive, &entry.info, entry.path.data(), entry.path.size(), nullptr, 0, nullptr,
-                                       0);
-    };
-    int code = ask();
-    entry.path.resize(entry.info.size_filename);
-    if (code == UNZ_OK && entry.path.size() > kUsual) {
-        code = ask();
+// Why an entry cannot be read; nothing when it can.
+const char* TroubleWith(std::size_t flags, std::size_t method, std::size_t size, std::size_t largest) noexcept {
+    constexpr std::size_t kEncrypted = 1;
+    if ((flags & kEncrypted) != 0) {
+        return ": encrypted";
     }
-    if (code != UNZ_OK) {
-        Fail(kDirectory, code);
+    // The two that are written, whose memory does not depend on what a file says.
+    if (method != 0 && method != Z_DEFLATED) {
+        return ": unknown compression";
     }
+    return size > largest ? ": declared size too large" : nullptr;
+}
+
+// The entry whose header lies at a place of the archive, which the library would read byte by byte.
+Entry EntryAt(std::string_view bytes, std::size_t at, std::string_view spare, std::size_t largest) {
+    if (!bytes.substr(std::min(at, bytes.size())).starts_with(kHeaderMark)) {
+        Fail(kDirectory, UNZ_BADZIPFILE);
+    }
+    const std::size_t length = Number(bytes, at + 28, 2);
+    Entry entry;
+    entry.path = bytes.substr(at, kHeader + length).substr(kHeader);
+    entry.size = Number(bytes, at + 24, 4);
+    entry.isFolder = entry.path.ends_with('/');
+    if (entry.isFolder) {
+        entry.path.pop_back();
+    }
+    if (!IsSoundPath(entry.path)) {
+        Fail(entry.path + ": not a plain relative path");
+    }
+    const char* const trouble = TroubleWith(Number(bytes, at + 8, 2), Number(bytes, at + 10, 2), entry.size, largest);
+    if (trouble != nullptr && entry.path != spare) {
+        Fail(entry.path + trouble);
+    }
+    entry.size = trouble == nullptr && !entry.isFolder ? entry.size : 0;
     return entry;
 }
 
+// An archive as the library reads it.
+class Reader {
+  public:
+    explicit Reader(std::string_view bytes) : m_file{bytes} {
+        zlib_filefunc64_def functions = FunctionsOf(m_file);
+        m_archive.reset(unzOpen2_64("", &functions));
+        if (m_archive == nullptr) {
+            Fail("not a zip archive");
+        }
+    }
+
+    unzFile Get() const noexcept { return m_archive.get(); }
+
+  private:
+    MemoryFile m_file;
+    std::unique_ptr<void, int (*)(unzFile)> m_archive{nullptr, unzClose};
+};
+
+// The entries that the directory names, in its order.
+std::vector<Entry> EntriesOf(std::string_view bytes, std::string_view spare) {
+    const Reader archive(bytes);
+    unz_global_info64 directory{};
+    unz64_file_pos place{};
+    if (unzGetGlobalInfo64(archive.Get(), &directory) != UNZ_OK || unzGoToFirstFile(archive.Get()) != UNZ_OK ||
+        unzGetFilePos64(archive.Get(), &place) != UNZ_OK) {
+        Fail(kDirectory, UNZ_BADZIPFILE);
+    }
+    if (directory.number_entry > kMostEntries) {
+        Fail("too many entries");
+    }
+    std::vector<Entry> entries;
+    std::uint64_t total = 0;
+    std::size_t at = place.pos_in_zip_directory;
+    for (ZPOS64_T i = 0; i < directory.number_entry; ++i) {
+        Entry& entry = entries.emplace_back(EntryAt(bytes, at, spare, kLargestTotal - total));
+        entry.place = {at, i};
+        total += entry.size;
+        at += kHeader + Tail(bytes, at + 28, 3);
+    }
+    // Otherwise a damaged count would silently drop the entries behind it.
+    constexpr std::size_t kNotTold = 0xFFFFFFFF;
+    const std::size_t told = Number(bytes, bytes.rfind(kEndMark) + 12, 4);
+    if (told != at - place.pos_in_zip_directory && told != kNotTold) {
+        Fail(kDirectory, UNZ_BADZIPFILE);
+    }
+    return entries;
+}
+
 FolderArchive::Block ReadEntry(unzFile archive, const Entry& entry) {
-    if (const int code = unzOpenCurrentFile(archive); code != UNZ_OK) {
+    int code = unzGoToFilePos64(archive, &entry.place);
+    if (code == UNZ_OK) {
+        code = unzOpenCurrentFile(archive);
+    }
+    if (code != UNZ_OK) {
         Fail(entry.path, code);
     }
-    FolderArchive::Block block(entry.info.uncompressed_size);
+    FolderArchive::Block block(entry.size);
     const int read = unzReadCurrentFile(archive, block.data(), static_cast<unsigned>(block.size()));
     const int closed = unzCloseCurrentFile(archive);  // It compares the check sum.
     if (read < 0 || closed != UNZ_OK) {
@@ -176,85 +261,60 @@ FolderArchive::Block ReadEntry(unzFile archive, const Entry& entry) {
     return block;
 }
 
-void CheckEntry(const Entry& entry, std::uint64_t largest) {
-    constexpr unsigned kEncrypted = 1;
-    if ((entry.info.flag & kEncrypted) != 0) {
-        Fail(entry.path + ": encrypted");
-    }
-    // The two that are written, whose memory does not depend on what a file says.
-    if (entry.info.compression_method != 0 && entry.info.compression_method != Z_DEFLATED) {
-        Fail(entry.path + ": unknown compression");
-    }
-    if (entry.info.uncompressed_size > largest) {
-        Fail(entry.path + ": declared size too large");
-    }
-}
-
-FolderArchive::Block ReadSpareEntry(unzFile archive, const Entry& entry, std::uint64_t largest) {
+FolderArchive::Block ReadSpareEntry(unzFile archive, const Entry& entry) {
     try {
-        CheckEntry(entry, largest);
         return ReadEntry(archive, entry);
     } catch (const std::runtime_error&) {
         return {};
     }
 }
 
-// An entry of the archive into the blocks, and its bytes into their sum.
-void TakeEntry(unzFile archive, Entry entry, std::string_view spare, std::uint64_t& total,
-               std::map<std::string, FolderArchive::Block>& blocks) {
-    const bool isFolder = entry.path.ends_with('/');
-    if (isFolder) {
-        entry.path.pop_back();
+using Blocks = std::vector<FolderArchive::Block>;
+
+// The bytes of some entries; none of folders, which follow from the paths of their blocks.
+Blocks ReadBlocks(std::string_view bytes, std::span<const Entry> entries, std::string_view spare) {
+    const Reader archive(bytes);
+    Blocks blocks(entries.size());
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+        if (!entries[i].isFolder) {
+            blocks[i] = entries[i].path == spare ? ReadSpareEntry(archive.Get(), entries[i])
+                                                 : ReadEntry(archive.Get(), entries[i]);
+        }
     }
-    if (!IsSoundPath(entry.path)) {
-        Fail(entry.path + ": not a plain relative path");
+    return blocks;
+}
+
+// The same for all, of which every processor reads a part. Where there is no thread to be had, this one reads it.
+Blocks ReadAllBlocks(std::string_view bytes, std::span<const Entry> entries, std::string_view spare) {
+    constexpr std::size_t kWorthAThread = 2000;
+    const std::size_t processors = std::max(std::thread::hardware_concurrency(), 1U);
+    const std::size_t share = std::max((entries.size() + processors - 1) / processors, kWorthAThread);
+    std::vector<std::future<Blocks>> others;
+    for (std::size_t first = share; first < entries.size(); first += share) {
+        others.push_back(std::async(std::launch::async | std::launch::deferred, ReadBlocks, bytes,
+                                    entries.subspan(first, std::min(share, entries.size() - first)), spare));
     }
-    const bool isSpare = entry.path == spare;
-    if (!isSpare) {
-        CheckEntry(entry, kLargestTotal - total);
+    Blocks all = ReadBlocks(bytes, entries.first(std::min(share, entries.size())), spare);
+    for (std::future<Blocks>& other : others) {
+        std::ranges::move(other.get(), std::back_inserter(all));
     }
-    if (isFolder) {
-        return;  // Folders follow from the paths of their blocks.
-    }
-    FolderArchive::Block block =
-        isSpare ? ReadSpareEntry(archive, entry, kLargestTotal - total) : ReadEntry(archive, entry);
-    total += block.size();
-    // Archives are written in the order of their paths, so that each has its place behind those before it.
-    const std::size_t before = blocks.size();
-    blocks.try_emplace(blocks.end(), entry.path, std::move(block));
-    if (blocks.size() == before) {
-        Fail(entry.path + ": more than one entry of this name");
-    }
+    return all;
 }
 
 std::map<std::string, FolderArchive::Block> ReadEntries(std::string_view bytes, std::string_view spare) {
-    MemoryFile file{bytes};
-    zlib_filefunc64_def functions = FunctionsOf(file);
-    const std::unique_ptr<void, int (*)(unzFile)> archive(unzOpen2_64("", &functions), unzClose);
-    unz_global_info64 directory{};
-    if (archive == nullptr || unzGetGlobalInfo64(archive.get(), &directory) != UNZ_OK) {
-        Fail("not a zip archive");
-    }
-    if (directory.number_entry > kMostEntries) {
-        Fail("too many entries");
-    }
+    std::vector<Entry> entries = EntriesOf(bytes, spare);
+    Blocks read = ReadAllBlocks(bytes, entries, spare);
     std::map<std::string, FolderArchive::Block> blocks;
-    std::uint64_t total = 0;
-    std::size_t headers = 0;
-    for (ZPOS64_T i = 0; i < directory.number_entry; ++i) {
-        if (const int code = i == 0 ? unzGoToFirstFile(archive.get()) : unzGoToNextFile(archive.get());
-            code != UNZ_OK) {
-            Fail(kDirectory, code);
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+        if (entries[i].isFolder) {
+            continue;
         }
-        Entry entry = EntryOf(archive.get());
-        headers += entry.HeaderSize();
-        TakeEntry(archive.get(), std::move(entry), spare, total, blocks);
-    }
-    // Otherwise a damaged count would silently drop the entries behind it.
-    constexpr std::size_t kNotTold = 0xFFFFFFFF;
-    const std::size_t told = Number(bytes, bytes.rfind(kEndMark) + 12, 4);
-    if (told != headers && told != kNotTold) {
-        Fail(kDirectory, UNZ_BADZIPFILE);
+        // Archives are written in the order of their paths, so that each has its place behind those before it.
+        const std::size_t before = blocks.size();
+        const auto block = blocks.try_emplace(blocks.end(), std::move(entries[i].path), std::move(read[i]));
+        if (blocks.size() == before) {
+            Fail(block->first + ": more than one entry of this name");
+        }
     }
     return blocks;
 }
@@ -297,16 +357,6 @@ void WriteEntry(zipFile archive, const std::string& path, const FolderArchive::B
 // The directory at an archive's end: a header for each entry, then the end record. What it says of the spare block,
 // which ToBytes writes last, is cut out here where it is damaged.
 
-// The lengths of what follows the fixed part of a header: name and extra field, and the comment of a directory's
-// header.
-std::size_t Tail(std::string_view bytes, std::size_t at, int lengths) {
-    std::size_t sum = 0;
-    for (int i = 0; i < lengths; ++i) {
-        sum += Number(bytes, at + 2 * static_cast<std::size_t>(i), 2);
-    }
-    return sum;
-}
-
 constexpr std::size_t kEndRecord = 22;
 
 // Where the last entry of an archive has its header in the directory and the one before its data; nothing when the
@@ -316,8 +366,6 @@ struct LastEntry {
     std::size_t dataHeader;
 };
 std::optional<LastEntry> FindLastEntry(std::string_view bytes, std::size_t endRecord) {
-    constexpr std::string_view kHeaderMark("PK\1\2", 4);
-    constexpr std::size_t kHeader = 46;
     constexpr std::size_t kDataHeader = 30;
     const std::size_t count = Number(bytes, endRecord + 10, 2);
     LastEntry last{Number(bytes, endRecord + 16, 4), 0};
