@@ -6,11 +6,13 @@
 
 #include "bench/Questions.h"
 #include "bench/RatioTable.h"
+#include "host/base/Memory.h"
 
 int main(int argc, char** argv) {
     try {
         // Like is held against like: the module works in one thread.
         cv::setNumThreads(1);
+        host::KeepFreedMemory();                                     // As `roi` does.
         std::filesystem::current_path(host::DefaultModuleFolder());  // Modules are opened beside this program.
         const host::Session session;
         AddHitTests(session);

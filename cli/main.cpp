@@ -2,7 +2,6 @@
 // line on standard error and an exit code.
 #include <fmt/format.h>
 #include <fmt/ranges.h>
-#include <malloc.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -12,6 +11,7 @@
 
 #include "cli/Commands.h"
 #include "host/base/Error.h"
+#include "host/base/Memory.h"
 #include "host/base/SafeFile.h"
 #include "host/base/Text.h"
 
@@ -108,13 +108,6 @@ void Run(CLI::App& roi, const std::vector<std::string>& words) {
     }
 }
 
-// One image after the other takes buffers of the same sizes. Given back to the system in between, their pages would be
-// fetched and cleared for every image anew.
-void KeepFreedMemory() {
-    mallopt(M_MMAP_THRESHOLD, 64 << 20);
-    mallopt(M_TRIM_THRESHOLD, 256 << 20);
-}
-
 int Fail(std::string_view line, int exitCode) {
     Complain(line);
     return exitCode;
@@ -128,7 +121,7 @@ int main(int argc, char** argv) {
     using namespace host::cli;
     using host::Error;
     using host::ErrorKind;
-    KeepFreedMemory();
+    host::KeepFreedMemory();
     try {
         CLI::App roi("Places, edits and measures regions of interest on images.", "roi");
         roi.footer(
