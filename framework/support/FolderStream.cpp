@@ -287,7 +287,9 @@ Blocks ReadBlocks(std::string_view bytes, std::span<const Entry> entries, std::s
 // The same for all, of which every processor reads a part. Where there is no thread to be had, this one reads it.
 Blocks ReadAllBlocks(std::string_view bytes, std::span<const Entry> entries, std::string_view spare) {
     constexpr std::size_t kWorthAThread = 2000;
-    const std::size_t processors = std::max(std::thread::hardware_concurrency(), 1U);
+    // Asking for the processors opens a file.
+    const std::size_t processors =
+        entries.size() > kWorthAThread ? std::max(std::thread::hardware_concurrency(), 1U) : 1;
     const std::size_t share = std::max((entries.size() + processors - 1) / processors, kWorthAThread);
     std::vector<std::future<Blocks>> others;
     for (std::size_t first = share; first < entries.size(); first += share) {
