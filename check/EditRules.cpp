@@ -29,6 +29,8 @@ struct Edit {
 
     bool Is(std::string_view name) const { return operation == name; }
     bool Maps() const { return operation == "Transform" && !given.empty(); }
+    // Heights and the order of points are not foreseen.
+    bool MapsOddly() const { return Maps() && given.size() > kBentMap.size(); }
     int Node() const { return Integer(given[0]); }
     Place Point() const { return {given[1], given[2]}; }
 };
@@ -36,22 +38,33 @@ struct Edit {
 // ---------------------------------------------------------------------------------------------------
 // Rectangle, mask, parallelogram
 
+constexpr const char* kGrip = "read RollGripLength";
+
 struct Box {
     bool leans;
     double width, height, x, y, roll;
     double aspect = 0.0;  // of those that do not lean
     double shear = 0.0;
+    double grip = kAnything;  // of those that list it
 
     Place At(double u, double v) const noexcept {
         return {x + u * std::cos(roll) - v * std::sin(roll), y + u * std::sin(roll) + v * std::cos(roll)};
     }
     double SideA() const noexcept { return width - height * std::tan(shear); }
+    void SetGrip(double length) noexcept { grip = grip != kAnything ? length : grip; }
+    void DragGrip(Place p) noexcept { SetGrip(Distance(p, {x, y})); }
+    // Who asks for a grip raises it.
+    bool HasGrip(int node) const noexcept { return node == 10 || (leans && node == 11); }
 
     Foreseen After() const {
-        return {{"GetSize", {}, {width, height}},
-                {"GetCenter", {}, {x, y}},
-                {"get_Roll", {}, {roll}},
-                leans ? Wanted{"get_Shear", {}, {shear}} : Wanted{"GetAspectRatio", {}, {aspect}}};
+        Foreseen wanted = {{"GetSize", {}, {width, height}},
+                           {"GetCenter", {}, {x, y}},
+                           {"get_Roll", {}, {roll}},
+                           leans ? Wanted{"get_Shear", {}, {shear}} : Wanted{"GetAspectRatio", {}, {aspect}}};
+        if (grip != kAnything) {
+            wanted.push_back({kGrip, {}, {grip}});
+        }
+        return wanted;
     }
 };
 
@@ -61,6 +74,7 @@ Box BoxOf(const Rules& rules) {
     const bool leans = rules.Is("ROIParallelogram");
     Box box = {leans, size[0], size[1], center[0], center[1], rules.Ask("get_Roll")[0]};
     (leans ? box.shear : box.aspect) = rules.Ask(leans ? "get_Shear" : "GetAspectRatio")[0];
+    box.grip = rules.Answers("IParametricObject") ? rules.Ask(kGrip)[0] : kAnything;
     return box;
 }
 
@@ -119,8 +133,10 @@ void Drag(const Rules& rules, Box& box, int node, Place p) {
         DragSide(box, node, p, {opposite[0], opposite[1]});
     } else if (number == 10) {
         DragRollGrip(box, (node & kCenterFlag) != 0, p);
+        box.DragGrip(p);
     } else if (number == 11 && box.leans && (node & kCenterFlag) == 0) {
         box.shear = std::atan2(box.x - p.x, box.y - p.y) + box.roll;
+        box.DragGrip(p);
     }
 }
 
@@ -132,6 +148,7 @@ void Map(Box& box, const Numbers& map) noexcept {
     box.width = Distance(right, left);
     box.height = height;
     box.roll = std::atan2(right.y - left.y, right.x - left.x);
+    box.SetGrip(0);
     box.x = center.x;
     box.y = center.y;
 }
@@ -163,6 +180,8 @@ Foreseen AfterEdit(const Rules& rules, Box box, const Edit& edit) {
         box.height = given[0] * std::cos(box.shear);
     } else if (edit.Is("put_Shear")) {
         SetShear(box, given[0], static_cast<short>(Integer(given[1])) != 0);
+    } else if ((edit.Is("GetCornerPoint") || edit.Is("GetCornerPointI")) && box.HasGrip(edit.Node())) {
+        box.SetGrip(std::max(box.grip, 0.25 * box.width));
     } else if (edit.Is("SetCornerPoint")) {
         Drag(rules, box, edit.Node(), edit.Point());
     } else if (edit.Maps()) {
@@ -382,7 +401,7 @@ std::vector<Wanted> Foresee(const ClassContract& figure, IROI& roi, std::string_
     const Rules rules(figure, roi);
     const Edit edit = {operation, arguments};
     const bool ofList = operation.find(' ') != std::string_view::npos;
-    if (ofList || !AreModerate(arguments) || figure.Answers("IROIShape")) {
+    if (ofList || edit.MapsOddly() || !AreModerate(arguments) || figure.Answers("IROIShape")) {
         return {};
     }
     const auto after = [&](const auto& state, const Foreseen& now) {

@@ -60,6 +60,8 @@ const std::vector<Scenario>& Scenarios() {
           {"GetSize", {}, {75, 55}},
           {"GetBoundingRect", {}, {25, 25, 20, 30}},
           {"put_Roll", {1}},
+          {"Transform", {2, 0, 0, 3, 0, 0}},
+          {"Transform", {}, {}, E_INVALIDARG},
           {"GetMask", {}, {1}}}}};
     return kScenarios;
 }
@@ -80,6 +82,9 @@ const std::vector<CacheStep>& CacheSteps() {
                                                   {{"SetNode", {2, 85, 61}}, true},
                                                   {{"SetNode", {8, 85, 61}}, true},
                                                   {{"Transform", {1, 0, 0, 1, 0, 0}}, true},
+                                                  {{"Transform"}, false},
+                                                  {{"SetNode", {1, 60, 61}}, true},
+                                                  {{"SetNode", {0x105, 60, 61}}, true},
                                                   {{"HitTest", {70, 61}}, false}};
     return kSteps;
 }

@@ -110,7 +110,11 @@ const std::vector<Scenario>& Scenarios() {
          {{"put_Roll", {1}}, {"set Width", {8}}, {"GetSize", {}, {8, 50}}, {"get_Roll", {}, {kPi / 180}}}},
         {"a fixed aspect from the list leaves the size alone",
          "ROIRectangle",
-         {{"set FixedAspect", {2}}, {"GetSize", {}, {50, 50}}, {"GetAspectRatio", {}, {2}}}},
+         {{"set FixedAspect", {2}},
+          {"GetSize", {}, {50, 50}},
+          {"GetAspectRatio", {}, {2}},
+          {"set FixedAspect", {-2}},
+          {"GetAspectRatio", {}, {-2}}}},
         {"a rectangle reads variants only", "ROIRectangle", {{"type Width=80"}, {"GetSize", {}, {50, 50}}}},
         {"a name that is not known changes nothing", "ROIEllipse", {{"set Radius", {9}}, {"GetRadius", {}, {30, 30}}}},
         {"an ellipse takes one radius alone",
@@ -439,14 +443,18 @@ constexpr Reading kReadings[] = {{L"  -3.25", -3.25},
                                  {L"0.1234567891", 0.1234567891},
                                  {L"0.0000000000000000019", 1e-18}};
 
+SmartPtr<IString> StringOf(const std::string& name) {
+    const std::wstring wide(name.begin(), name.end());
+    return CreateStringOf(Text(wide));
+}
+
 // Gives one text to all parameters of a ring, and expects its list to tell one number for it everywhere. Angles go
 // through radians.
 void ExpectReading(Checks& checks, const SmartPtr<IROI>& roi, tagREFString text, double value) {
     const auto list = MakeList({});
     const Values names = ParametersOf(roi);
     for (const NamedValue& entry : names) {
-        const std::wstring name(entry.name.begin(), entry.name.end());
-        list->Add(CreateStringOf(Text(name)).Get(), CreateStringOf(text).Get(), 0, 0);
+        list->Add(StringOf(entry.name).Get(), CreateStringOf(text).Get(), 0, 0);
     }
     checks.Code(Require<IParametricObject>(roi)->SetParameters(list.Get()), S_OK);
     for (const NamedValue& entry : ParametersOf(roi)) {
@@ -497,6 +505,52 @@ void CheckTextLength(Checks& checks) {
     TakeSteps(checks, figure, roi, steps);
 }
 
+// A variant that is a text too, and tells another number for each way to read it.
+class ManyNumbers final : public Lent<IVariant, IString> {
+  public:
+    int kind = 0;
+
+    int GetKind() noexcept override { return kind; }
+    double GetDouble() noexcept override { return 2.5; }
+    int GetInteger() noexcept override { return 7; }
+    Result SetInteger(int) noexcept override { return E_FAIL; }
+    Result SetDouble(double) noexcept override { return E_FAIL; }
+    Result GetObject(IUnknown**) noexcept override { return E_FAIL; }
+    int HasString() noexcept override { return 0; }
+    Result GetString(IUnknown**) noexcept override { return E_FAIL; }
+    Result GetText(const wchar_t** text, int* length) noexcept override {
+        *text = L"9";
+        *length = 1;
+        return S_OK;
+    }
+    Result SetText(int, const wchar_t*) noexcept override { return E_FAIL; }
+    Result Append(int, const wchar_t*) noexcept override { return E_FAIL; }
+};
+
+void CheckVariantsFirst(Checks& checks, const Defaults& defaults) {
+    for (const int kind : {0, 1, 2}) {
+        checks.Begin(fmt::format("{} asks a variant of kind {} for what it needs", defaults.className, kind));
+        const auto roi = checks.module.New<IROI>(ClassNamed(defaults.className));
+        ManyNumbers item;
+        item.kind = kind;
+        {
+            const auto list = MakeList({});
+            for (const NamedValue& entry : defaults.values) {
+                list->Add(StringOf(entry.name).Get(), static_cast<IVariant*>(&item), 0, 0);
+            }
+            checks.Code(Require<IParametricObject>(roi)->SetParameters(list.Get()), S_OK);
+        }
+        checks.Equal(item.references, 1);
+        for (const NamedValue& entry : ParametersOf(roi)) {
+            const bool isShown = entry.presentationKind == 0x4040005;
+            const double* number = std::get_if<double>(&entry.value);
+            const double read = number != nullptr ? *number : std::get<int>(entry.value);
+            checks.Expect(isShown || SameNumber(read, number != nullptr ? 2.5 : 7),
+                          fmt::format("{} of 2.5, or 7 of a whole number", entry.name), fmt::format("{}", read));
+        }
+    }
+}
+
 // A figure that is given its own list is as before.
 void CheckOwnList(Checks& checks, const ClassContract& figure) {
     if (!figure.Answers("IParametricObject") || std::string_view(figure.name) == "ROIProfile") {
@@ -515,6 +569,9 @@ void CheckOwnList(Checks& checks, const ClassContract& figure) {
 void CheckParameters(Checks& checks) {
     for (const Defaults& defaults : AllDefaults()) {
         checks.Try([&] { CheckDefaults(checks, defaults); });
+        if (std::string_view(defaults.className) != "ROIProfile") {  // Its numbers are actions.
+            checks.Try([&] { CheckVariantsFirst(checks, defaults); });
+        }
     }
     Play(checks, Scenarios());
     for (const Conversion& conversion : kConversions) {

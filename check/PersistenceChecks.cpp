@@ -65,6 +65,7 @@ constexpr Decimals kDecimals[] = {{50, "50"},
                                   {-3.25, "-3.25"},
                                   {1.0 / 3, "0.333333333"},
                                   {2.0 / 3, "0.666666667"},
+                                  {0.29, "0.290"},
                                   {2e-9, "0"},
                                   {1.000000009, "1"},
                                   {1.000000011, "1.000000011"},
@@ -163,13 +164,13 @@ void CheckWholeNumbers(Checks& checks) {
             center.name = L"centerx";
             radius.name = L"RADIUSY";
             shorter.name = L"Center";
-            longer.name = L"RadiusYY";
+            longer.name = L"RadiusYAndMore";
             entry.name = L"CenterY";
             nested.text = other.text = entry.text = shorter.text = longer.text = L"77";
             center.text = radius.text = row.text;
             center.given = radius.given = given;
             other.children = {&nested};
-            entry.children = {&other, &center, &radius, &shorter, &longer};
+            entry.children = {&other, &longer, &center, &radius, &shorter};
             stream.root.children = {&entry};
             const auto roi = checks.module.New<IROI>(figure);
             checks.Code(Require<IDataPersist>(roi)->Load(&stream, 0), S_OK);
@@ -192,7 +193,11 @@ void CheckLock(Checks& checks) {
     const Step locked[] = {{"read LockA", {}, {1}}};
     const Step open[] = {{"read LockA", {}, {0}}};
     TakeSteps(checks, figure, roi, lock);
+    for (IDataStream* stream : {static_cast<IDataStream*>(nullptr), static_cast<IDataStream*>(&plain)}) {
+        checks.Code(persist->Save(stream, 0), S_OK);
+    }
     checks.Code(persist->Save(storage.Folder().Get(), 0), S_OK);
+    TakeSteps(checks, figure, roi, locked);
     checks.Code(persist->Load(&plain, 0), E_FAIL);
     TakeSteps(checks, figure, roi, open);
     checks.Code(persist->Load(storage.Folder().Get(), 0), S_OK);
@@ -217,6 +222,8 @@ const std::vector<Edit>& Edits() {
         {{"InsertPoint", {1, 5, 6}}, {kReset, kNew, kReset, kKept, kKept}},
         {{"AddPoint", {5, 6}}, {kKept, kKept, kKept, kReset, kNew}},
         {{"SetUniformThickness", {5, 6}}, {kKept, kKept, kKept, kKept}},
+        // Its centre takes the normals at both ends.
+        {{"SetCenter", {5, 6}}, {{9, -1.8157749899217608}, {9, kAnything}, {9, kAnything}, {9, -0.19739555984988075}}},
         // The transform of the checks adds 7 to z.
         {{"Transform", {1, 0, 0, 1, 0, 0}}, std::vector(4, std::vector<double>{16, kAnything})}};
     return kEdits;

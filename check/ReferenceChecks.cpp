@@ -76,7 +76,7 @@ void CheckBorrowedStream(Checks& checks, const ClassContract& figure) {
 void Use(Checks& checks, const ClassContract& figure) {
     const auto roi = NewTypical(checks, figure);
     Observe(roi, figure);
-    for (const char* operation : {"Replicate", "GetMask"}) {
+    for (const char* operation : {"Replicate", "GetMask", "GetMask"}) {
         Call(*roi, figure.At(operation), {});
     }
     if (figure.Answers("IParametricObject")) {

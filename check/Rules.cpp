@@ -20,15 +20,17 @@ bool AreModerate(const Numbers& values) noexcept { return std::all_of(values.beg
 
 double Round(double value) noexcept { return std::trunc(value > 0.0 ? value + 0.5 : value - 0.5); }
 
-Numbers Rules::Ask(const char* query, const Numbers& arguments) const {
-    return Call(m_roi, m_figure.At(query), arguments).outputs;
+Numbers Rules::Ask(const char* query, const Numbers& arguments) const { return AnswerTo(query, arguments).outputs; }
+
+Answer Rules::AnswerTo(const char* query, const Numbers& arguments) const {
+    return Take(m_figure, SmartPtr<IROI>::Share(&m_roi), {query, arguments});
 }
 
 void Rules::Expect(const char* query, const Numbers& arguments, const Numbers& wanted) {
     if (!AreModerate(wanted)) {
         return;
     }
-    const Answer answer = Call(m_roi, m_figure.At(query), arguments);
+    const Answer answer = AnswerTo(query, arguments);
     if (answer.code != S_OK ||
         !std::equal(answer.outputs.begin(), answer.outputs.end(), wanted.begin(), wanted.end(), IsClose)) {
         Tell(query, arguments, answer, fmt::format("S_OK ({})", NumbersText(wanted)));

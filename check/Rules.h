@@ -30,7 +30,7 @@ class Rules {
     bool Is(std::string_view className) const { return m_figure.name == className; }
     bool Answers(const char* interfaceName) const { return m_figure.Answers(interfaceName); }
 
-    /// The outputs of a query.
+    /// The outputs of a query, or of `read NAME` for a parameter.
     Numbers Ask(const char* query, const Numbers& arguments = {}) const;
     /// Wants these outputs of a query, unless they are beyond a picture.
     void Expect(const char* query, const Numbers& arguments, const Numbers& wanted);
@@ -40,6 +40,7 @@ class Rules {
     void Report(Checks& checks) const { checks.Expect(m_expected.empty(), m_expected, m_got); }
 
   private:
+    Answer AnswerTo(const char* query, const Numbers& arguments) const;
     void Tell(const char* query, const Numbers& arguments, const Answer& answer, const std::string& wanted);
 
     const ClassContract& m_figure;

@@ -48,6 +48,8 @@ inline constexpr double kSnapStep = 0.26179938783333334;
 
 /// A map that is not affine: what it makes of a figure tells which points were mapped.
 inline const std::vector<double> kBentMap = {1.5, 0.5, -0.25, 2, 10, -5, 0.01};
+/// A map that moves every further point by another 100: what it makes of a figure tells their order.
+inline const std::vector<double> kDriftMap = {1, 0, 0, 1, 0, 0, 0, 0, 100};
 
 /// One list of steps after another.
 std::vector<Step> After(std::vector<Step> setup, const std::vector<Step>& then);

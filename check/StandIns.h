@@ -30,16 +30,17 @@ class Lent : public Interfaces... {
     ~Lent() = default;
 };
 
-/// x' = a x + b y + dx + bend x y, y' = c x + d y + dy + bend y y: affine without a bend. It adds 7 to z, which a new
-/// figure passes as 0 for every point, and fails, which is not to matter.
+/// x' = a x + b y + dx + bend x y + lift z, y' = c x + d y + dy + bend y y: affine without a bend and a lift. Every
+/// call moves the next point by the drift further along x, which tells in what order they are mapped. It adds 7 to z,
+/// which a new figure passes as 0 for every point, and fails, which is not to matter.
 class AffineMap final : public Lent<ITransform> {
   public:
-    double a = 1, b = 0, c = 0, d = 1, dx = 0, dy = 0, bend = 0;
+    double a = 1, b = 0, c = 0, d = 1, dx = 0, dy = 0, bend = 0, lift = 0, drift = 0;
     bool zWasZero = true;
 
     /// Takes these numbers in this order, as many as there are.
     void Take(std::span<const double> numbers) noexcept {
-        double* const mine[] = {&a, &b, &c, &d, &dx, &dy, &bend};
+        double* const mine[] = {&a, &b, &c, &d, &dx, &dy, &bend, &lift, &drift};
         for (std::size_t i = 0; i < std::min(numbers.size(), std::size(mine)); ++i) {
             *mine[i] = numbers[i];
         }
@@ -48,8 +49,9 @@ class AffineMap final : public Lent<ITransform> {
     Result TransformPoint(double* x, double* y, double* z) noexcept override {
         const double oldX = *x;
         const double oldY = *y;
-        *x = a * oldX + b * oldY + dx + bend * oldX * oldY;
+        *x = a * oldX + b * oldY + dx + bend * oldX * oldY + lift * *z;
         *y = c * oldX + d * oldY + dy + bend * oldY * oldY;
+        dx += drift;
         zWasZero = zWasZero && *z == 0.0;
         *z += 7.0;
         return E_FAIL;
