@@ -6,6 +6,7 @@
 
 #include "check/Groups.h"
 #include "check/Scenario.h"
+#include "check/Streams.h"
 #include "contract/Extensions.h"
 #include "contract/Numbers.h"
 
@@ -74,7 +75,7 @@ struct CacheStep {
 const std::vector<CacheStep>& CacheSteps() {
     static const std::vector<CacheStep> kSteps = {{{"GetCenter"}, false},
                                                   {{"SetCenter", {60, 61}}, false},
-                                                  {{"SetLimits", {1, 2}}, false},
+                                                  {{"SetLimits", {1, -2}}, false},
                                                   {{"set CenterX;StartAngle", {45, 30}}, false},
                                                   {{"SetRadius", {0, 21, 22}}, true},
                                                   {{"SetRadius", {0, 21, 25}}, true},
@@ -102,6 +103,11 @@ void CheckCache(Checks& checks, const char* className) {
                       entry.drawsAnew ? "the same image" : "a new image");
         mask = std::move(now);
     }
+    checks.Begin(fmt::format("Load of {} keeps the mask", className));
+    const Storage storage;
+    checks.Code(Require<IDataPersist>(roi)->Save(storage.Folder().Get(), 0), S_OK);
+    checks.Code(Require<IDataPersist>(roi)->Load(storage.Folder().Get(), 0), S_OK);
+    checks.Expect(Call(*roi, figure.At("GetMask"), {}).object.Get() == mask.Get(), "the same image", "a new image");
     checks.Begin(fmt::format("a copy of {} draws a mask of its own", className));
     const auto copy = Require<IROI>(Call(*roi, figure.At("Replicate"), {}).object);
     checks.Expect(Call(*copy, figure.At("GetMask"), {}).object.Get() != mask.Get(), "a new image", "the same image");

@@ -444,6 +444,7 @@ void CheckWithoutRectangle(Checks& checks) {
                           {"SetCenter", {1, 2}, {}, E_FAIL},
                           {"Transform", {2, 0, 0, 3, 0, 0}, {}, E_FAIL},
                           {"HitTest", {50, 50}, {kAnything}, E_FAIL},
+                          {"SetMask", {7, 9, 0}},
                           {"GetBoundingRect", {}, {kUntouched, kUntouched, kUntouched, kUntouched}, E_FAIL},
                           {"GetSize", {}, {kUntouched, kUntouched}, E_FAIL},
                           {"SetSize", {1, 2}, {}, E_FAIL},
@@ -486,6 +487,7 @@ void CheckGeometry(Checks& checks) {
     const ClassContract& figure = ClassNamed("ROIShape");
     const auto roi = checks.module.New<IROI>(figure);
     Corners corners;
+    checks.Code(Require<IROIShape>(roi)->SetGeometry(nullptr), S_OK);
     checks.Code(Require<IROIShape>(roi)->SetGeometry(&corners), S_OK);
     const Step steps[] = {{"GetCenter", {}, {6.5, -7.5}},
                           {"GetBoundingSize", {}, {14.625, 26.25}},

@@ -72,7 +72,9 @@ constexpr Decimals kDecimals[] = {{50, "50"},
                                   {-1.000000005, "-1"},
                                   {123456.789, "123456.789"},
                                   {-0.000000123, "-0.000000123"},
-                                  {1e22, "10000000000000000000000"}};
+                                  {1e22, "10000000000000000000000"},
+                                  {1e60, "999999999999999949387135297074018866963645011013410073083904"},
+                                  {-0.0, "-0"}};
 
 void CheckDecimals(Checks& checks) {
     const ClassContract& figure = ClassNamed("ROIEllipse");
@@ -158,19 +160,20 @@ void CheckWholeNumbers(Checks& checks) {
                                      : given == Given::kBoth   ? "both ways"
                                                                : "by its child"));
             Structured stream;
-            Element entry, other, center, radius, nested, shorter, longer;
+            Element entry, other, center, radius, nested, shorter, longer, spaced;
             nested.name = L"CenterY";
             other.name = L"Other";
             center.name = L"centerx";
             radius.name = L"RADIUSY";
             shorter.name = L"Center";
+            spaced.name = L" CenterX";
             longer.name = L"RadiusYAndMore";
             entry.name = L"CenterY";
-            nested.text = other.text = entry.text = shorter.text = longer.text = L"77";
+            nested.text = other.text = entry.text = shorter.text = longer.text = spaced.text = L"77";
             center.text = radius.text = row.text;
             center.given = radius.given = given;
             other.children = {&nested};
-            entry.children = {&other, &longer, &center, &radius, &shorter};
+            entry.children = {&other, &longer, &center, &radius, &shorter, &spaced};
             stream.root.children = {&entry};
             const auto roi = checks.module.New<IROI>(figure);
             checks.Code(Require<IDataPersist>(roi)->Load(&stream, 0), S_OK);
@@ -231,7 +234,7 @@ const std::vector<Edit>& Edits() {
 
 void CheckRecords(Checks& checks) {
     const ClassContract& figure = ClassNamed("ROIProfile");
-    const double records[4][6] = {{1, 2, 9, 7, 3, 4}, {5, 1, 9, 7, 3, 4}, {8, 4, 9, 7, 3, 4}, {9, 9, 9, 7, 3, 4}};
+    const double records[4][6] = {{1, 2, 9, 7, 3, 4}, {5, 1, 9, 7, 3, 4}, {8, 4, 9, 7, 3, 4}, {9, 9, 9, 7, -3, -0.0}};
     FolderArchive::Block bytes(sizeof records);
     std::memcpy(bytes.data(), records, sizeof records);
     for (const Edit& edit : Edits()) {
@@ -243,6 +246,10 @@ void CheckRecords(Checks& checks) {
         const auto roi = checks.module.New<IROI>(figure);
         const auto persist = Require<IDataPersist>(roi);
         checks.Code(persist->Load(storage.Folder().Get(), 0), S_OK);
+        const Storage again;
+        checks.Code(persist->Save(again.Folder().Get(), 0), S_OK);
+        const auto* kept = again.Archive().Find("figure/Points");
+        checks.Expect(kept != nullptr && *kept == bytes, "what was loaded, to be saved bit for bit", "another block");
         TakeSteps(checks, figure, roi, std::span(&edit.step, 1));
         checks.Code(persist->Save(storage.Folder().Get(), 0), S_OK);
         const auto* block = storage.Archive().Find("figure/Points");

@@ -319,7 +319,12 @@ const Scenarios& ProfileScenarios() {
           {"GetNodePointI", {1, 2}, {3, 0}},
           {"GetNodePointI", {1, 3}, {0, -1}}}},
         {"a profile grows past a hundred points", "ROIProfile", [] {
-             const auto at = [](int i) { return std::pair(7.0 * i - 20.0 * (i * i % 7), 2 + 31.0 * (i * i % 13)); };
+             // A spiral, and at last a segment across all of it.
+             const auto at = [](int i) {
+                 return i == 249
+                            ? std::pair(-160.0, 470.0)
+                            : std::pair(40 + std::round(i * std::cos(0.3 * i)), 70 + std::round(i * std::sin(0.3 * i)));
+             };
              Steps steps;
              for (int i = 0; i < 250; ++i) {
                  steps.push_back({"AddPoint", {at(i).first, at(i).second}});

@@ -1,7 +1,9 @@
 #include "check/QueryRules.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <set>
 
 #include "check/Rules.h"
 
@@ -180,6 +182,30 @@ void CheckSegment(Rules& rules, const std::vector<Numbers>& points, std::size_t 
     }
 }
 
+// Of many segments some are tried, among them those farthest out in every direction and the longest.
+std::set<std::size_t> TriedSegments(const std::vector<Numbers>& points) {
+    const auto length = [&](std::size_t i) {
+        return std::hypot(points[i + 1][0] - points[i][0], points[i + 1][1] - points[i][1]);
+    };
+    std::array<std::size_t, 5> most = {};
+    std::set<std::size_t> tried;
+    for (std::size_t i = 0; i + 1 < points.size(); ++i) {
+        const auto prefer = [&](std::size_t& best, auto measure) { best = measure(i) > measure(best) ? i : best; };
+        prefer(most[0], [&](std::size_t at) { return points[at][0]; });
+        prefer(most[1], [&](std::size_t at) { return -points[at][0]; });
+        prefer(most[2], [&](std::size_t at) { return points[at][1]; });
+        prefer(most[3], [&](std::size_t at) { return -points[at][1]; });
+        prefer(most[4], length);
+        if (i % (1 + points.size() / 16) == 0) {
+            tried.insert(i);
+        }
+    }
+    if (points.size() > 1) {
+        tried.insert(most.begin(), most.end());
+    }
+    return tried;
+}
+
 void CheckProfile(Rules& rules) {
     const std::vector<Numbers> points = PointsOf(rules);
     if (points.empty() || !std::all_of(points.begin(), points.end(), AreModerate)) {
@@ -216,9 +242,8 @@ void CheckProfile(Rules& rules) {
     rules.Expect("GetBoundingSize", {}, {exact.maxX - exact.minX, exact.maxY - exact.minY});
     rules.Expect("GetCenter", {}, {(exact.minX + exact.maxX) / 2, (exact.minY + exact.maxY) / 2});
     rules.Expect("GetBoundingRect", {}, pixels.InPixels());
-    // Of many segments some are tried.
-    for (std::size_t i = 0; i + 1 < points.size(); i += 1 + points.size() / 16) {
-        CheckSegment(rules, points, i);
+    for (const std::size_t segment : TriedSegments(points)) {
+        CheckSegment(rules, points, segment);
     }
 }
 

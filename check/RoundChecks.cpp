@@ -50,7 +50,7 @@ const std::vector<NodeDrag> kEllipseDrags = {
     {0x102, 15, 99, Ellipse(40, 70, 25, 10)}, {5, 15, 99, Ellipse(40, 70, 30, 10)},
     {0x206, 15, 99, Ellipse(40, 70, 30, 10)}, {4, 15, 99, Ellipse(15, 99, 30, 10)},
     {0x201, 15, 99, Ellipse(15, 99, 30, 10)}, {0, 15, 99, Ellipse(15, 99, 30, 10)},
-    {-1, 15, 99, Ellipse(15, 99, 30, 10)}};
+    {-1, 15, 99, Ellipse(15, 99, 30, 10)},    {-254, 15, 99, Ellipse(40, 70, 25, 25)}};
 
 const Scenarios& EllipseScenarios() {
     static const Scenarios kScenarios = {
@@ -157,7 +157,8 @@ const std::vector<NodeDrag> kDonutDrags = {
     {0x304, 20, 99, Rings(40, 70, 12, 20, 20, 20)}, {0x102, 15, 99, Rings(40, 70, 25, 20, 35, 25)},
     {7, 15, 99, Rings(40, 70, 12, 20, 35, 25)},     {0x208, 15, 99, Rings(40, 70, 12, 20, 35, 25)},
     {0, 15, 99, Rings(15, 99, 12, 20, 35, 25)},     {6, 15, 99, Rings(15, 99, 12, 20, 35, 25)},
-    {0x201, 15, 99, Rings(15, 99, 12, 20, 35, 25)}, {255, 15, 99, Rings(15, 99, 12, 20, 35, 25)}};
+    {0x201, 15, 99, Rings(15, 99, 12, 20, 35, 25)}, {255, 15, 99, Rings(15, 99, 12, 20, 35, 25)},
+    {-252, 15, 99, Rings(40, 70, 12, 20, 25, 25)}};
 
 // The corners lie at (48, 76), (64, 88), (34, 78) and (22, 94); the end edge points to 2.2143.
 const Steps kSector = {
