@@ -269,21 +269,23 @@ struct Chain {
 class Sweep {
   public:
     Sweep(const std::vector<Edge>& edges, const PixelRect& box) : m_box(box), m_row(box, m_pixels) {
-        const Chains chains = ChainsOf(edges);
+        const std::vector<Link> links = LinksOf(edges);
         m_curves.reserve(edges.size());
         for (const Edge& edge : edges) {
             m_curves.emplace_back(edge, box.left, box.top);
         }
         for (std::size_t i = 0; i < edges.size(); ++i) {
-            m_curves[i].next = chains.next[i] < 0 ? nullptr : &m_curves[static_cast<std::size_t>(chains.next[i])];
+            m_curves[i].next = links[i].below < 0 ? nullptr : &m_curves[static_cast<std::size_t>(links[i].below)];
         }
-        for (const int first : chains.first) {
-            const Curve* const begin = &m_curves[static_cast<std::size_t>(first)];
-            const Curve* end = begin;
+        for (std::size_t i = 0; i < edges.size(); ++i) {
+            if (!links[i].begins) {
+                continue;
+            }
+            const Curve* end = &m_curves[i];
             while (end->next != nullptr) {
                 end = end->next;
             }
-            m_waiting.push_back({begin, end->bottom});
+            m_waiting.push_back({&m_curves[i], end->bottom});
         }
         std::sort(m_waiting.begin(), m_waiting.end(),
                   [](const Chain& a, const Chain& b) { return a.curve->top > b.curve->top; });

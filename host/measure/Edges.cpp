@@ -26,7 +26,7 @@ ImagePoint At(const Arc& arc, double angle) noexcept {
 // Follows the contours and keeps what rows cross.
 class Tracer {
   public:
-    Tracer(LevelEdges level, const Outline& outline) : m_level(level) {
+    explicit Tracer(const Outline& outline) {
         std::size_t edges = 0;
         for (const Contour& contour : outline.contours) {
             edges += contour.size();
@@ -36,7 +36,7 @@ class Tracer {
 
     // False for one with a coordinate that is not a finite number.
     bool Trace(const Contour& contour) {
-        m_before = std::exchange(m_first, static_cast<std::ptrdiff_t>(m_edges.size()));
+        m_before = std::exchange(m_first, std::ssize(m_edges));
         m_begun = false;
         for (const auto& piece : contour) {
             if (!std::visit([this](const auto& p) { return IsFinite(p) && Append(p); }, piece)) {
@@ -46,14 +46,17 @@ class Tracer {
         if (m_begun) {
             LineTo(m_begin);
         }
-        LeaveOutJoint();
+        if (m_first < std::ssize(m_edges)) {
+            m_edges.back().next = static_cast<int>(m_first);
+            LeaveOutJoint();
+        }
         return true;
     }
 
     std::vector<Edge> Take() { return std::move(m_edges); }
 
   private:
-    bool Append(ImagePoint point) {
+    bool Append(const ImagePoint& point) {
         if (m_begun) {
             LineTo(point);
         } else {
@@ -93,42 +96,57 @@ class Tracer {
         }
     }
 
-    void QuarterTo(const Arc& arc, double middle, ImagePoint to) {
-        Edge edge = EdgeTo(to);
-        edge.centerX = arc.center.x;
-        edge.centerY = arc.center.y;
-        edge.radiusX = std::copysign(arc.radiusX, arc.radiusX * std::cos(middle * 0.5 * kPi));
-        edge.radiusY = std::copysign(arc.radiusY, arc.radiusY * std::sin(middle * 0.5 * kPi));
-        Keep(edge);
-    }
-    void LineTo(ImagePoint to) { Keep(EdgeTo(to)); }
-
-    Edge EdgeTo(ImagePoint to) noexcept {
-        const ImagePoint from = std::exchange(m_at, to);
-        return from.y <= to.y ? Edge{from.y, to.y, from.x, to.x, 1} : Edge{to.y, from.y, to.x, from.x, -1};
-    }
-    void Keep(const Edge& edge) {
-        if (edge.top < edge.bottom || m_level == LevelEdges::kept) {
-            m_edges.push_back(edge);
+    void QuarterTo(const Arc& arc, double middle, const ImagePoint& to) {
+        if (Edge* const edge = LineTo(to)) {
+            edge->centerX = arc.center.x;
+            edge->centerY = arc.center.y;
+            edge->radiusX = std::copysign(arc.radiusX, arc.radiusX * std::cos(middle * 0.5 * kPi));
+            edge->radiusY = std::copysign(arc.radiusY, arc.radiusY * std::sin(middle * 0.5 * kPi));
         }
     }
 
+    // The new edge; null when it would go nowhere.
+    Edge* LineTo(const ImagePoint& to) {
+        const ImagePoint from = std::exchange(m_at, to);
+        if (from.x == to.x && from.y == to.y) {
+            return nullptr;
+        }
+        const bool falls = from.y < to.y || (from.y == to.y && from.x < to.x);
+        const ImagePoint& above = falls ? from : to;
+        const ImagePoint& below = falls ? to : from;
+        // Written where it stays: a copy would wait for what is just written.
+        Edge& edge = m_edges.emplace_back();
+        edge.top = above.y;
+        edge.bottom = below.y;
+        edge.xTop = above.x;
+        edge.xBottom = below.x;
+        edge.winding = falls ? 1 : -1;
+        edge.next = static_cast<int>(m_edges.size());
+        return &edge;
+    }
+
     // Two contours side by side, as the stretches of a band are, run along the line between them to and fro: what lies
-    // inside is the same without it.
+    // inside is the same without it. The one before then goes on with this one, whose last edge takes the line's place.
     void LeaveOutJoint() {
         constexpr std::ptrdiff_t kFew = 4;
         const auto before = m_edges.begin() + m_before;
         const auto first = m_edges.begin() + m_first;
-        if (first - before > kFew || m_edges.end() - first > kFew) {
+        if (first - before > kFew || m_edges.end() - first > kFew || m_edges.end() - first < 3) {
             return;
         }
-        const auto joint = std::find_first_of(before, first, first, m_edges.end(), AreOpposite);
-        if (joint != first) {
-            m_edges.erase(
-                std::find_if(first, m_edges.end(), [joint](const Edge& e) { return AreOpposite(*joint, e); }));
-            m_edges.erase(joint);
-            --m_first;
+        const auto joint = std::find_if(
+            before, first, [&closing = m_edges.back()](const Edge& edge) { return AreOpposite(edge, closing); });
+        const auto place = static_cast<int>(joint - m_edges.begin());
+        const auto to = std::find_if(before, first, [place](const Edge& edge) { return edge.next == place; });
+        if (joint == first || to == first) {
+            return;
         }
+        m_edges.pop_back();
+        to->next = static_cast<int>(m_first);
+        m_edges.back().next = joint->next;
+        *joint = m_edges.back();
+        m_edges.pop_back();
+        m_edges.back().next = place;
     }
 
     static bool AreOpposite(const Edge& a, const Edge& b) noexcept {
@@ -136,7 +154,6 @@ class Tracer {
                a.winding == -b.winding && !a.IsArc() && !b.IsArc();
     }
 
-    LevelEdges m_level;
     std::vector<Edge> m_edges;
     std::ptrdiff_t m_before = 0;  // where the edges of the contour before begin
     std::ptrdiff_t m_first = 0;   // and those of this one
@@ -176,39 +193,33 @@ void MeetArc(const Edge& arc, const Edge& other, std::vector<double>& ys) {
 
 }  // namespace
 
-std::vector<Edge> EdgesOf(const Outline& outline, LevelEdges level) {
-    Tracer tracer(level, outline);
+std::vector<Edge> EdgesOf(const Outline& outline) {
+    Tracer tracer(outline);
     const bool isFinite = std::all_of(outline.contours.begin(), outline.contours.end(),
                                       [&tracer](const Contour& contour) { return tracer.Trace(contour); });
-    return isFinite ? tracer.Take() : std::vector<Edge>();
+    std::vector<Edge> edges = tracer.Take();
+    const bool isFlat = std::all_of(edges.begin(), edges.end(), [](const Edge& edge) { return edge.IsLevel(); });
+    if (!isFinite || isFlat) {
+        edges.clear();
+    }
+    return edges;
 }
 
-Chains ChainsOf(const std::vector<Edge>& edges) {
-    // The sides of a band are that far from one another.
-    constexpr std::ptrdiff_t kNear = 3;
-    const auto count = static_cast<std::ptrdiff_t>(edges.size());
-    Chains chains{{}, std::vector<int>(edges.size(), -1)};
-    chains.first.reserve(edges.size());
-    std::vector<char> goesOn(edges.size(), 0);
-    for (std::ptrdiff_t i = 0; i < count; ++i) {
-        const Edge& above = edges[static_cast<std::size_t>(i)];
-        for (std::ptrdiff_t k = std::max(i - kNear, std::ptrdiff_t{0}); k < std::min(i + kNear + 1, count); ++k) {
-            const Edge& below = edges[static_cast<std::size_t>(k)];
-            char& taken = goesOn[static_cast<std::size_t>(k)];
-            if (above.bottom == below.top && above.xBottom == below.xTop && above.winding == below.winding &&
-                taken == 0) {
-                chains.next[static_cast<std::size_t>(i)] = static_cast<int>(k);
-                taken = 1;
-                break;
-            }
+std::vector<Link> LinksOf(const std::vector<Edge>& edges) {
+    std::vector<Link> links(edges.size());
+    for (std::size_t i = 0; i < edges.size(); ++i) {
+        links[i].begins = !edges[i].IsLevel();
+    }
+    for (std::size_t i = 0; i < edges.size(); ++i) {
+        const auto next = static_cast<std::size_t>(edges[i].next);
+        if (edges[i].winding == edges[next].winding && !edges[i].IsLevel() && !edges[next].IsLevel()) {
+            const bool falls = edges[i].winding > 0;
+            const std::size_t below = falls ? next : i;
+            links[falls ? i : next].below = static_cast<int>(below);
+            links[below].begins = false;
         }
     }
-    for (std::ptrdiff_t i = 0; i < count; ++i) {
-        if (goesOn[static_cast<std::size_t>(i)] == 0) {
-            chains.first.push_back(static_cast<int>(i));
-        }
-    }
-    return chains;
+    return links;
 }
 
 std::vector<double> MeetingRows(const std::vector<Edge>& edges) {

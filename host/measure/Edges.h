@@ -17,12 +17,15 @@ struct Edge {
     double xBottom = 0.0;
     /// What crossing it from left to right adds to how often the outline runs around: 1 or -1.
     int winding = 0;
+    /// The place in the list of the edge that the outline goes on with.
+    int next = 0;
     // Of an arc alone; `radiusX` is 0 for a line. Negative radii are those of the left and of the upper half.
     double centerX = 0.0;
     double centerY = 0.0;
     double radiusX = 0.0;
     double radiusY = 0.0;
 
+    bool IsLevel() const noexcept { return top == bottom; }
     bool IsArc() const noexcept { return radiusX != 0.0; }
     /// For y from top to bottom. Two edges with the same ends give the same numbers, whichever way they run.
     double X(double y) const noexcept { return BetweenEnds(IsArc() ? ArcX(y) : LineX(y)); }
@@ -51,18 +54,17 @@ struct EdgeExtent {
     double bottom;
 };
 
-/// The edges of all contours. Level ones, which no row crosses, are left out unless wanted. None when a coordinate is
-/// not a finite number.
-enum class LevelEdges { leftOut, kept };
-std::vector<Edge> EdgesOf(const Outline& outline, LevelEdges level = LevelEdges::leftOut);
+/// The edges of all contours, level ones among them. None when all of them are level or a coordinate is not a finite
+/// number, since then nothing lies inside.
+std::vector<Edge> EdgesOf(const Outline& outline);
 
-/// Edges that a contour runs through downward or upward in one go: each goes on, the same way round, where the one
-/// before ends at the bottom.
-struct Chains {
-    std::vector<int> first;  ///< the uppermost edge of every chain
-    std::vector<int> next;   ///< for every edge the one that goes on below; -1 where there is none near it
+/// Where an outline that runs downward or upward through an edge comes from and goes on in the same direction.
+struct Link {
+    bool begins = false;  ///< whether no edge is above; false of level ones
+    int below = -1;       ///< the place of the edge below; -1 where there is none
 };
-Chains ChainsOf(const std::vector<Edge>& edges);
+/// Of each of the edges of an outline.
+std::vector<Link> LinksOf(const std::vector<Edge>& edges);
 
 /// The rows at which edges begin or end and at which arcs meet other edges, ascending: between two of them only lines
 /// cross. All arcs must have one centre, as those of a figure do.

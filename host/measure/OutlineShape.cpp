@@ -76,7 +76,11 @@ class Walk {
   public:
     explicit Walk(const std::vector<Edge>& edges) {
         std::vector<const Edge*> waiting;
-        std::transform(edges.begin(), edges.end(), std::back_inserter(waiting), [](const Edge& edge) { return &edge; });
+        for (const Edge& edge : edges) {
+            if (!edge.IsLevel()) {
+                waiting.push_back(&edge);
+            }
+        }
         std::sort(waiting.begin(), waiting.end(), [](const Edge* a, const Edge* b) { return a->top > b->top; });
         const std::vector<double> rows = MeetingRows(edges);
         std::vector<const Edge*> active;

@@ -15,7 +15,7 @@ namespace {
 // Where an edge lies within a step of rows, with room for the rounding of its x and of where the step ends: a quarter
 // of it to either side.
 std::pair<double, double> ReachOf(const Edge& edge, const Steps& rows, int row) noexcept {
-    if (edge.top == edge.bottom) {
+    if (edge.IsLevel()) {
         return std::minmax({edge.xTop, edge.xBottom});
     }
     const double top = rows.Middle(row) - 0.75 * rows.Length();
@@ -130,7 +130,7 @@ PointTest::PointTest(const Figure& figure) : m_extent{} {
         m_marks = Painted(marked, m_box);
         return;
     }
-    m_edges = EdgesOf(outline, LevelEdges::kept);
+    m_edges = EdgesOf(outline);
     m_extent = ExtentOf(m_edges);
     if (!m_edges.empty()) {
         FillBands();

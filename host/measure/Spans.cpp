@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <iterator>
+#include <limits>
 #include <utility>
 
 namespace host {
@@ -10,7 +12,7 @@ namespace host {
 namespace {
 
 // As many rows are looked at together: the columns at which edges cross them are found in loops without branches.
-constexpr int kBlock = 32;
+constexpr int kBlock = 64;
 
 // A list for more spans grows as they come.
 constexpr std::size_t kMostReserved = 1 << 16;
@@ -37,14 +39,14 @@ double CeilWithin(double value, double low, double high) noexcept {
 class Scan {
   public:
     Scan(const std::vector<Edge>& edges, const PixelRect& field)
-        : m_edges(edges), m_chains(ChainsOf(edges)), m_field(field) {
+        : m_edges(edges), m_links(LinksOf(edges)), m_field(field) {
         FindCrossings();
-        m_next = m_crossings.begin();
+        m_first = m_next = m_crossings.begin();
     }
 
     PixelSet Run() {
-        for (int y = m_field.top; m_next != m_crossings.end() || !m_active.empty(); y += kBlock) {
-            y = m_active.empty() ? m_next->firstRow : y;
+        for (int y = m_field.top; m_first != m_crossings.end(); y += kBlock) {
+            y = m_first == m_next ? m_next->firstRow : y;
             ScanBlock(y, y + kBlock);
         }
         return std::move(m_pixels);
@@ -54,16 +56,21 @@ class Scan {
     using Columns = std::array<int, kBlock>;
 
     const Edge& At(int edge) const noexcept { return m_edges[static_cast<std::size_t>(edge)]; }
-    int Below(int edge) const noexcept { return m_chains.next[static_cast<std::size_t>(edge)]; }
+    int Below(int edge) const noexcept { return m_links[static_cast<std::size_t>(edge)].below; }
     // The first row of the field that is not above a place.
     int RowAt(double y) const noexcept {
         return static_cast<int>(CeilWithin(y, m_field.top, static_cast<double>(m_field.Bottom())));
     }
 
     void FindCrossings() {
-        m_crossings.reserve(m_chains.first.size());
+        const auto begins = [](const Link& link) { return link.begins; };
+        m_crossings.reserve(static_cast<std::size_t>(std::count_if(m_links.begin(), m_links.end(), begins)));
         std::size_t rows = 0;
-        for (const int first : m_chains.first) {
+        for (auto link = m_links.begin(); link != m_links.end(); ++link) {
+            if (!link->begins) {
+                continue;
+            }
+            const auto first = static_cast<int>(link - m_links.begin());
             int last = first;
             while (Below(last) >= 0) {
                 last = Below(last);
@@ -74,7 +81,6 @@ class Scan {
                 rows += static_cast<std::size_t>(crossing.endRow - crossing.firstRow);
             }
         }
-        m_active.reserve(m_crossings.size());
         m_sides.reserve(m_crossings.size());
         m_pixels.spans.reserve(std::min(rows / 2, kMostReserved));
         std::sort(m_crossings.begin(), m_crossings.end(),
@@ -85,12 +91,9 @@ class Scan {
         m_top = top;
         const auto last =
             std::find_if(m_next, m_crossings.end(), [end](const Crossing& c) { return c.firstRow >= end; });
-        m_columns.resize(std::max(m_columns.size(), m_active.size() + static_cast<std::size_t>(last - m_next)));
+        m_columns.resize(std::max(m_columns.size(), static_cast<std::size_t>(last - m_first)));
         auto columns = m_columns.begin();
-        for (Crossing& crossing : m_active) {
-            FindColumns(crossing, *columns++);
-        }
-        for (auto crossing = m_next; crossing != last; ++crossing) {
+        for (auto crossing = m_first; crossing != last; ++crossing) {
             FindColumns(*crossing, *columns++);
         }
         for (int y = top; y < end;) {
@@ -136,17 +139,13 @@ class Scan {
 
     // Ends what ends at a row and begins what begins there. The next row with a change, or the end.
     int Change(int y, int end) {
-        auto kept = m_active.begin();
-        for (const Crossing& crossing : m_active) {
-            if (crossing.endRow > y) {
-                end = std::min(end, crossing.endRow);
-                *kept++ = crossing;
-            }
+        const auto ends = [y](const Crossing& crossing) { return crossing.endRow <= y; };
+        m_first = std::remove_if(std::reverse_iterator(m_next), std::reverse_iterator(m_first), ends).base();
+        while (m_next != m_crossings.end() && m_next->firstRow <= y) {
+            ++m_next;
         }
-        m_active.erase(kept, m_active.end());
-        for (; m_next != m_crossings.end() && m_next->firstRow <= y; ++m_next) {
-            end = std::min(end, m_next->endRow);
-            m_active.push_back(*m_next);
+        for (auto crossing = m_first; crossing != m_next; ++crossing) {
+            end = std::min(end, crossing->endRow);
         }
         return m_next == m_crossings.end() ? end : std::min(end, m_next->firstRow);
     }
@@ -157,37 +156,40 @@ class Scan {
         end = OrderEnd(top, end);
         m_sides.clear();
         int winding = 0;
-        for (const Crossing& crossing : m_active) {
-            const int before = std::exchange(winding, winding + crossing.winding);
+        for (auto crossing = m_first; crossing != m_next; ++crossing) {
+            const int before = std::exchange(winding, winding + crossing->winding);
             if (before == 0 || winding == 0) {
-                m_sides.push_back(crossing.columns);
+                m_sides.push_back(crossing->columns);
             }
         }
-        AddSpans(top, end);
+        if (!m_sides.empty()) {
+            AddSpans(top, end);
+        }
         return end;
     }
 
-    // Adds what lies between the sides.
+    // Adds what lies between the sides, in a row from each left one that lies apart from the right one before it.
     void AddSpans(int top, int end) {
         Spans& spans = m_pixels.spans;
         const std::size_t count = spans.size();
-        spans.resize(count + static_cast<std::size_t>(end - top) * m_sides.size() / 2);
+        spans.resize(count + static_cast<std::size_t>(end - top) * (m_sides.size() / 2));
         Span* next = spans.data() + count;
         const int* const* const sides = m_sides.data();
-        const int* const* const sidesEnd = sides + m_sides.size() / 2 * 2;
-        for (int row = top - m_top; row < end - m_top; ++row) {
-            const Span* const first = next;
+        const int* const* const sidesEnd = sides + m_sides.size();
+        const int blockTop = m_top;
+        for (int y = top; y < end; ++y) {
+            int behind = std::numeric_limits<int>::min();
             for (const int* const* side = sides; side != sidesEnd; side += 2) {
-                const int left = side[0][row];
-                const int right = side[1][row];
-                if (left >= right) {
+                const int left = side[0][y - blockTop];
+                const int right = side[1][y - blockTop];
+                if (left == behind) {
+                    next[-1].lastX = right - 1;
+                } else if (left < right) {
+                    *next++ = {y, left, right - 1};
+                } else {
                     continue;
                 }
-                if (next != first && next[-1].lastX + 1 == left) {
-                    next[-1].lastX = right - 1;
-                } else {
-                    *next++ = {m_top + row, left, right - 1};
-                }
+                behind = right;
             }
         }
         spans.resize(static_cast<std::size_t>(next - spans.data()));
@@ -196,25 +198,24 @@ class Scan {
     // They stay nearly in order from row to row. The order of those in the same column does not matter: no pixel lies
     // between them.
     void Sort(int y) noexcept {
-        const int row = y - m_top;
-        for (std::size_t i = 1; i < m_active.size(); ++i) {
-            if (m_active[i].columns[row] >= m_active[i - 1].columns[row]) {
-                continue;
+        const auto isBefore = [row = y - m_top](const Crossing& a, const Crossing& b) {
+            return a.columns[row] < b.columns[row];
+        };
+        for (auto crossing = m_first; crossing != m_next; ++crossing) {
+            for (auto to = crossing; to != m_first && isBefore(*to, to[-1]); --to) {
+                std::swap(*to, to[-1]);
             }
-            const Crossing moved = m_active[i];
-            std::size_t to = i;
-            for (; to > 0 && moved.columns[row] < m_active[to - 1].columns[row]; --to) {
-                m_active[to] = m_active[to - 1];
-            }
-            m_active[to] = moved;
         }
     }
 
     // The first row behind `top` that is crossed in another order.
     int OrderEnd(int top, int end) const noexcept {
-        for (std::size_t i = 1; i < m_active.size(); ++i) {
-            const int* const left = m_active[i - 1].columns - m_top;
-            const int* const right = m_active[i].columns - m_top;
+        for (auto crossing = m_first; crossing != m_next; ++crossing) {
+            if (crossing == m_first) {
+                continue;
+            }
+            const int* const left = crossing[-1].columns - m_top;
+            const int* const right = crossing->columns - m_top;
             int crossed = 0;
             for (int y = top + 1; y < end; ++y) {
                 crossed |= static_cast<int>(left[y] > right[y]);
@@ -227,12 +228,12 @@ class Scan {
     }
 
     const std::vector<Edge>& m_edges;
-    Chains m_chains;
+    std::vector<Link> m_links;
     PixelRect m_field;
-    std::vector<Crossing> m_crossings;
-    std::vector<Crossing>::iterator m_next;  // the first of those that have not begun
-    std::vector<Crossing> m_active;          // from left to right
-    int m_top = 0;                           // of the block
+    std::vector<Crossing> m_crossings;  // those that have ended, those between m_first and m_next, from left to right,
+    std::vector<Crossing>::iterator m_first;  // and those that have not begun
+    std::vector<Crossing>::iterator m_next;
+    int m_top = 0;  // of the block
     std::vector<Columns> m_columns;
     std::vector<const int*> m_sides;  // by turns left and right ones
     PixelSet m_pixels;
