@@ -4,7 +4,6 @@
 #include <array>
 #include <cstddef>
 #include <iterator>
-#include <limits>
 #include <utility>
 
 namespace host {
@@ -168,7 +167,7 @@ class Scan {
         return end;
     }
 
-    // Adds what lies between the sides, in a row from each left one that lies apart from the right one before it.
+    // Adds what lies between the sides, of which there are some.
     void AddSpans(int top, int end) {
         Spans& spans = m_pixels.spans;
         const std::size_t count = spans.size();
@@ -178,14 +177,19 @@ class Scan {
         const int* const* const sidesEnd = sides + m_sides.size();
         const int blockTop = m_top;
         for (int y = top; y < end; ++y) {
-            int behind = std::numeric_limits<int>::min();
-            for (const int* const* side = sides; side != sidesEnd; side += 2) {
-                const int left = side[0][y - blockTop];
-                const int right = side[1][y - blockTop];
-                if (left == behind) {
-                    next[-1].lastX = right - 1;
+            const auto columnOf = [row = y - blockTop](const int* side) { return side[row]; };
+            int behind = columnOf(sides[1]);
+            Span* last = next;
+            *last = {y, columnOf(sides[0]), behind - 1};
+            next += last->Length() > 0 ? 1 : 0;
+            for (const int* const* side = sides + 2; side != sidesEnd; side += 2) {
+                const int left = columnOf(side[0]);
+                const int right = columnOf(side[1]);
+                if (left == behind && last != next) {
+                    last->lastX = right - 1;
                 } else if (left < right) {
-                    *next++ = {y, left, right - 1};
+                    last = next++;
+                    *last = {y, left, right - 1};
                 } else {
                     continue;
                 }
@@ -234,7 +238,7 @@ class Scan {
     std::vector<Crossing>::iterator m_first;  // and those that have not begun
     std::vector<Crossing>::iterator m_next;
     int m_top = 0;  // of the block
-    std::vector<Columns> m_columns;
+    std::vector<Columns, Unwritten<Columns>> m_columns;
     std::vector<const int*> m_sides;  // by turns left and right ones
     PixelSet m_pixels;
 };
