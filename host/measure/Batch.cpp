@@ -72,7 +72,9 @@ void Batch::Open() {
         if (!image) {
             return;
         }
-        BeginPage(m_pending.emplace_back(std::move(*image)));
+        Pending& pending = m_pending.emplace_back();
+        pending.image = std::move(*image);
+        BeginPage(pending);
     }
 }
 

@@ -78,11 +78,13 @@ TEST(Identifier, IsDerivedFromTheName) {
 }
 
 TEST(ReferenceString, TellsWhetherItTookTheCharacters) {
+    const std::wstring more(100, L'e');
     CREFString string;
     EXPECT_TRUE(string.Assign(L"ab", 2));
     EXPECT_TRUE(string.Append(L"cd", 2));
-    EXPECT_FALSE(string.Append(L"e", INT_MAX)) << "more than a length can say, and nothing is read";
-    EXPECT_EQ(std::wstring(string.text, static_cast<std::size_t>(string.length)), L"abcd");
+    EXPECT_TRUE(string.Append(more.data(), 100)) << "beyond the room of short texts";
+    EXPECT_FALSE(string.Append(L"f", INT_MAX)) << "more than a length can say, and nothing is read";
+    EXPECT_EQ(std::wstring(string.text, static_cast<std::size_t>(string.length)), L"abcd" + more);
 }
 
 }  // namespace
