@@ -24,6 +24,12 @@ struct Strand {
     double Right() const noexcept { return std::max(above, below); }
 };
 
+// What of an edge lies in a row.
+Strand WithinRow(const Curve& curve, int row) noexcept {
+    return {&curve, curve.top > row ? curve.xTop : curve.X(row),
+            curve.bottom < row + 1 ? curve.xBottom : curve.X(row + 1.0)};
+}
+
 // ---------------------------------------------------------------------------------------------------
 // One row of pixels
 
@@ -136,13 +142,31 @@ class Row {
 
 class Bands {
   public:
-    Bands(Row& row, std::vector<const Curve*> curves) : m_row(row), m_curves(std::move(curves)) {}
+    Bands(Row& row, int boxTop) : m_row(row), m_boxTop(boxTop) {}
 
-    // Adds what lies inside of row `row` of the box, whose first one is `boxTop`.
-    void Add(int row, int boxTop) {
+    // Adds what lies inside of a row of the box, given all that runs through it, level edges too. Strands apart from
+    // the others are looked at for themselves: between them no edge is crossed from the row's top to its bottom.
+    void Add(int row, std::vector<Strand>& strands) {
+        std::sort(strands.begin(), strands.end(), [](const Strand& a, const Strand& b) { return a.Left() < b.Left(); });
+        m_winding = 0;
+        for (auto strand = strands.begin(); strand != strands.end();) {
+            m_curves.clear();
+            int winding = m_winding;
+            for (double right = strand->Right(); strand != strands.end() && strand->Left() <= right; ++strand) {
+                right = std::max(right, strand->Right());
+                m_curves.push_back(strand->curve);
+                winding += strand->curve->top <= row ? strand->curve->winding : 0;
+            }
+            AddGroup(row);
+            m_winding = winding;
+        }
+    }
+
+  private:
+    void AddGroup(int row) {
         const double bottom = row + 1.0;
         double from = row;
-        for (const double to : Ends(row, boxTop)) {
+        for (const double to : Ends(row)) {
             if (from < to && to < bottom) {
                 AddBand(from, to);
                 from = to;
@@ -151,9 +175,8 @@ class Bands {
         AddBand(from, bottom);
     }
 
-  private:
     // Where in a row edges begin or end, or may meet.
-    std::vector<double> Ends(int row, int boxTop) const {
+    std::vector<double> Ends(int row) const {
         std::vector<double> ends;
         if (std::any_of(m_curves.begin(), m_curves.end(), [](const Curve* curve) { return curve->isArc; })) {
             std::vector<Edge> edges;
@@ -161,7 +184,7 @@ class Bands {
                 edges.push_back(*curve->edge);
             }
             ends = MeetingRows(edges);
-            std::for_each(ends.begin(), ends.end(), [boxTop](double& end) { end -= boxTop - 0.5; });
+            std::for_each(ends.begin(), ends.end(), [this](double& end) { end -= m_boxTop - 0.5; });
             return ends;
         }
         for (const Curve* const curve : m_curves) {
@@ -196,7 +219,7 @@ class Bands {
 
     // Adds a band in which no edge crosses another.
     void AddStrands(double top, double bottom) {
-        int winding = 0;
+        int winding = m_winding;
         for (const Strand& strand : m_strands) {
             const int before = std::exchange(winding, winding + strand.curve->winding);
             if (before == 0 || winding == 0) {
@@ -252,6 +275,8 @@ class Bands {
     }
 
     Row& m_row;
+    int m_boxTop;
+    int m_winding = 0;  // to the left of those that are looked at
     std::vector<const Curve*> m_curves;
     std::vector<Strand> m_strands;
 };
@@ -268,7 +293,8 @@ struct Chain {
 // Rows count from the top of the box.
 class Sweep {
   public:
-    Sweep(const std::vector<Edge>& edges, const PixelRect& box) : m_box(box), m_row(box, m_pixels) {
+    Sweep(const std::vector<Edge>& edges, const PixelRect& box)
+        : m_box(box), m_row(box, m_pixels), m_bands(m_row, box.top) {
         const std::vector<Link> links = LinksOf(edges);
         m_curves.reserve(edges.size());
         for (const Edge& edge : edges) {
@@ -453,22 +479,22 @@ class Sweep {
 
     // Adds a row in which chains begin, end or cross.
     void AddMixed(int row) {
-        std::vector<const Curve*> curves;
-        const auto add = [&](const Chain& chain) { AppendCurves(chain.curve, row, curves); };
+        m_strands.clear();
+        const auto add = [&](const Chain& chain) { AppendStrands(chain.curve, row); };
         std::for_each(m_chains.begin(), m_chains.end(), add);
         for (auto chain = m_waiting.rbegin(); chain != m_waiting.rend() && chain->curve->top < row + 1; ++chain) {
             add(*chain);
         }
         m_row.Begin(row);
-        Bands(m_row, std::move(curves)).Add(row, m_box.top);
+        m_bands.Add(row, m_strands);
         m_row.End();
     }
 
     // Those of a chain that run through a row or a part of it, from one on.
-    static void AppendCurves(const Curve* curve, int row, std::vector<const Curve*>& curves) {
+    void AppendStrands(const Curve* curve, int row) {
         for (; curve != nullptr && curve->top < row + 1; curve = curve->next) {
             if (curve->bottom > row) {
-                curves.push_back(curve);
+                m_strands.push_back(WithinRow(*curve, row));
             }
         }
     }
@@ -482,6 +508,8 @@ class Sweep {
     Track::Rows<int> m_isPlain;
     PixelSet m_pixels;
     Row m_row;
+    Bands m_bands;
+    std::vector<Strand> m_strands;
 };
 
 // The pixels whose squares an outline may reach.

@@ -208,9 +208,6 @@ std::vector<Edge> EdgesOf(const Outline& outline) {
 std::vector<Link> LinksOf(const std::vector<Edge>& edges) {
     std::vector<Link> links(edges.size());
     for (std::size_t i = 0; i < edges.size(); ++i) {
-        links[i].begins = !edges[i].IsLevel();
-    }
-    for (std::size_t i = 0; i < edges.size(); ++i) {
         const auto next = static_cast<std::size_t>(edges[i].next);
         if (edges[i].winding == edges[next].winding && !edges[i].IsLevel() && !edges[next].IsLevel()) {
             const bool falls = edges[i].winding > 0;

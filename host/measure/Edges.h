@@ -60,8 +60,8 @@ std::vector<Edge> EdgesOf(const Outline& outline);
 
 /// Where an outline that runs downward or upward through an edge comes from and goes on in the same direction.
 struct Link {
-    bool begins = false;  ///< whether no edge is above; false of level ones
-    int below = -1;       ///< the place of the edge below; -1 where there is none
+    bool begins = true;  ///< whether no edge is above, as of level ones
+    int below = -1;      ///< the place of the edge below; -1 where there is none
 };
 /// Of each of the edges of an outline.
 std::vector<Link> LinksOf(const std::vector<Edge>& edges);

@@ -1,5 +1,6 @@
 #include "host/measure/Tracks.h"
 
+#include <functional>
 #include <numeric>
 
 namespace host {
@@ -65,10 +66,15 @@ void FindColumns(int rows, int width, Track& track) noexcept {
 // ---------------------------------------------------------------------------------------------------
 // What lies to the right in a row, from the geometry of lines and arcs that run through it
 
+// Whether it is neither nothing nor all of a pixel.
+int IsPart(double weight) noexcept { return static_cast<int>(std::abs(weight - 0.5) < 0.5 - kNothing); }
+
 // Notes what lies to the right in a row's first column and in those behind it.
 void Note(double head, double rest, std::size_t at, Track& track) noexcept {
+    const int more = track.last[at] - track.first[at];
     track.head[at] = head;
-    track.rest[at] = track.first[at] < track.last[at] ? rest : head;
+    track.rest[at] = more > 0 ? rest : head;
+    track.isPlain[at] = IsPart(head) & (IsPart(rest) | static_cast<int>(more != 1));
 }
 
 // Of a line it is the triangle or trapezoid that a column cuts off.
@@ -138,7 +144,6 @@ void FindArcEnds(const Curve& curve, int top, std::size_t row, std::size_t end, 
 }
 
 void FindEnds(int top, int rows, Track& track) noexcept {
-    constexpr double kUnknown = 2.0;
     for (int row = 0; row < rows;) {
         const auto at = static_cast<std::size_t>(row);
         const Curve& curve = *track.curves[at];
@@ -149,17 +154,9 @@ void FindEnds(int top, int rows, Track& track) noexcept {
         } else if (row < end && curve.IsShort()) {
             FindArcEnds(curve, top, at, static_cast<std::size_t>(end), track);
         } else {
-            std::fill(track.head.begin() + row, track.head.begin() + std::max(end, row + 1), kUnknown);
+            std::fill(track.isPlain.begin() + row, track.isPlain.begin() + std::max(end, row + 1), 0);
         }
         row = std::max(end, row + 1);
-    }
-    for (std::size_t i = 0; i < static_cast<std::size_t>(rows); ++i) {
-        const double head = track.head[i];
-        const double rest = track.rest[i];
-        const double tail = track.first[i] + 1 == track.last[i] ? rest : head;
-        const double least = std::min(head, tail);
-        const double most = std::max(head, tail);
-        track.isPlain[i] = static_cast<int>(least > kNothing) & static_cast<int>(most < 1.0 - kNothing);
     }
 }
 
@@ -214,25 +211,21 @@ void WriteArc(const Track& track, std::size_t at, int row, Share share, PartPixe
     WriteLast(1.0 - 0.5 * height * ended - arc.Bulge(border, before, ended, height, base), share, first, columns, part);
 }
 
-// Writes a side's pixels in rows of a block, in each from `next` on, which moves behind them.
-void Write(const Track& track, int top, int row, int end, const PixelRect& box, Share share,
-           PartPixel** next) noexcept {
-    for (auto at = static_cast<std::size_t>(row); at < static_cast<std::size_t>(end); ++at) {
-        const int first = track.first[at];
-        const int columns = track.last[at] - first;
-        const int y = box.top + top + static_cast<int>(at);
-        const int x = box.left + first;
-        PartPixel* const part = next[at];
-        next[at] = part + columns + 1;
-        part[0] = {y, x, share.Of(track.head[at])};
-        if (columns <= 1) {
-            part[columns] = {y, x + columns, share.Of(track.rest[at])};
-        } else if (track.curves[at]->isArc) {
-            WriteArc(track, at, top + static_cast<int>(at), share, part);
-        } else {
-            WriteLine(track, at, share, part);
-        }
+// Writes a side's pixels in a row of a block, which is row `row` of the box and y of the image. The place behind them.
+PartPixel* Write(const Track& track, std::size_t at, int row, int y, int boxLeft, Share share,
+                 PartPixel* part) noexcept {
+    const int first = track.first[at];
+    const int columns = track.last[at] - first;
+    const int x = boxLeft + first;
+    part[0] = {y, x, share.Of(track.head[at])};
+    if (columns <= 1) {
+        part[columns] = {y, x + columns, share.Of(track.rest[at])};
+    } else if (track.curves[at]->isArc) {
+        WriteArc(track, at, row, share, part);
+    } else {
+        WriteLine(track, at, share, part);
     }
+    return part + columns + 1;
 }
 
 }  // namespace
@@ -259,46 +252,36 @@ void Sides::FindPlain(int row, int end, int width, Track::Rows<int>& isPlain) co
 }
 
 void Sides::AddPlain(int row, int end, const PixelRect& box, PixelSet& pixels) const {
-    AddParts(row, end, box, pixels.parts);
-    AddSpans(row, end, box, pixels.spans);
-}
-
-// Side by side, each into the gaps that those before it leave for it.
-void Sides::AddParts(int row, int end, const PixelRect& box, PartPixels& parts) const {
-    Track::Rows<int> counts;
-    counts.fill(0);
+    const auto rows = static_cast<std::size_t>(end - row);
+    int count = (end - row) * static_cast<int>(tracks.size());
     for (const Track* const side : tracks) {
-        for (auto i = static_cast<std::size_t>(row); i < static_cast<std::size_t>(end); ++i) {
-            counts[i] += side->last[i] - side->first[i] + 1;
+        for (auto at = static_cast<std::size_t>(row); at < static_cast<std::size_t>(end); ++at) {
+            count += side->last[at] - side->first[at];
         }
     }
-    const std::size_t before = parts.size();
-    const auto count = static_cast<std::size_t>(std::accumulate(counts.begin() + row, counts.begin() + end, 0));
-    parts.resize(before + count);
-    Track::Rows<PartPixel*> next;
-    PartPixel* part = parts.data() + before;
-    for (auto i = static_cast<std::size_t>(row); i < static_cast<std::size_t>(end); ++i) {
-        next[i] = part;
-        part += counts[i];
-    }
-    for (std::size_t i = 0; i < tracks.size(); ++i) {
-        Write(*tracks[i], top, row, end, box, i % 2 == 0 ? kRight : kRest, next.data());
-    }
-}
-
-void Sides::AddSpans(int row, int end, const PixelRect& box, Spans& spans) const {
-    const std::size_t before = spans.size();
-    spans.resize(before + static_cast<std::size_t>(end - row) * tracks.size() / 2);
-    Span* span = spans.data() + before;
-    for (auto at = static_cast<std::size_t>(row); at < static_cast<std::size_t>(end); ++at) {
-        for (std::size_t i = 0; i + 1 < tracks.size(); i += 2) {
-            const int first = tracks[i]->last[at] + 1;
-            const int last = tracks[i + 1]->first[at] - 1;
-            *span = {box.top + top + static_cast<int>(at), box.left + first, box.left + last};
-            span += first <= last ? 1 : 0;
+    const std::size_t partsBefore = pixels.parts.size();
+    const std::size_t spansBefore = pixels.spans.size();
+    pixels.parts.resize(partsBefore + static_cast<std::size_t>(count));
+    pixels.spans.resize(spansBefore + rows * tracks.size() / 2);
+    PartPixel* part = pixels.parts.data() + partsBefore;
+    Span* span = pixels.spans.data() + spansBefore;
+    const Track* const* const sides = tracks.data();
+    const Track* const* const sidesEnd = sides + tracks.size();
+    const auto [boxLeft, boxTop, width, height] = box;
+    const int blockTop = top;
+    for (int i = row; i < end; ++i) {
+        const auto at = static_cast<std::size_t>(i);
+        const int y = boxTop + blockTop + i;
+        for (const Track* const* side = sides; side != sidesEnd; side += 2) {
+            const Track& left = *side[0];
+            const Track& right = *side[1];
+            *span = {y, boxLeft + left.last[at] + 1, boxLeft + right.first[at] - 1};
+            span += span->Length() > 0 ? 1 : 0;
+            part = Write(left, at, blockTop + i, y, boxLeft, kRight, part);
+            part = Write(right, at, blockTop + i, y, boxLeft, kRest, part);
         }
     }
-    spans.resize(static_cast<std::size_t>(span - spans.data()));
+    pixels.spans.resize(static_cast<std::size_t>(span - pixels.spans.data()));
 }
 
 }  // namespace host

@@ -52,10 +52,6 @@ class Sides {
     void FindPlain(int row, int end, int width, Track::Rows<int>& isPlain) const noexcept;
     /// Adds the pixels of rows that are.
     void AddPlain(int row, int end, const PixelRect& box, PixelSet& pixels) const;
-
-  private:
-    void AddParts(int row, int end, const PixelRect& box, PartPixels& parts) const;
-    void AddSpans(int row, int end, const PixelRect& box, Spans& spans) const;
 };
 
 }  // namespace host
