@@ -38,7 +38,12 @@ class Row {
     Row(const PixelRect& box, PixelSet& pixels)
         : m_box(box), m_steps(static_cast<std::size_t>(box.width) + 2), m_pixels(pixels) {}
 
-    void Begin(int row) noexcept { m_y = m_box.top + row; }
+    // From the left on.
+    void Begin(int row) noexcept {
+        m_y = m_box.top + row;
+        m_column = 0;
+        m_covered = 0.0;
+    }
 
     // Adds, `sign` times, what lies to the right of a strand between two places.
     void Add(const Strand& strand, double sign, double top, double bottom) {
@@ -53,23 +58,19 @@ class Row {
         });
     }
 
-    // Moves what is added to the pixels.
+    // Adds a side that is plain in a row of its block, to the right of all that is added.
+    void AddPlain(const Track& side, int blockTop, int row, bool isLeft) {
+        const auto at = static_cast<std::size_t>(row);
+        Move();
+        AddRun(side.first[at]);
+        side.AddParts(blockTop, row, m_box, isLeft, m_pixels.parts);
+        m_column = side.last[at] + 1;
+        m_covered = isLeft ? 1.0 : 0.0;
+    }
+
     void End() {
-        int column = 0;  // the first that is not moved
-        double covered = 0.0;
-        std::sort(m_touched.begin(), m_touched.end(), [](const Run& a, const Run& b) { return a.first < b.first; });
-        for (const Run& run : m_touched) {
-            if (column < run.first) {
-                AddRun(column, run.first, covered);
-                column = run.first;
-            }
-            for (; column <= run.last; ++column) {
-                covered += std::exchange(m_steps[static_cast<std::size_t>(column)], 0.0);
-                AddRun(column, column + 1, covered);
-            }
-        }
-        m_touched.clear();
-        AddRun(column, m_box.width, covered);
+        Move();
+        AddRun(m_box.width);
     }
 
   private:
@@ -118,14 +119,31 @@ class Row {
         addPiece(column, endX, endY);
     }
 
-    void AddRun(int first, int end, double covered) {
-        end = std::min(end, m_box.width);
-        if (first < end && covered >= 1.0 - kNothing) {
-            m_pixels.AddSpan(m_y, m_box.left + first, m_box.left + end - 1);
+    // Moves what is added to the pixels, up to where nothing more changes.
+    void Move() {
+        std::sort(m_touched.begin(), m_touched.end(), [](const Run& a, const Run& b) { return a.first < b.first; });
+        for (const Run& run : m_touched) {
+            AddRun(run.first);
+            while (m_column < run.last) {
+                Step(m_column);
+                AddRun(m_column + 1);
+            }
+            Step(run.last);
+        }
+        m_touched.clear();
+    }
+
+    void Step(int column) noexcept { m_covered += std::exchange(m_steps[static_cast<std::size_t>(column)], 0.0); }
+
+    // Adds the pixels up to a column, which are all covered alike.
+    void AddRun(int end) {
+        const int first = std::exchange(m_column, std::max(m_column, std::min(end, m_box.width)));
+        if (first < m_column && m_covered >= 1.0 - kNothing) {
+            m_pixels.AddSpan(m_y, m_box.left + first, m_box.left + m_column - 1);
             return;
         }
-        for (int column = first; covered > kNothing && column < end; ++column) {
-            m_pixels.parts.push_back({m_y, m_box.left + column, covered});
+        for (int column = first; m_covered > kNothing && column < m_column; ++column) {
+            m_pixels.parts.push_back({m_y, m_box.left + column, m_covered});
         }
     }
 
@@ -135,6 +153,8 @@ class Row {
     std::vector<Run> m_touched;
     PixelSet& m_pixels;
     int m_y = 0;
+    int m_column = 0;        // the first that is not moved
+    double m_covered = 0.0;  // of it, but for what is to be moved
 };
 
 // ---------------------------------------------------------------------------------------------------
@@ -452,12 +472,22 @@ class Sweep {
         }
     }
 
+    // Adds rows in which some sides are not plain or share pixels.
     void AddSides(int row, int end) {
+        const std::vector<const Track*>& sides = m_sides.tracks;
         for (; row < end; ++row) {
+            const auto at = static_cast<std::size_t>(row);
             m_row.Begin(m_sides.top + row);
-            double sign = 1.0;
-            for (const Track* const side : m_sides.tracks) {
-                AddSide(*side, row, std::exchange(sign, -sign));
+            int before = -1;
+            for (std::size_t i = 0; i < sides.size(); ++i) {
+                const Track& side = *sides[i];
+                const int behind = i + 1 < sides.size() ? sides[i + 1]->first[at] : m_box.width;
+                if (side.isPlain[at] != 0 && before < side.first[at] && side.last[at] < std::min(behind, m_box.width)) {
+                    m_row.AddPlain(side, m_sides.top, row, i % 2 == 0);
+                } else {
+                    AddSide(side, row, i % 2 == 0 ? 1.0 : -1.0);
+                }
+                before = std::max(side.last[at], 0);  // What lies to the left of the row is in its first column.
             }
             m_row.End();
         }

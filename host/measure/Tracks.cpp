@@ -237,6 +237,13 @@ void Track::Follow(const Curve& begin, int top, int rows, int width) noexcept {
     FindEnds(top, rows, *this);
 }
 
+void Track::AddParts(int top, int row, const PixelRect& box, bool isLeft, PartPixels& parts) const {
+    const auto at = static_cast<std::size_t>(row);
+    const std::size_t before = parts.size();
+    parts.resize(before + static_cast<std::size_t>(last[at] - first[at] + 1));
+    Write(*this, at, top + row, box.top + top + row, box.left, isLeft ? kRight : kRest, parts.data() + before);
+}
+
 void Sides::FindPlain(int row, int end, int width, Track::Rows<int>& isPlain) const noexcept {
     Track::Rows<int> before;
     before.fill(-1);

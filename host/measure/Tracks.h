@@ -39,6 +39,9 @@ struct Track {
     /// Follows a chain through rows of a box that is `width` columns wide, through all of which it runs. `begin` is its
     /// edge at the top of the first of them, row `top` of the box.
     void Follow(const Curve& begin, int top, int rows, int width) noexcept;
+    /// Adds the pixels of a row in which it is plain, a row of the block that begins at row `top` of the box. What is
+    /// to the right of a left side counts, and the rest at a right one.
+    void AddParts(int top, int row, const PixelRect& box, bool isLeft, PartPixels& parts) const;
 };
 
 /// The tracks between which a region lies, by turns its left and its right sides; `top` is the first row of the block.
