@@ -164,18 +164,13 @@ void FindEnds(int top, int rows, Track& track) noexcept {
 // Writing the pixels that a side goes through
 
 // Whether what lies to the right of a side counts, or the rest.
-struct Share {
-    double base;
-    double sign;
+enum class Share { right, rest };
 
-    double Of(double right) const noexcept { return base + sign * right; }
-};
-constexpr Share kRight = {0.0, 1.0};
-constexpr Share kRest = {1.0, -1.0};
+double Of(Share share, double right) noexcept { return share == Share::right ? right : 1.0 - right; }
 
 // Write the columns behind the first, between which and the last there are others.
 void WriteLast(double right, Share share, PartPixel first, int columns, PartPixel* part) noexcept {
-    part[columns] = {first.y, first.x + columns, share.Of(std::min(right, 1.0 - kNothing))};
+    part[columns] = {first.y, first.x + columns, Of(share, std::min(right, 1.0 - kNothing))};
 }
 
 void WriteLine(const Track& track, std::size_t at, Share share, PartPixel* part) noexcept {
@@ -185,7 +180,7 @@ void WriteLine(const Track& track, std::size_t at, Share share, PartPixel* part)
     double right = (track.first[at] + 1.5 - track.left[at]) * rise;
     double rest = track.rest[at];
     for (int i = 1; i < columns; ++i) {
-        part[i] = {first.y, first.x + i, share.Of(right)};
+        part[i] = {first.y, first.x + i, Of(share, right)};
         rest -= right;
         right += rise;
     }
@@ -202,7 +197,7 @@ void WriteArc(const Track& track, std::size_t at, int row, Share share, PartPixe
     for (int i = 1; i < columns; ++i) {
         const double after = arc.At(border + 1.0, base);
         const double right = 0.5 * (before + after) - arc.Bulge(border, before, 1.0, after - before, base);
-        part[i] = {first.y, first.x + i, share.Of(right)};
+        part[i] = {first.y, first.x + i, Of(share, right)};
         before = after;
         border += 1.0;
     }
@@ -217,9 +212,9 @@ PartPixel* Write(const Track& track, std::size_t at, int row, int y, int boxLeft
     const int first = track.first[at];
     const int columns = track.last[at] - first;
     const int x = boxLeft + first;
-    part[0] = {y, x, share.Of(track.head[at])};
+    part[0] = {y, x, Of(share, track.head[at])};
     if (columns <= 1) {
-        part[columns] = {y, x + columns, share.Of(track.rest[at])};
+        part[columns] = {y, x + columns, Of(share, track.rest[at])};
     } else if (track.curves[at]->isArc) {
         WriteArc(track, at, row, share, part);
     } else {
@@ -241,7 +236,8 @@ void Track::AddParts(int top, int row, const PixelRect& box, bool isLeft, PartPi
     const auto at = static_cast<std::size_t>(row);
     const std::size_t before = parts.size();
     parts.resize(before + static_cast<std::size_t>(last[at] - first[at] + 1));
-    Write(*this, at, top + row, box.top + top + row, box.left, isLeft ? kRight : kRest, parts.data() + before);
+    Write(*this, at, top + row, box.top + top + row, box.left, isLeft ? Share::right : Share::rest,
+          parts.data() + before);
 }
 
 void Sides::FindPlain(int row, int end, int width, Track::Rows<int>& isPlain) const noexcept {
@@ -284,8 +280,8 @@ void Sides::AddPlain(int row, int end, const PixelRect& box, PixelSet& pixels) c
             const Track& right = *side[1];
             *span = {y, boxLeft + left.last[at] + 1, boxLeft + right.first[at] - 1};
             span += span->Length() > 0 ? 1 : 0;
-            part = Write(left, at, blockTop + i, y, boxLeft, kRight, part);
-            part = Write(right, at, blockTop + i, y, boxLeft, kRest, part);
+            part = Write(left, at, blockTop + i, y, boxLeft, Share::right, part);
+            part = Write(right, at, blockTop + i, y, boxLeft, Share::rest, part);
         }
     }
     pixels.spans.resize(static_cast<std::size_t>(span - pixels.spans.data()));

@@ -491,25 +491,50 @@ double InEllipse(double rx, double ry, double left, double top, double right, do
     return (full - left) * (bottom - top) + integral(end) - integral(full) - (end - full) * top;
 }
 
+// How much of every pixel counts, by column and row.
+std::map<std::pair<int, int>, double> CoveredOf(const host::Contour& contour, const host::PixelRect& field) {
+    std::map<std::pair<int, int>, double> covered;
+    const host::PixelSet pixels = host::CoverageOf(host::EdgesOf({{contour}, {}, false}), field);
+    for (const host::PartPixel& part : pixels.parts) {
+        covered[{part.x, part.y}] += part.weight;
+    }
+    for (const host::Span& span : pixels.spans) {
+        for (int i = span.firstX; i <= span.lastX; ++i) {
+            covered[{i, span.y}] += 1.0;
+        }
+    }
+    return covered;
+}
+
 TEST(Coverage, EveryPixelOfAnEllipseCountsWithItsPart) {
     for (const auto& [x, y, rx, ry] : {std::array{66.3, 52.7, 61.5, 42.5}, std::array{144.0, 88.0, 69.52, 55.51},
                                        std::array{40.25, 30.5, 9.3, 5.1}, std::array{100.0, 90.5, 21.0, 80.0}}) {
-        const host::Outline outline{{{host::Arc{{x, y}, rx, ry, 0.0, 2.0 * M_PI}}}, {}, false};
-        std::map<std::pair<int, int>, double> found;
-        const host::PixelSet pixels = host::CoverageOf(host::EdgesOf(outline), {20, 10, 180, 150});
-        for (const host::PartPixel& part : pixels.parts) {
-            found[{part.x, part.y}] = part.weight;
-        }
-        for (const host::Span& span : pixels.spans) {
-            for (int i = span.firstX; i <= span.lastX; ++i) {
-                found[{i, span.y}] = 1.0;
-            }
-        }
+        auto found = CoveredOf({host::Arc{{x, y}, rx, ry, 0.0, 2.0 * M_PI}}, {20, 10, 180, 150});
         for (int j = 10; j < 160; ++j) {
             for (int i = 20; i < 200; ++i) {
                 const double part = InEllipse(rx, ry, i - 0.5 - x, j - 0.5 - y, i + 0.5 - x, j + 0.5 - y);
                 ASSERT_NEAR((found[{i, j}]), part, 1e-9) << rx << ' ' << ry << ": " << i << ' ' << j;
             }
+        }
+    }
+}
+
+// Legs of different lengths under a bar, out of which a notch is cut that begins and ends within a row.
+TEST(Coverage, SidesFarApartCountWithTheLevelEdgesBetweenThem) {
+    const host::Contour table{host::ImagePoint{2.2, 1.7},  host::ImagePoint{30.4, 1.7}, host::ImagePoint{30.4, 9.1},
+                              host::ImagePoint{24.6, 9.1}, host::ImagePoint{24.6, 4.3}, host::ImagePoint{20.0, 4.3},
+                              host::ImagePoint{20.0, 4.0}, host::ImagePoint{12.5, 4.0}, host::ImagePoint{12.5, 4.3},
+                              host::ImagePoint{8.1, 4.3},  host::ImagePoint{8.1, 7.9},  host::ImagePoint{2.2, 7.9}};
+    auto found = CoveredOf(table, {0, 0, 40, 12});
+    for (int j = 0; j < 12; ++j) {
+        for (int i = 0; i < 40; ++i) {
+            const auto within = [i, j](double left, double top, double right, double bottom) {
+                return std::max(std::min(right, i + 0.5) - std::max(left, i - 0.5), 0.0) *
+                       std::max(std::min(bottom, j + 0.5) - std::max(top, j - 0.5), 0.0);
+            };
+            const double part = within(2.2, 1.7, 30.4, 4.3) - within(12.5, 4.0, 20.0, 4.3) +
+                                within(2.2, 4.3, 8.1, 7.9) + within(24.6, 4.3, 30.4, 9.1);
+            ASSERT_NEAR((found[{i, j}]), part, 1e-12) << i << ' ' << j;
         }
     }
 }
