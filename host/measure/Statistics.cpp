@@ -313,7 +313,7 @@ class Counts {
     }
 
   private:
-    static constexpr int kLowest = std::numeric_limits<Value>::min();
+    static constexpr int kLowest = std::is_signed_v<Value> ? -(1 << (8 * sizeof(Value) - 1)) : 0;
     static std::size_t Index(Value value) noexcept { return static_cast<std::size_t>(value - kLowest); }
 
     std::vector<double> m_counts = std::vector<double>(std::size_t{1} << (8 * sizeof(Value)));
