@@ -419,6 +419,38 @@ std::vector<Wanted> Foresee(const ClassContract& figure, IROI& roi, std::string_
     return after(box, box.After());
 }
 
+namespace {
+
+// A box's height follows its fixed aspect; shears are clamped, and grips and what is fit for no copy left behind.
+Foreseen ForeseeCopy(const ClassContract& figure, const Rules& rules) {
+    if (figure.Answers("IROIProfile")) {
+        return After(PointsOf(rules));
+    }
+    if (figure.Answers("IROIDonut")) {
+        return RoundOf(rules).After();
+    }
+    Box box = BoxOf(rules);
+    box.height = box.aspect > 0 ? box.width / box.aspect : box.height;
+    box.shear = std::clamp(box.shear, -1.5, 1.5);
+    box.SetGrip(0);
+    return box.After();
+}
+
+}  // namespace
+
+void CheckCopying(Checks& checks, const ClassContract& figure, IROI& roi) {
+    if (figure.Answers("IROIEllipse") || figure.Answers("IROIShape")) {
+        return;
+    }
+    const Foreseen foreseen = ForeseeCopy(figure, Rules(figure, roi));
+    const Answer answer = Call(roi, figure.At("Replicate"), {});
+    const auto copy = SmartPtr<IROI>::QueryFrom(answer.object.Get());
+    checks.Expect(answer.code == S_OK && copy, "a copy", answer.Text());
+    if (copy) {
+        CheckForeseen(checks, figure, *copy, foreseen);
+    }
+}
+
 void CheckForeseen(Checks& checks, const ClassContract& figure, IROI& roi, const std::vector<Wanted>& foreseen) {
     Rules rules(figure, roi);
     for (const Wanted& wanted : foreseen) {

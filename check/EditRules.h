@@ -15,5 +15,8 @@ struct Wanted {
 std::vector<Wanted> Foresee(const ClassContract& figure, IROI& roi, std::string_view operation,
                             const Numbers& arguments);
 
+/// Checks that a figure gives copies of itself that are what a copy is to be, where its class gives any.
+void CheckCopying(Checks& checks, const ClassContract& figure, IROI& roi);
+
 /// Checks that it came so.
 void CheckForeseen(Checks& checks, const ClassContract& figure, IROI& roi, const std::vector<Wanted>& foreseen);

@@ -80,6 +80,7 @@ const std::vector<CacheStep>& CacheSteps() {
                                                   {{"SetRadius", {0, 21, 22}}, true},
                                                   {{"SetRadius", {0, 21, 25}}, true},
                                                   {{"SetRadius", {0, 21, 25}}, true},
+                                                  {{"SetRadius", {1, 31, 32}}, true},
                                                   {{"SetNode", {2, 85, 61}}, true},
                                                   {{"SetNode", {8, 85, 61}}, true},
                                                   {{"Transform", {1, 0, 0, 1, 0, 0}}, true},

@@ -466,6 +466,7 @@ class Corners final : public Lent<IGeometry, IGeometricAssembly, IPoints> {
   public:
     bool given = true;
     int asked = 0;
+    double points[3][2] = {{11, -20.75}, {-3.625, 5.5}, {6.5, -7.5}};
 
     Result GetElement(int kind, IPoints** element) noexcept override {
         ++asked;
@@ -474,9 +475,8 @@ class Corners final : public Lent<IGeometry, IGeometricAssembly, IPoints> {
         return *element != nullptr ? S_OK : E_FAIL;
     }
     Result GetPoint(int index, double* x, double* y, double* z) noexcept override {
-        static constexpr double kPoints[3][2] = {{11, -20.75}, {-3.625, 5.5}, {6.5, -7.5}};
-        *x = kPoints[index][0];
-        *y = kPoints[index][1];
+        *x = points[index][0];
+        *y = points[index][1];
         *z = 5;
         return S_OK;
     }
@@ -493,6 +493,8 @@ void CheckGeometry(Checks& checks) {
                           {"GetBoundingSize", {}, {14.625, 26.25}},
                           {"GetBoundingRect", {}, {-3, -20, 15, 26}},
                           {"HitTest", {6.5, -7.5}, {kUntouched}, E_FAIL}};
+    TakeSteps(checks, figure, roi, steps);
+    std::swap(corners.points[0][1], corners.points[1][1]);
     TakeSteps(checks, figure, roi, steps);
     for (const char* query : {"GetCenter", "GetBoundingSize", "GetBoundingRect"}) {
         checks.Begin(fmt::format("{} of a shape gives its element back", query));

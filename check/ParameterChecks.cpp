@@ -357,6 +357,9 @@ const std::vector<Scenario>& Scenarios() {
           {"GetNumberPoints", {}, {0}},
           {"press Remove Start", {1}},
           {"GetNumberPoints", {}, {-1}}}},
+        {"a single point is removed from the start before the end is looked for",
+         "ROIProfile",
+         {{"AddPoint", {3, 4}}, {"press Remove Start;Remove End", {1, 1}}, {"GetNumberPoints", {}, {0}}}},
         {"adding to an empty profile inserts (-5, -5)",
          "ROIProfile",
          {{"press Add Start", {1}}, {"GetPoint", {0}, {-5, -5, -1000, 20, 20}}}},
@@ -446,6 +449,11 @@ constexpr Reading kReadings[] = {{L"  -3.25", -3.25},
                                  {L"0.3", 3.0 / 10},
                                  {L"1.14", 1 + 14.0 / 100},  // not the double nearest to 1.14
                                  {L"1'000", 1},
+                                 {L"0x1F", 0},
+                                 {L".", 0},
+                                 {L"-", 0},
+                                 {L"+", 0},
+                                 {L"+#1F", 0},
                                  {L"1_000", 1},
                                  {L"1\x0664", 1},  // a digit in another script
                                  {L"0.0000000000000000019", 1e-18}};

@@ -148,7 +148,7 @@ struct WholeNumber {
 constexpr WholeNumber kWholeNumbers[] = {
     {L"#1A", 26},       {L"-7.9", -7}, {L"abc", 0}, {L"+12", 12}, {L"50.5", 50},      {L"+#F", 15},
     {L"-#1a", -26},     {L"#1G", 1},   {L" 5", 0},  {L"12a", 12}, {L"4294967303", 7}, {L"2147483648", -2147483648.0},
-    {L"#FFFFFFFF", -1}, {L"8", 8}};
+    {L"#FFFFFFFF", -1}, {L"0#1A", 0},  {L"8", 8}};
 
 void CheckWholeNumbers(Checks& checks) {
     const ClassContract& figure = ClassNamed("ROIEllipse");
@@ -160,7 +160,7 @@ void CheckWholeNumbers(Checks& checks) {
                                      : given == Given::kBoth   ? "both ways"
                                                                : "by its child"));
             Structured stream;
-            Element entry, other, center, radius, nested, shorter, longer, spaced;
+            Element entry, second, other, center, radius, nested, shorter, longer, spaced;
             nested.name = L"CenterY";
             other.name = L"Other";
             center.name = L"centerx";
@@ -173,11 +173,12 @@ void CheckWholeNumbers(Checks& checks) {
             center.text = radius.text = row.text;
             center.given = radius.given = given;
             other.children = {&nested};
-            entry.children = {&other, &longer, &center, &radius, &shorter, &spaced};
-            stream.root.children = {&entry};
-            const auto roi = checks.module.New<IROI>(figure);
+            entry.children = {&other, &longer, &center, &shorter, &spaced};
+            second.children = {&radius};
+            stream.root.children = {&entry, &second};
+            const auto roi = NewTypical(checks, figure);
             checks.Code(Require<IDataPersist>(roi)->Load(&stream, 0), S_OK);
-            const Step steps[] = {{"GetCenter", {}, {row.value, 50}}, {"GetRadius", {}, {30, row.value}}};
+            const Step steps[] = {{"GetCenter", {}, {row.value, -12.75}}, {"GetRadius", {}, {21.25, row.value}}};
             TakeSteps(checks, figure, roi, steps);
             checks.Equal(stream.references + stream.root.references + entry.references + center.references, 4);
         }

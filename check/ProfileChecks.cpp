@@ -318,6 +318,17 @@ const Scenarios& ProfileScenarios() {
           {"GetNodePointI", {1, 1}, {-3, 3}},
           {"GetNodePointI", {1, 2}, {3, 0}},
           {"GetNodePointI", {1, 3}, {0, -1}}}},
+        {"a profile grows from within", "ROIProfile", [] {
+             Steps steps = {{"AddPoint", {-30, 8}}, {"AddPoint", {130, 8}}};
+             for (int i = 0; i < 120; ++i) {
+                 steps.push_back({"InsertPoint", {1, 120.0 - i, 1.0 * (i * i % 7)}});
+             }
+             for (const int i : {0, 20, 118}) {
+                 steps.push_back({"GetNodePoint", {1, 120.0 - i}, {120.0 - i, 1.0 * (i * i % 7)}});
+             }
+             steps.push_back({"GetNodePoint", {1, 121}, {130, 8}});
+             return steps;
+         }()},
         {"a profile grows past a hundred points", "ROIProfile", [] {
              // A spiral, and at last a segment across all of it.
              const auto at = [](int i) {

@@ -1,7 +1,6 @@
 #include "check/QueryRules.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <set>
 
@@ -184,26 +183,64 @@ void CheckSegment(Rules& rules, const std::vector<Numbers>& points, std::size_t 
 
 // Of many segments some are tried, among them those farthest out in every direction and the longest.
 std::set<std::size_t> TriedSegments(const std::vector<Numbers>& points) {
-    const auto length = [&](std::size_t i) {
-        return std::hypot(points[i + 1][0] - points[i][0], points[i + 1][1] - points[i][1]);
-    };
-    std::array<std::size_t, 5> most = {};
+    using Measure = double (*)(const Numbers& from, const Numbers& to);
+    static constexpr Measure kMeasures[] = {
+        [](const Numbers& from, const Numbers& to) { return std::max(from[0], to[0]); },
+        [](const Numbers& from, const Numbers& to) { return -std::min(from[0], to[0]); },
+        [](const Numbers& from, const Numbers& to) { return std::max(from[1], to[1]); },
+        [](const Numbers& from, const Numbers& to) { return -std::min(from[1], to[1]); },
+        [](const Numbers& from, const Numbers& to) { return std::hypot(to[0] - from[0], to[1] - from[1]); }};
+    const std::size_t segments = points.size() - 1;
     std::set<std::size_t> tried;
-    for (std::size_t i = 0; i + 1 < points.size(); ++i) {
-        const auto prefer = [&](std::size_t& best, auto measure) { best = measure(i) > measure(best) ? i : best; };
-        prefer(most[0], [&](std::size_t at) { return points[at][0]; });
-        prefer(most[1], [&](std::size_t at) { return -points[at][0]; });
-        prefer(most[2], [&](std::size_t at) { return points[at][1]; });
-        prefer(most[3], [&](std::size_t at) { return -points[at][1]; });
-        prefer(most[4], length);
-        if (i % (1 + points.size() / 16) == 0) {
-            tried.insert(i);
+    for (std::size_t i = 0; i < segments; i += 1 + points.size() / 16) {
+        tried.insert(i);
+    }
+    for (const Measure measure : kMeasures) {
+        std::size_t most = 0;
+        for (std::size_t i = 0; i < segments; ++i) {
+            most = measure(points[i], points[i + 1]) > measure(points[most], points[most + 1]) ? i : most;
+        }
+        if (segments > 0) {
+            tried.insert(most);
         }
     }
-    if (points.size() > 1) {
-        tried.insert(most.begin(), most.end());
-    }
     return tried;
+}
+
+// The line of a segment, moved to one of the outlines.
+struct Outline {
+    double a, b, c;
+
+    Outline(const Numbers& from, const Numbers& to, double shift) : a(1), b(0), c(shift) {
+        const double x = from[0] - to[0];
+        const double y = from[1] - to[1];
+        if (const double length = std::hypot(x, y); length > 0) {
+            a = y / length;
+            b = -x / length;
+            c += (to[1] * x - to[0] * y) / length;
+        }
+    }
+};
+
+// Where the outlines of two segments meet, or else beside the point; nothing is said of those that are all but
+// parallel.
+Numbers CornerOf(const std::vector<Numbers>& points, int i, double angle, bool first) {
+    const auto thickness = [&](int of) { return first ? points[of][2] : -points[of][3]; };
+    const int last = static_cast<int>(points.size()) - 1;
+    if (i > 0 && i < last) {
+        const Outline before(points[i - 1], points[i], thickness(i - 1));
+        const Outline after(points[i], points[i + 1], thickness(i));
+        const double determinant = before.b * after.a - before.a * after.b;
+        if (std::abs(determinant) > 0.00011) {
+            return {(after.b * before.c - before.b * after.c) / determinant,
+                    (before.a * after.c - after.a * before.c) / determinant};
+        }
+        if (std::abs(determinant) > 0.00009) {
+            return {kAnything, kAnything};
+        }
+    }
+    const double beside = thickness(i == last ? std::max(last - 1, 0) : i);
+    return {points[i][0] + beside * std::cos(angle), points[i][1] + beside * std::sin(angle)};
 }
 
 void CheckProfile(Rules& rules) {
@@ -220,11 +257,10 @@ void CheckProfile(Rules& rules) {
         rules.Expect("GetThickness", {index}, {points[i][2], points[i][3]});
         const Numbers& previous = points[std::max(i - 1, 0)];
         const Numbers& next = points[std::min(i + 1, last)];
-        rules.Expect(
-            "GetPoint", {index},
-            {points[i][0], points[i][1], last > 0 ? std::atan2(previous[0] - next[0], next[1] - previous[1]) : -1000.0,
-             points[i][2], points[i][3]});
+        const double angle = last > 0 ? std::atan2(previous[0] - next[0], next[1] - previous[1]) : -1000.0;
+        rules.Expect("GetPoint", {index}, {points[i][0], points[i][1], angle, points[i][2], points[i][3]});
         for (const double corner : {2.0, 3.0}) {
+            rules.Expect("GetNodePoint", {corner, index}, CornerOf(points, i, angle, corner == 2.0));
             const Numbers node = rules.Ask("GetNodePoint", {corner, index});
             if (!AreModerate(node)) {
                 return;

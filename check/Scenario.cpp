@@ -316,6 +316,7 @@ void Play(Checks& checks, std::span<const Scenario> scenarios) {
             const auto roi = checks.module.New<IROI>(figure);
             TakeSteps(checks, figure, roi, scenario.steps);
             CheckRules(checks, figure, roi);
+            CheckCopying(checks, figure, *roi);
             if (checks.Failures() == failures) {
                 PlayWatched(checks, figure, scenario.steps);
             }

@@ -128,6 +128,8 @@ class Sequence {
             CallOne();
         }
         EditAndKeep();
+        Say("Replicate");
+        CheckCopying(m_checks, m_figure, *m_roi);
         CheckCount();
     }
 
