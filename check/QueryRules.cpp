@@ -4,7 +4,9 @@
 #include <cmath>
 #include <set>
 
+#include "check/FigureLists.h"
 #include "check/Rules.h"
+#include "contract/Numbers.h"
 
 namespace {
 
@@ -283,6 +285,60 @@ void CheckProfile(Rules& rules) {
     }
 }
 
+// ---------------------------------------------------------------------------------------------------
+// Lists
+
+// A listed value that a query tells too.
+struct Listed {
+    const char* read;
+    const char* query;
+    std::size_t output;
+    Numbers arguments = {};
+    double factor = 1.0;
+};
+const std::vector<Listed>& AllListed() {
+    static const double kDegrees = 180.0 / kPi;
+    static const std::vector<Listed> kListed = {{"read CenterX", "GetCenter", 0},
+                                                {"read CenterY", "GetCenter", 1},
+                                                {"read Width", "GetSize", 0},
+                                                {"read Height", "GetSize", 1},
+                                                {"read Angle", "get_Roll", 0, {}, kDegrees},
+                                                {"read Roll", "get_Roll", 0, {}, kDegrees},
+                                                {"read FixedAspect", "GetAspectRatio", 0},
+                                                {"read A", "get_A", 0},
+                                                {"read B", "get_B", 0},
+                                                {"read Shear", "get_Shear", 0, {}, kDegrees},
+                                                {"read RadiusX", "GetRadius", 0},
+                                                {"read RadiusY", "GetRadius", 1},
+                                                {"read RadiusX1", "GetRadius", 0, {0}},
+                                                {"read RadiusY1", "GetRadius", 1, {0}},
+                                                {"read RadiusX2", "GetRadius", 0, {1}},
+                                                {"read RadiusY2", "GetRadius", 1, {1}},
+                                                {"read Radius1X", "GetRadius", 0, {0}},
+                                                {"read Radius1Y", "GetRadius", 1, {0}},
+                                                {"read Radius2X", "GetRadius", 0, {1}},
+                                                {"read Radius2Y", "GetRadius", 1, {1}},
+                                                {"read StartAngle", "GetLimits", 0, {}, kDegrees},
+                                                {"read DeltaAngle", "GetLimits", 1, {}, kDegrees},
+                                                {"read Thickness1", "GetThickness", 0, {0}},
+                                                {"read Thickness2", "GetThickness", 1, {0}}};
+    return kListed;
+}
+
+void CheckList(Rules& rules, const std::vector<NamedValue>& values) {
+    for (const NamedValue& value : values) {
+        const std::string read = "read " + value.name;
+        const auto& all = AllListed();
+        const auto row = std::find_if(all.begin(), all.end(), [&](const Listed& one) { return read == one.read; });
+        if (row == all.end()) {
+            continue;
+        }
+        if (const double told = rules.Ask(row->query, row->arguments)[row->output]; told != kUntouched) {
+            rules.Expect(row->read, {}, {told * row->factor});
+        }
+    }
+}
+
 }  // namespace
 
 void CheckRules(Checks& checks, const ClassContract& figure, const SmartPtr<IROI>& roi) {
@@ -295,6 +351,9 @@ void CheckRules(Checks& checks, const ClassContract& figure, const SmartPtr<IROI
         CheckRing(rules);
     } else if (!figure.Answers("IROIShape")) {
         CheckBox(rules);
+    }
+    if (figure.Answers("IParametricObject")) {
+        CheckList(rules, ParametersOf(roi));
     }
     rules.Report(checks);
 }
