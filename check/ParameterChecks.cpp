@@ -481,8 +481,9 @@ void ExpectReading(Checks& checks, const SmartPtr<IROI>& roi, tagREFString text,
 }
 
 void CheckReadings(Checks& checks, const char* className) {
-    const auto roi = checks.module.New<IROI>(ClassNamed(className));
+    SmartPtr<IROI> roi;
     for (const Reading& reading : kReadings) {
+        roi = checks.module.New<IROI>(ClassNamed(className));
         const std::wstring text = reading.text;
         checks.Begin(fmt::format("{} reads '{}' as a number", className, ToUtf8(Text(text))));
         ExpectReading(checks, roi, Text(text), reading.value);
