@@ -145,6 +145,8 @@ std::size_t Tail(std::string_view bytes, std::size_t at, int lengths) {
     return sum;
 }
 
+constexpr std::size_t kEndRecord = 22;
+
 // A header of the directory.
 constexpr std::string_view kHeaderMark("PK\1\2", 4);
 constexpr std::size_t kHeader = 46;
@@ -355,11 +357,39 @@ void WriteEntry(zipFile archive, const std::string& path, const FolderArchive::B
     }
 }
 
+// The end record counts to 65,535 entries. Of more a longer record before it tells, which the library reads, but writes
+// only for archives beyond 4 GB.
+void TellOfMoreEntries(std::size_t count, std::string& bytes) {
+    if (count <= 0xFFFF) {
+        return;
+    }
+    const std::size_t end = bytes.size() - kEndRecord;
+    std::string record;
+    const auto put = [&record](std::uint64_t value, int size) {
+        for (int i = 0; i < size; ++i) {
+            record += static_cast<char>(value >> 8 * i);
+        }
+    };
+    constexpr std::uint64_t kVersion = 45;
+    record += std::string_view("PK\6\6", 4);
+    put(44, 8);  // what follows of it
+    put(kVersion, 2);
+    put(kVersion, 2);
+    put(0, 8);  // the only part of the archive
+    put(count, 8);
+    put(count, 8);
+    put(Number(bytes, end + 12, 4), 8);  // the directory's size and place
+    put(Number(bytes, end + 16, 4), 8);
+    record += std::string_view("PK\6\7", 4);
+    put(0, 4);
+    put(end, 8);  // where the record begins
+    put(1, 4);    // how many parts there are
+    bytes.insert(end, record);
+}
+
 // ---------------------------------------------------------------------------------------------------
 // The directory at an archive's end: a header for each entry, then the end record. What it says of the spare block,
 // which ToBytes writes last, is cut out here where it is damaged.
-
-constexpr std::size_t kEndRecord = 22;
 
 // Where the last entry of an archive has its header in the directory and the one before its data; nothing when the
 // directory does not lead there.
@@ -442,6 +472,7 @@ std::string FolderArchive::ToBytes() const {
     if (close(archive.release()) != ZIP_OK || file.lacksMemory) {
         throw std::bad_alloc();
     }
+    TellOfMoreEntries(m_blocks.size(), bytes);
     return bytes;
 }
 

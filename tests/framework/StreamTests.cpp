@@ -267,6 +267,19 @@ std::string Replaced(std::string bytes, std::string_view from, std::string_view 
     return bytes;
 }
 
+TEST(FolderArchive, HoldsMoreBlocksThanAnEndRecordCounts) {
+    for (const int count : {65534, 65535, 65536, 70001}) {
+        FolderArchive archive;
+        for (int i = 0; i < count; ++i) {
+            archive.Put("figures/" + std::to_string(i),
+                        {static_cast<std::uint8_t>(i), static_cast<std::uint8_t>(i >> 8)});
+        }
+        const FolderArchive back = FolderArchive::FromBytes(archive.ToBytes());
+        EXPECT_EQ(back.Blocks().size(), static_cast<std::size_t>(count));
+        EXPECT_TRUE(back.Blocks() == archive.Blocks()) << count;
+    }
+}
+
 TEST(FolderArchive, UnsoundArchivesAreRefused) {
     FolderArchive archive;
     archive.Put("one", {'d', 'a', 't', 'a', '1'});
