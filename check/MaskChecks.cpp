@@ -104,7 +104,9 @@ void CheckCache(Checks& checks, const char* className) {
                       entry.drawsAnew ? "the same image" : "a new image");
         mask = std::move(now);
     }
-    checks.Begin(fmt::format("Load of {} keeps the mask", className));
+    checks.Begin(fmt::format("Load of {} keeps the mask, and so do all questions", className));
+    Observe(roi, figure);
+    roi->HitTest(70, 61, nullptr);
     const Storage storage;
     checks.Code(Require<IDataPersist>(roi)->Save(storage.Folder().Get(), 0), S_OK);
     checks.Code(Require<IDataPersist>(roi)->Load(storage.Folder().Get(), 0), S_OK);

@@ -289,8 +289,8 @@ const std::vector<Scenario>& Scenarios() {
           {"GetThickness", {1}, {3, 5}},
           {"set Thickness1;Thickness2", {kNaN, 2}},
           {"GetThickness", {0}, {kNaN, 2}},
-          {"type Thickness1=2.5;Thickness2=-7"},
-          {"GetThickness", {1}, {2.5, -7}}}},
+          {"type Thickness1=-2.5;Thickness2=-7"},
+          {"GetThickness", {1}, {-2.5, -7}}}},
         {"actions lengthen a bent profile along its own ends",
          "ROIProfile",
          {{"AddPoint", {10, 20}},
@@ -450,6 +450,9 @@ constexpr Reading kReadings[] = {{L"  -3.25", -3.25},
                                  {L"1.14", 1 + 14.0 / 100},  // not the double nearest to 1.14
                                  {L"1'000", 1},
                                  {L"0x1F", 0},
+                                 {L"# 5", 0},
+                                 {L"50%", 50},
+                                 {L"5-", 5},
                                  {L".", 0},
                                  {L"-", 0},
                                  {L"+", 0},
@@ -544,6 +547,11 @@ class ManyNumbers final : public Lent<IVariant, IString> {
     Result Append(int, const wchar_t*) noexcept override { return E_FAIL; }
 };
 
+double NumberIn(const NamedValue& entry) {
+    const double* number = std::get_if<double>(&entry.value);
+    return number != nullptr ? *number : std::get<int>(entry.value);
+}
+
 void CheckVariantsFirst(Checks& checks, const Defaults& defaults) {
     for (const int kind : {0, 1, 2}) {
         checks.Begin(fmt::format("{} asks a variant of kind {} for what it needs", defaults.className, kind));
@@ -560,10 +568,37 @@ void CheckVariantsFirst(Checks& checks, const Defaults& defaults) {
         checks.Equal(item.references, 1);
         for (const NamedValue& entry : ParametersOf(roi)) {
             const bool isShown = entry.presentationKind == 0x4040005;
-            const double* number = std::get_if<double>(&entry.value);
-            const double read = number != nullptr ? *number : std::get<int>(entry.value);
-            checks.Expect(isShown || SameNumber(read, number != nullptr ? 2.5 : 7),
+            const double wanted = std::holds_alternative<double>(entry.value) ? 2.5 : 7.0;
+            const double read = NumberIn(entry);
+            checks.Expect(isShown || SameNumber(read, wanted),
                           fmt::format("{} of 2.5, or 7 of a whole number", entry.name), fmt::format("{}", read));
+        }
+    }
+}
+
+// Each value of a list given alone changes nothing else, but what is only shown. Without its angle a box would convert
+// its roll once more, so that stays 0.
+void CheckOneByOne(Checks& checks, const Defaults& defaults) {
+    const auto roi = checks.module.New<IROI>(ClassNamed(defaults.className));
+    const auto isShown = [](const NamedValue& entry) { return entry.presentationKind == 0x4040005; };
+    Values values = defaults.values;
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        if (auto* number = std::get_if<double>(&values[i].value)) {
+            *number = values[i].name == "Angle" || values[i].name == "Roll" ? 0.0 : 50.0 - 5.0 * i;
+        }
+    }
+    SetParametersOf(roi, values);
+    for (NamedValue& value : values) {
+        if (isShown(value) || NumberIn(value) == 0.0) {
+            continue;
+        }
+        checks.Begin(fmt::format("{} given alone changes nothing else of {}", value.name, defaults.className));
+        value.value = NumberIn(value) + 1.5;
+        checks.Code(SetParametersOf(roi, {value}), S_OK);
+        for (std::size_t i = 0; const NamedValue& entry : ParametersOf(roi)) {
+            const double wanted = NumberIn(values[i++]);
+            checks.Expect(isShown(entry) || SameNumber(NumberIn(entry), wanted),
+                          fmt::format("{} of {}", entry.name, wanted), fmt::format("{}", NumberIn(entry)));
         }
     }
 }
@@ -588,6 +623,7 @@ void CheckParameters(Checks& checks) {
         checks.Try([&] { CheckDefaults(checks, defaults); });
         if (std::string_view(defaults.className) != "ROIProfile") {  // Its numbers are actions.
             checks.Try([&] { CheckVariantsFirst(checks, defaults); });
+            checks.Try([&] { CheckOneByOne(checks, defaults); });
         }
     }
     Play(checks, Scenarios());

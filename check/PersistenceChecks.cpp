@@ -71,6 +71,7 @@ constexpr Decimals kDecimals[] = {{50, "50"},
                                   {1.000000011, "1.000000011"},
                                   {-1.000000005, "-1"},
                                   {123456.789, "123456.789"},
+                                  {1000000.0078125, "1000000.0078125"},
                                   {-0.000000123, "-0.000000123"},
                                   {1e22, "10000000000000000000000"},
                                   {1e60, "999999999999999949387135297074018866963645011013410073083904"},
@@ -148,7 +149,7 @@ struct WholeNumber {
 constexpr WholeNumber kWholeNumbers[] = {
     {L"#1A", 26},       {L"-7.9", -7}, {L"abc", 0}, {L"+12", 12}, {L"50.5", 50},      {L"+#F", 15},
     {L"-#1a", -26},     {L"#1G", 1},   {L" 5", 0},  {L"12a", 12}, {L"4294967303", 7}, {L"2147483648", -2147483648.0},
-    {L"#FFFFFFFF", -1}, {L"0#1A", 0},  {L"8", 8}};
+    {L"#FFFFFFFF", -1}, {L"0#1A", 0},  {L"--7", 0}, {L"8", 8}};
 
 void CheckWholeNumbers(Checks& checks) {
     const ClassContract& figure = ClassNamed("ROIEllipse");
@@ -206,6 +207,8 @@ void CheckLock(Checks& checks) {
     TakeSteps(checks, figure, roi, open);
     checks.Code(persist->Load(storage.Folder().Get(), 0), S_OK);
     TakeSteps(checks, figure, roi, locked);
+    checks.Code(persist->Load(nullptr, 0), E_FAIL);
+    TakeSteps(checks, figure, roi, open);
 }
 
 // What the records of a profile hold after an edit: x, y, z, the normal's angle and the thicknesses. Those loaded have
@@ -226,6 +229,7 @@ const std::vector<Edit>& Edits() {
         {{"InsertPoint", {1, 5, 6}}, {kReset, kNew, kReset, kKept, kKept}},
         {{"AddPoint", {5, 6}}, {kKept, kKept, kKept, kReset, kNew}},
         {{"SetUniformThickness", {5, 6}}, {kKept, kKept, kKept, kKept}},
+        {{"Transform", {}, {}, E_INVALIDARG}, {kKept, kKept, kKept, kKept}},
         // Its centre takes the normals at both ends.
         {{"SetCenter", {5, 6}}, {{9, -1.8157749899217608}, {9, kAnything}, {9, kAnything}, {9, -0.19739555984988075}}},
         // The transform of the checks adds 7 to z.

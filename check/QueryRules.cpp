@@ -28,8 +28,8 @@ struct Bounds {
 // Rectangle, mask, parallelogram
 
 // Places in halves of width and height, just inside and just outside.
-constexpr Place kInside[] = {{0.999, 0.999}, {-0.999, 0.999}, {0.999, -0.5}, {0, 0}};
-constexpr Place kOutside[] = {{1.001, 0.9}, {-1.001, -0.9}, {0.9, 1.001}, {-0.3, -1.001}};
+constexpr Place kInside[] = {{0.99999, 0.99999}, {-0.99999, 0.99999}, {0.99999, -0.5}, {0, 0}};
+constexpr Place kOutside[] = {{1.00001, 0.9}, {-1.00001, -0.9}, {0.9, 1.00001}, {-0.3, -1.00001}};
 
 void CheckBox(Rules& rules) {
     const Numbers size = rules.Ask("GetSize");
@@ -84,10 +84,10 @@ void CheckBox(Rules& rules) {
 // Hits count from one squared distance to another, ends included: tried just beside both, in any direction.
 void CheckDistances(Rules& rules, const Numbers& center, double from, double to) {
     for (const double square : {from, to}) {
-        for (const double factor : {0.998, 1.002}) {
+        for (const double factor : {0.99999, 1.00001}) {
             const double distance = factor * std::sqrt(std::abs(square));
             const double tried = distance * distance;
-            const auto isBeside = [tried](double bound) { return std::abs(tried - bound) <= 1e-4 * tried; };
+            const auto isBeside = [tried](double bound) { return std::abs(tried - bound) <= 1e-6 * tried; };
             if (tried < 1e-6 || isBeside(from) || isBeside(to)) {
                 continue;
             }
@@ -167,7 +167,7 @@ bool IsHit(const std::vector<Numbers>& points, Place p, double slack) {
 
 // Beside the corners of a segment's box, and between its points.
 void CheckSegment(Rules& rules, const std::vector<Numbers>& points, std::size_t segment) {
-    constexpr double kSlack = 1e-4;
+    constexpr double kSlack = 1e-6;
     const Numbers& from = points[segment];
     const Numbers& to = points[segment + 1];
     const double margin = (from[2] + from[3]) / 2;

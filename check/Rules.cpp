@@ -11,7 +11,7 @@ bool IsModerate(double value) noexcept { return std::abs(value) < 2000.0 || valu
 
 // Far from the last bits, in which implementations differ.
 bool IsClose(double actual, double wanted) noexcept {
-    return wanted == kAnything || std::abs(actual - wanted) <= 1e-7 * std::max(1.0, std::abs(wanted));
+    return wanted == kAnything || std::abs(actual - wanted) <= 1e-8 * std::max(1.0, std::abs(wanted));
 }
 
 }  // namespace

@@ -33,14 +33,15 @@ class RandomChoices final : public Choices {
 // Absurd numbers stay in a figure and leave little to say of it: half of the sequences do without.
 enum class Sense { kSane, kAbsurd };
 
-// Within a picture or, now and then, what nobody would pass.
+// Within a picture, on the grid of its pixels' parts or off it, or, now and then, what nobody would pass.
 double ChooseNumber(Choices& choices, Sense sense) {
     using Limits = std::numeric_limits<double>;
     static constexpr double kAbsurd[] = {
         Limits::quiet_NaN(),  Limits::infinity(), -Limits::infinity(), 0.0, -0.0, 1e308, -1e308,
         Limits::denorm_min(), 2147483648.0,       -2147483648.5,       1e18};
     const bool absurd = sense == Sense::kAbsurd && choices.OneIn(6);
-    return absurd ? kAbsurd[choices.Below(std::size(kAbsurd))] : choices.Below(16000) / 32.0 - 100.0;
+    return absurd ? kAbsurd[choices.Below(std::size(kAbsurd))]
+                  : choices.Below(16000) / 32.0 - 100.0 + (choices.OneIn(2) ? 0.0 : 1e-6);
 }
 
 // Mostly an index or a node with one of its flags.

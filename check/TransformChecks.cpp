@@ -162,11 +162,14 @@ struct CopyRow {
 const std::vector<CopyRow>& CopyRows() {
     static const std::vector<CopyRow> kRows = {
         {"ROIRectangle",
-         {{"set Width;Height;FixedAspect;RollGripLength", {60, 30, 2.5, 33}}, {"put_Roll", {2 * kPi}}},
+         {{"set Width;Height;FixedAspect;RollGripLength", {60, 30, 2.5, 33}},
+          {"put_Roll", {2 * kPi}},
+          {"SetCenter", {0.1, -0.7}}},
          {{"GetSize", {}, {60, 24}},
           {"get_Roll", {}, {2 * kPi}},
           {"GetAspectRatio", {}, {2.5}},
-          {"GetCornerPoint", {10}, {65, 50}}}},
+          {"GetCenter", {}, {0.1, -0.7}},
+          {"GetCornerPoint", {10}, {15.1, -0.7}}}},
         {"ROIMask",
          {{"SetAspectRatio", {2.5}}, {"SetSize", {60, 30}}, {"put_Roll", {7}}, {"SetMask", {7, 9, 0}}},
          {{"GetSize", {}, {60, 24}}, {"GetAspectRatio", {}, {2.5}}, {"get_Roll", {}, {7}}, {"GetMask", {}, {1}}}},
