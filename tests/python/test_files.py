@@ -1,3 +1,4 @@
+import itertools
 import os
 import subprocess
 import sys
@@ -75,6 +76,15 @@ def test_a_stream_raises_where_nobody_takes_failures_and_goes_on(every_class, pl
     assert len(next(tables)[1]["name"]) == 8
     with pytest.raises(StopIteration):
         next(tables)
+
+
+def test_a_stream_may_be_left_at_any_time(every_class, plate):
+    # Of two sizes by turns: threads wait for the figures' pixels when it ends.
+    for jobs, taken in itertools.product((1, 2, 5), range(4)):
+        tables = every_class.measure_files(plate[:4] * 3, jobs=jobs)
+        paths = [path for path, _ in itertools.islice(tables, taken)]
+        assert paths == [str(path) for path in plate[:taken]]
+        del tables
 
 
 def test_warnings_of_files_are_warnings(every_class, tmp_path):
