@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 
 #include "check/Groups.h"
@@ -54,6 +55,7 @@ bool IsRepeated(const std::string& text, const std::string& line) {
 // Calls what hands an object out; it must fail, give none, and say on every try which module is missing.
 template <class Call>
 void ExpectRefusal(Checks& checks, const ClassContract& figure, const char* operation, Call call) {
+    std::ptrdiff_t before = -1;
     for (const char* time : {"first", "second"}) {
         checks.Begin(fmt::format("{} of {} fails without a framework, the {} time", operation, figure.name, time));
         Result code = S_OK;
@@ -61,6 +63,10 @@ void ExpectRefusal(Checks& checks, const ClassContract& figure, const char* oper
         checks.Expect(Failed(code), "a failure", CodeText(code));
         const std::string line = MissingLine();
         checks.Expect(IsRepeated(printed, line), '"' + line + '"', '"' + printed + '"');
+        const auto tries = std::count(printed.begin(), printed.end(), '\n');
+        checks.Expect(before < 0 || tries == before, fmt::format("{} tries, as before", before),
+                      fmt::format("{}", tries));
+        before = tries;
     }
 }
 

@@ -450,6 +450,8 @@ constexpr Reading kReadings[] = {{L"  -3.25", -3.25},
                                  {L"1.14", 1 + 14.0 / 100},  // not the double nearest to 1.14
                                  {L"1'000", 1},
                                  {L"0x1F", 0},
+                                 {L"#abcdefABCDEF", 0xABCDEFABCDEF},
+                                 {L"\x00E9 5", 0},  // no blank in any locale
                                  {L"# 5", 0},
                                  {L"50%", 50},
                                  {L"5-", 5},

@@ -146,10 +146,24 @@ struct WholeNumber {
     const wchar_t* text;
     double value;
 };
-constexpr WholeNumber kWholeNumbers[] = {
-    {L"#1A", 26},       {L"-7.9", -7}, {L"abc", 0}, {L"+12", 12}, {L"50.5", 50},      {L"+#F", 15},
-    {L"-#1a", -26},     {L"#1G", 1},   {L" 5", 0},  {L"12a", 12}, {L"4294967303", 7}, {L"2147483648", -2147483648.0},
-    {L"#FFFFFFFF", -1}, {L"0#1A", 0},  {L"--7", 0}, {L"8", 8}};
+constexpr WholeNumber kWholeNumbers[] = {{L"#1A", 26},
+                                         {L"-7.9", -7},
+                                         {L"abc", 0},
+                                         {L"+12", 12},
+                                         {L"50.5", 50},
+                                         {L"+#F", 15},
+                                         {L"-#1a", -26},
+                                         {L"#1G", 1},
+                                         {L" 5", 0},
+                                         {L"12a", 12},
+                                         {L"4294967303", 7},
+                                         {L"2147483648", -2147483648.0},
+                                         {L"#FFFFFFFF", -1},
+                                         {L"0#1A", 0},
+                                         {L"--7", 0},
+                                         {L"#abcdef", 0xABCDEF},
+                                         {L"#ABCDEF", 0xABCDEF},
+                                         {L"8", 8}};
 
 void CheckWholeNumbers(Checks& checks) {
     const ClassContract& figure = ClassNamed("ROIEllipse");
