@@ -303,8 +303,9 @@ Foreseen After(const Points& points) {
     Foreseen wanted = {{"GetNumberPoints", {}, {static_cast<double>(points.size())}}};
     for (std::size_t i = 0; i < points.size(); ++i) {
         const Numbers& point = points[i];
-        wanted.push_back({"GetNodePoint", {1, 1.0 * i}, {point[0], point[1]}});
-        wanted.push_back({"GetThickness", {1.0 * i}, {point[2], point[3]}});
+        const auto at = static_cast<double>(i);
+        wanted.push_back({"GetNodePoint", {1, at}, {point[0], point[1]}});
+        wanted.push_back({"GetThickness", {at}, {point[2], point[3]}});
     }
     return wanted;
 }

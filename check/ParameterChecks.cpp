@@ -2,12 +2,14 @@
 #include <fmt/format.h>
 
 #include <cmath>
+#include <random>
 
 #include "check/FigureLists.h"
 #include "check/Groups.h"
 #include "check/Scenario.h"
 #include "check/StandIns.h"
 #include "contract/Components.h"
+#include "contract/NumberText.h"
 #include "contract/Numbers.h"
 #include "framework/support/Utf8.h"
 
@@ -485,6 +487,19 @@ void ExpectReading(Checks& checks, const SmartPtr<IROI>& roi, tagREFString text,
     }
 }
 
+// A text of pieces as people, programs and other countries write numbers with. It is so short that every number in it
+// is exact in whichever way it is added up.
+constexpr int kComposedReadings = 200;
+std::wstring ComposedText(std::mt19937& random) {
+    constexpr std::wstring_view kPieces[] = {L" ", L"\t", L"+", L"-", L".",  L".", L"#", L"0", L"7", L"42", L"90",
+                                             L"8", L"a",  L"F", L"e", L"E5", L"x", L",", L"'", L"%", L"_",  L"\x0663"};
+    std::wstring text;
+    for (std::size_t pieces = 1 + random() % 5; pieces > 0; --pieces) {
+        text += kPieces[random() % std::size(kPieces)];
+    }
+    return text;
+}
+
 void CheckReadings(Checks& checks, const char* className) {
     SmartPtr<IROI> roi;
     for (const Reading& reading : kReadings) {
@@ -496,6 +511,16 @@ void CheckReadings(Checks& checks, const char* className) {
     for (const std::wstring blank : {L"", L"  ", L" \t\r\n\x01"}) {
         checks.Begin(fmt::format("{} keeps its values where a text is blank", className));
         ExpectReading(checks, roi, Text(blank), kReadings[std::size(kReadings) - 1].value);
+    }
+    std::mt19937 random(1);  // The same texts each time.
+    for (int i = 0; i < kComposedReadings; ++i) {
+        const std::wstring text = ComposedText(random);
+        roi = checks.module.New<IROI>(ClassNamed(className));
+        double value = 0.0;
+        if (TextToNumber(Text(text), &value)) {
+            checks.Begin(fmt::format("{} reads '{}' as a number", className, ToUtf8(Text(text))));
+            ExpectReading(checks, roi, Text(text), value);
+        }
     }
 }
 
@@ -586,7 +611,7 @@ void CheckOneByOne(Checks& checks, const Defaults& defaults) {
     Values values = defaults.values;
     for (std::size_t i = 0; i < values.size(); ++i) {
         if (auto* number = std::get_if<double>(&values[i].value)) {
-            *number = values[i].name == "Angle" || values[i].name == "Roll" ? 0.0 : 50.0 - 5.0 * i;
+            *number = values[i].name == "Angle" || values[i].name == "Roll" ? 0.0 : 50.0 - 5.0 * static_cast<double>(i);
         }
     }
     SetParametersOf(roi, values);

@@ -13,8 +13,8 @@ class ParameterWriter {
 
     /// Appends a double or an integer under a name. The presentation kind tells a parameter page how
     /// to show it; 0 is plain. What the list says to the entry is not examined.
-    void Add(tagREFString name, double value, int presentationKind = 0) noexcept;
-    void Add(tagREFString name, int value, int presentationKind = 0) noexcept;
+    void Add(tagREFString name, double value, int presentationKind) noexcept;
+    void Add(tagREFString name, int value, int presentationKind) noexcept;
 
     /// Stores the list, with its reference, in `*out` and returns S_OK; E_FAIL with `*out` null when
     /// the framework failed to give the list, a name or a variant.
