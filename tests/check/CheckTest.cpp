@@ -99,7 +99,7 @@ const BentOperation kBent[] = {
     {"persistence", "ROIShape IDataPersist 4", "pretend", "ROIShape takes no plain stream"},
     {"siblings", "ROIRectangle IParametricObject 3", "pretend", "ROIRectangle"},
     {"sequences", "ROIEllipse IROIEllipse 12", "crash", "signal 6"},
-    {"alone", "ROIDonut IROI 8", "pretend", "GetMask of ROIDonut fails aloud without a framework"},
+    {"alone", "ROIDonut IROI 8", "pretend", "GetMask of ROIDonut fails without a framework"},
 };
 
 class BentModule : public RoiCommand, public testing::WithParamInterface<BentOperation> {};
