@@ -5,10 +5,14 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstdlib>
 #include <iterator>
 #include <optional>
 #include <span>
 #include <string_view>
+#include <type_traits>
+#include <utility>
+#include <vector>
 
 namespace host {
 
@@ -67,19 +71,29 @@ std::optional<Chunk> ChunkAt(Bytes file, std::size_t at) noexcept {
         {reinterpret_cast<const char*>(checked.data()), 4}, file.subspan(at, kAroundData + length), checked.subspan(4)};
 }
 
-// How many bytes the rows of an image have, each with its filter; 0 when they do not simply follow one another.
-std::size_t InflatedSize(const Chunk& header) noexcept {
+// How the rows of an image lie when they are inflated: each its filter, then its bytes.
+struct Rows {
+    std::size_t count = 0;
+    std::size_t length = 0;  // with the filter
+    std::size_t pixel = 0;   // a pixel's bytes, or 1
+
+    std::size_t Size() const noexcept { return count * length; }
+};
+
+// Empty when they do not simply follow one another, or are too large.
+Rows RowsOf(const Chunk& header) noexcept {
     constexpr int kChannels[] = {1, 0, 3, 1, 2, 0, 4};  // by the type of colour
     constexpr std::size_t kHeader = 13;
     if (header.type != "IHDR" || header.data.size() != kHeader || header.data[9] >= std::size(kChannels) ||
         header.data[12] != 0) {
-        return 0;
+        return {};
     }
-    const std::uint64_t bits =
-        std::uint64_t{NumberAt(header.data, 0)} * header.data[8] * static_cast<unsigned>(kChannels[header.data[9]]);
-    const std::uint64_t rows = NumberAt(header.data, 4);
+    const unsigned bitsOfPixel = header.data[8] * static_cast<unsigned>(kChannels[header.data[9]]);
+    const std::uint64_t bits = std::uint64_t{NumberAt(header.data, 0)} * bitsOfPixel;
+    const std::uint64_t count = NumberAt(header.data, 4);
     const std::uint64_t length = (bits + 7) / 8 + 1;
-    return bits > 0 && rows > 0 && length <= kMostBytes / rows ? length * rows : 0;
+    const bool isSound = bits > 0 && count > 0 && length <= kMostBytes / count;
+    return isSound ? Rows{count, length, std::max(bitsOfPixel / 8, 1U)} : Rows{};
 }
 
 // What lies before and behind the data of the image, and those.
@@ -87,7 +101,7 @@ struct Parts {
     Bytes before;
     Bytes data;
     Bytes behind;
-    std::size_t inflated = 0;
+    Rows rows;
 };
 
 // Moves the data of the image together. Nothing when they do not lie in chunks one behind the other, all of them and
@@ -96,8 +110,8 @@ std::optional<Parts> PartsOf(FileBytes& file) noexcept {
     const Bytes whole(file.bytes.get(), file.size);
     const std::optional<Chunk> header = whole.size() > kSignature ? ChunkAt(whole, kSignature) : std::nullopt;
     Parts parts;
-    parts.inflated = header ? InflatedSize(*header) : 0;
-    if (parts.inflated == 0) {
+    parts.rows = header ? RowsOf(*header) : Rows{};
+    if (parts.rows.count == 0) {
         return std::nullopt;
     }
     for (std::size_t at = kSignature; at < whole.size();) {
@@ -134,6 +148,69 @@ bool Inflate(Bytes data, unsigned char* rows, std::size_t size) {
            state->avail_in == 0 && state->avail_out == 0;
 }
 
+// What the filters add to a byte, by the bytes of the pixels to its left, above it, and above to its left.
+int Left(int left, int /*above*/, int /*corner*/) noexcept { return left; }
+int Above(int /*left*/, int above, int /*corner*/) noexcept { return above; }
+int Mean(int left, int above, int /*corner*/) noexcept { return (left + above) / 2; }
+// Whichever is nearest to what a plane through the three would be.
+int Nearest(int left, int above, int corner) noexcept {
+    const int toLeft = std::abs(above - corner);
+    const int toAbove = std::abs(left - corner);
+    const int toCorner = std::abs(left + above - 2 * corner);
+    if (toLeft <= toAbove && toLeft <= toCorner) {
+        return left;
+    }
+    return toAbove <= toCorner ? above : corner;
+}
+
+// Of most images the pixels are bytes: `pixel` is a constant for them.
+template <class Add, class Pixel>
+void AddTo(unsigned char* row, const unsigned char* above, std::size_t length, Pixel pixel, Add add) noexcept {
+    const auto grow = [&](std::size_t at, int left, int corner) {
+        row[at] = static_cast<unsigned char>(row[at] + add(left, above[at], corner));
+    };
+    for (std::size_t i = 0; i < std::min<std::size_t>(pixel, length); ++i) {
+        grow(i, 0, 0);
+    }
+    for (std::size_t i = pixel; i < length; ++i) {
+        grow(i, row[i - pixel], above[i - pixel]);
+    }
+}
+
+// Undoes the filters of all rows, of which libpng's loops for bytes are slow ones; false for a filter that there is
+// not.
+bool Unfilter(unsigned char* rows, const Rows& shape) {
+    const std::vector<unsigned char> nothing(shape.length);
+    const unsigned char* above = nothing.data();
+    for (std::size_t i = 0; i < shape.count; ++i) {
+        unsigned char* const row = rows + i * shape.length + 1;
+        const auto undo = [&](auto add) {
+            shape.pixel == 1 ? AddTo(row, above, shape.length - 1, std::integral_constant<std::size_t, 1>(), add)
+                             : AddTo(row, above, shape.length - 1, shape.pixel, add);
+        };
+        switch (std::exchange(row[-1], static_cast<unsigned char>(0))) {
+            case 0:
+                break;
+            case 1:
+                undo(std::integral_constant<decltype(&Left), Left>());
+                break;
+            case 2:
+                undo(std::integral_constant<decltype(&Above), Above>());
+                break;
+            case 3:
+                undo(std::integral_constant<decltype(&Mean), Mean>());
+                break;
+            case 4:
+                undo(std::integral_constant<decltype(&Nearest), Nearest>());
+                break;
+            default:
+                return false;
+        }
+        above = row;
+    }
+    return true;
+}
+
 }  // namespace
 
 FileBytes StoredPng(std::FILE* file) {
@@ -146,8 +223,9 @@ FileBytes StoredPng(std::FILE* file) {
     constexpr std::size_t kMostInBlock = 65535;
     constexpr std::size_t kBlockHeader = 5;
     constexpr std::size_t kAroundStream = 6;  // Its header and its check sum.
-    const std::size_t blocks = (parts->inflated + kMostInBlock - 1) / kMostInBlock;
-    const std::size_t stream = kAroundStream + blocks * kBlockHeader + parts->inflated;
+    const std::size_t inflated = parts->rows.Size();
+    const std::size_t blocks = (inflated + kMostInBlock - 1) / kMostInBlock;
+    const std::size_t stream = kAroundStream + blocks * kBlockHeader + inflated;
     const std::size_t size = parts->before.size() + kAroundData + stream + parts->behind.size();
     FileBytes stored{std::make_unique_for_overwrite<unsigned char[]>(size), size};
     unsigned char* to = std::copy(parts->before.begin(), parts->before.end(), stored.bytes.get());
@@ -156,11 +234,11 @@ FileBytes StoredPng(std::FILE* file) {
         *to++ = byte;
     }
     // Inflated at the end of their place, from where the blocks move up, each behind its header.
-    const unsigned char* rows = to + blocks * kBlockHeader;
-    if (!Inflate(parts->data, to + blocks * kBlockHeader, parts->inflated)) {
+    unsigned char* rows = to + blocks * kBlockHeader;
+    if (!Inflate(parts->data, rows, inflated) || !Unfilter(rows, parts->rows)) {
         return {};
     }
-    for (std::size_t left = parts->inflated; left > 0;) {
+    for (std::size_t left = inflated; left > 0;) {
         const std::size_t length = std::min(left, kMostInBlock);
         left -= length;
         const unsigned char header[kBlockHeader] = {
