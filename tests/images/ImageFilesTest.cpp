@@ -1,9 +1,13 @@
 // Image files of every kind, made by the tools of others: what is read is what is stored, and damage is told.
 #include <gtest/gtest.h>
+#include <png.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <memory>
+#include <random>
 
 #include "host/base/Error.h"
 #include "host/draw/Display.h"
@@ -143,6 +147,46 @@ TEST_F(ImageFiles, OfEveryKindHoldWhatTheToolsOfOthersStored) {
         }
         if (made.pixel.size() >= 3 && made.depth == Depth::u8) {
             EXPECT_EQ(PixelAt(Luma(image).View(), kX, kY)[0], 0.299 * 117 + 0.587 * 111 + 0.114 * 193);
+        }
+    }
+}
+
+// Rows with a filter that libpng is told to use.
+void WriteFiltered(const std::string& path, const RasterView& image, int filters) {
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "wb"), std::fclose);
+    png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
+    png_infop info = png_create_info_struct(png);
+    png_init_io(png, file.get());
+    png_set_IHDR(png, info, static_cast<png_uint_32>(image.size.width), static_cast<png_uint_32>(image.size.height),
+                 image.depth == Depth::u8 ? 8 : 16, image.channels == 1 ? PNG_COLOR_TYPE_GRAY : PNG_COLOR_TYPE_RGB,
+                 PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
+    png_set_filter(png, PNG_FILTER_TYPE_BASE, filters);
+    png_write_info(png, info);
+    png_set_swap(png);  // the bytes of what has two
+    for (int y = 0; y < image.size.height; ++y) {
+        png_write_row(png, image.Row<png_byte>(y));
+    }
+    png_write_end(png, info);
+    png_destroy_write_struct(&png, &info);
+}
+
+TEST_F(ImageFiles, ThatArePngsOfAnyFilterHoldEveryPixelAsItWas) {
+    for (const auto& [channels, depth] : {std::pair(1, Depth::u8), {3, Depth::u8}, {1, Depth::u16}, {3, Depth::u16}}) {
+        Raster image({13, 9}, channels, depth);
+        std::mt19937 random(1);
+        for (int y = 0; y < 9; ++y) {
+            png_byte* const row = image.Row<png_byte>(y);
+            for (std::size_t i = 0; i < 13 * static_cast<std::size_t>(channels) * BytesOf(depth); ++i) {
+                row[i] = static_cast<png_byte>((i > 0 ? row[i - 1] : 99 * y) + random() % 40);
+            }
+        }
+        for (const int filter : {PNG_FILTER_SUB, PNG_FILTER_UP, PNG_FILTER_AVG, PNG_FILTER_PAETH, PNG_ALL_FILTERS}) {
+            WriteFiltered(File("a.png"), image.View(), filter);
+            const Raster read = LoadImage(UserPath(File("a.png"))).pixels;
+            ASSERT_EQ(read.Size(), image.Size());
+            for (int i = 0; i < 9 * 13; ++i) {
+                EXPECT_EQ(PixelAt(read.View(), i % 13, i / 13), PixelAt(image.View(), i % 13, i / 13)) << filter;
+            }
         }
     }
 }
