@@ -91,6 +91,8 @@ def main():
                 run(["java", "-Djava.awt.headless=true", "-cp", "/usr/share/java/ij.jar",
                      ROOT / "tests/peers/ImageJPeer.java", "measure", f"{folder}/figures.zip", *images])
 
+            os.sync()
+            run([ROOT / "build/bin/read_image", *files])  # What was just written is neither being stored nor unread.
             print(f"{count} {suffix[1:]} images of {SIDE} x {SIDE}, {len(ELLIPSES)} figures")
             own = row(f"roi measure, {os.cpu_count()} jobs", images, by_roi(os.cpu_count()))
             one = row("roi measure, 1 job", images, by_roi(1))
