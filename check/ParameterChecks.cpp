@@ -579,6 +579,9 @@ double NumberIn(const NamedValue& entry) {
     return number != nullptr ? *number : std::get<int>(entry.value);
 }
 
+// A value that is told and not taken.
+bool IsShown(const NamedValue& entry) noexcept { return entry.presentationKind == 0x4040005; }
+
 void CheckVariantsFirst(Checks& checks, const Defaults& defaults) {
     for (const int kind : {0, 1, 2}) {
         checks.Begin(fmt::format("{} asks a variant of kind {} for what it needs", defaults.className, kind));
@@ -594,10 +597,9 @@ void CheckVariantsFirst(Checks& checks, const Defaults& defaults) {
         }
         checks.Equal(item.references, 1);
         for (const NamedValue& entry : ParametersOf(roi)) {
-            const bool isShown = entry.presentationKind == 0x4040005;
             const double wanted = std::holds_alternative<double>(entry.value) ? 2.5 : 7.0;
             const double read = NumberIn(entry);
-            checks.Expect(isShown || SameNumber(read, wanted),
+            checks.Expect(IsShown(entry) || SameNumber(read, wanted),
                           fmt::format("{} of 2.5, or 7 of a whole number", entry.name), fmt::format("{}", read));
         }
     }
@@ -607,7 +609,6 @@ void CheckVariantsFirst(Checks& checks, const Defaults& defaults) {
 // its roll once more, so that stays 0.
 void CheckOneByOne(Checks& checks, const Defaults& defaults) {
     const auto roi = checks.module.New<IROI>(ClassNamed(defaults.className));
-    const auto isShown = [](const NamedValue& entry) { return entry.presentationKind == 0x4040005; };
     Values values = defaults.values;
     for (std::size_t i = 0; i < values.size(); ++i) {
         if (auto* number = std::get_if<double>(&values[i].value)) {
@@ -616,7 +617,7 @@ void CheckOneByOne(Checks& checks, const Defaults& defaults) {
     }
     SetParametersOf(roi, values);
     for (NamedValue& value : values) {
-        if (isShown(value) || NumberIn(value) == 0.0) {
+        if (IsShown(value) || NumberIn(value) == 0.0) {
             continue;
         }
         checks.Begin(fmt::format("{} given alone changes nothing else of {}", value.name, defaults.className));
@@ -624,7 +625,7 @@ void CheckOneByOne(Checks& checks, const Defaults& defaults) {
         checks.Code(SetParametersOf(roi, {value}), S_OK);
         for (std::size_t i = 0; const NamedValue& entry : ParametersOf(roi)) {
             const double wanted = NumberIn(values[i++]);
-            checks.Expect(isShown(entry) || SameNumber(NumberIn(entry), wanted),
+            checks.Expect(IsShown(entry) || SameNumber(NumberIn(entry), wanted),
                           fmt::format("{} of {}", entry.name, wanted), fmt::format("{}", NumberIn(entry)));
         }
     }

@@ -135,6 +135,16 @@ std::size_t Number(std::string_view bytes, std::size_t at, std::size_t size) {
     return value;
 }
 
+// A number as it stands in an archive.
+std::string BytesOf(std::uint64_t number, std::size_t size) {
+    std::string bytes(size, '\0');
+    for (char& byte : bytes) {
+        byte = static_cast<char>(number);
+        number >>= 8;
+    }
+    return bytes;
+}
+
 // The lengths of what follows the fixed part of a header: name and extra field, and the comment of a directory's
 // header.
 std::size_t Tail(std::string_view bytes, std::size_t at, int lengths) {
@@ -191,7 +201,7 @@ Entry EntryAt(std::string_view bytes, std::size_t at, std::string_view spare, st
     if (trouble != nullptr && entry.path != spare) {
         Fail(entry.path + trouble);
     }
-    entry.size = trouble == nullptr && !entry.isFolder ? entry.size : 0;
+    entry.size = trouble == nullptr && !entry.isFolder ? entry.size : 0;  // A spare one in trouble is taken for empty.
     return entry;
 }
 
@@ -364,26 +374,15 @@ void TellOfMoreEntries(std::size_t count, std::string& bytes) {
         return;
     }
     const std::size_t end = bytes.size() - kEndRecord;
-    std::string record;
-    const auto put = [&record](std::uint64_t value, int size) {
-        for (int i = 0; i < size; ++i) {
-            record += static_cast<char>(value >> 8 * i);
-        }
-    };
-    constexpr std::uint64_t kVersion = 45;
-    record += std::string_view("PK\6\6", 4);
-    put(44, 8);  // what follows of it
-    put(kVersion, 2);
-    put(kVersion, 2);
-    put(0, 8);  // the only part of the archive
-    put(count, 8);
-    put(count, 8);
-    put(Number(bytes, end + 12, 4), 8);  // the directory's size and place
-    put(Number(bytes, end + 16, 4), 8);
+    const std::string version = BytesOf(45, 2);
+    std::string record("PK\6\6", 4);
+    record += BytesOf(44, 8) + version + version;      // what follows of it, and who wrote and reads it
+    record += BytesOf(0, 8);                           // the only part of the archive
+    record += BytesOf(count, 8) + BytesOf(count, 8);   // in that part, and in all
+    record += BytesOf(Number(bytes, end + 12, 4), 8);  // the directory's size and place
+    record += BytesOf(Number(bytes, end + 16, 4), 8);
     record += std::string_view("PK\6\7", 4);
-    put(0, 4);
-    put(end, 8);  // where the record begins
-    put(1, 4);    // how many parts there are
+    record += BytesOf(0, 4) + BytesOf(end, 8) + BytesOf(1, 4);  // where the record begins, of how many parts
     bytes.insert(end, record);
 }
 
@@ -424,15 +423,9 @@ std::string WithoutSpare(std::string_view bytes, std::string_view spare) {
     }
     std::string rest(bytes.substr(0, last->header));
     rest.append(bytes.substr(end));
-    const auto put = [&](std::size_t at, std::size_t value, std::size_t size) {
-        for (std::size_t i = 0; i < size; ++i) {
-            rest[last->header + at + i] = static_cast<char>(value >> 8 * i);
-        }
-    };
-    const std::size_t count = Number(bytes, end + 10, 2) - 1;
-    put(8, count, 2);
-    put(10, count, 2);
-    put(12, last->header - Number(bytes, end + 16, 4), 4);
+    const std::string count = BytesOf(Number(bytes, end + 10, 2) - 1, 2);
+    const std::string size = BytesOf(last->header - Number(bytes, end + 16, 4), 4);
+    rest.replace(last->header + 8, 8, count + count + size);
     return rest;
 }
 

@@ -1,7 +1,7 @@
 #include "host/measure/Tracks.h"
 
-#include <functional>
-#include <numeric>
+#include <algorithm>
+#include <cmath>
 
 namespace host {
 

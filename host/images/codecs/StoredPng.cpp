@@ -163,11 +163,10 @@ int Nearest(int left, int above, int corner) noexcept {
     return toAbove <= toCorner ? above : corner;
 }
 
-// Of most images the pixels are bytes: `pixel` is a constant for them.
-template <class Add, class Pixel>
-void AddTo(unsigned char* row, const unsigned char* above, std::size_t length, Pixel pixel, Add add) noexcept {
+template <auto kAdd, class Pixel>
+void AddTo(unsigned char* row, const unsigned char* above, std::size_t length, Pixel pixel) noexcept {
     const auto grow = [&](std::size_t at, int left, int corner) {
-        row[at] = static_cast<unsigned char>(row[at] + add(left, above[at], corner));
+        row[at] = static_cast<unsigned char>(row[at] + kAdd(left, above[at], corner));
     };
     for (std::size_t i = 0; i < std::min<std::size_t>(pixel, length); ++i) {
         grow(i, 0, 0);
@@ -177,35 +176,29 @@ void AddTo(unsigned char* row, const unsigned char* above, std::size_t length, P
     }
 }
 
+// Of most images the pixels are bytes: then `pixel` is a constant.
+template <auto kAdd>
+void Undo(unsigned char* row, const unsigned char* above, std::size_t length, std::size_t pixel) noexcept {
+    pixel == 1 ? AddTo<kAdd>(row, above, length, std::integral_constant<std::size_t, 1>())
+               : AddTo<kAdd>(row, above, length, pixel);
+}
+
+void Keep(unsigned char* /*row*/, const unsigned char* /*above*/, std::size_t /*length*/,
+          std::size_t /*pixel*/) noexcept {}
+
 // Undoes the filters of all rows, of which libpng's loops for bytes are slow ones; false for a filter that there is
 // not.
 bool Unfilter(unsigned char* rows, const Rows& shape) {
+    constexpr decltype(&Keep) kFilters[] = {Keep, Undo<Left>, Undo<Above>, Undo<Mean>, Undo<Nearest>};
     const std::vector<unsigned char> nothing(shape.length);
     const unsigned char* above = nothing.data();
     for (std::size_t i = 0; i < shape.count; ++i) {
         unsigned char* const row = rows + i * shape.length + 1;
-        const auto undo = [&](auto add) {
-            shape.pixel == 1 ? AddTo(row, above, shape.length - 1, std::integral_constant<std::size_t, 1>(), add)
-                             : AddTo(row, above, shape.length - 1, shape.pixel, add);
-        };
-        switch (std::exchange(row[-1], static_cast<unsigned char>(0))) {
-            case 0:
-                break;
-            case 1:
-                undo(std::integral_constant<decltype(&Left), Left>());
-                break;
-            case 2:
-                undo(std::integral_constant<decltype(&Above), Above>());
-                break;
-            case 3:
-                undo(std::integral_constant<decltype(&Mean), Mean>());
-                break;
-            case 4:
-                undo(std::integral_constant<decltype(&Nearest), Nearest>());
-                break;
-            default:
-                return false;
+        const std::size_t filter = std::exchange(row[-1], static_cast<unsigned char>(0));
+        if (filter >= std::size(kFilters)) {
+            return false;
         }
+        kFilters[filter](row, above, shape.length - 1, shape.pixel);
         above = row;
     }
     return true;
