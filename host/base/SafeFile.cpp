@@ -4,12 +4,13 @@
 #include <fmt/format.h>
 #include <pthread.h>
 #include <sys/file.h>
+#include <sys/random.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <csignal>
-#include <random>
+#include <cstdint>
 #include <system_error>
 
 #include "host/base/Descriptor.h"
@@ -109,9 +110,12 @@ class NewVersion {
     // Keeps the first name with which `make` succeeds.
     template <class Make>
     bool TryNames(Make make) {
-        std::random_device random;
         for (int tries = 0; tries < 100; ++tries) {
-            const std::string name = (m_folder / fmt::format("{}{:08x}{:08x}", kPrefix, random(), random())).string();
+            std::uint64_t random = 0;
+            if (getrandom(&random, sizeof random, 0) != sizeof random) {
+                return false;
+            }
+            const std::string name = (m_folder / fmt::format("{}{:016x}", kPrefix, random)).string();
             if (make(name)) {
                 m_name = name;
                 return true;

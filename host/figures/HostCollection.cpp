@@ -2,12 +2,16 @@
 
 #include <dlfcn.h>
 #include <elf.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
-#include <fstream>
+#include <vector>
 
 #include "contract/Module.h"
+#include "host/base/Descriptor.h"
 #include "host/base/Error.h"
 
 namespace host {
@@ -22,25 +26,32 @@ struct LateClass {
 constexpr std::array<LateClass, 4> kLateClasses = {
     {{L"CIFImageCANVAS", "CIF"}, {L"CIFGraphics", "CIF"}, {L"Assembly", "Geometry"}, {L"ROIRectangle", "ROI"}}};
 
-// Throws for a shared object of which a part is missing: to open it would end the process. What is none at all is left
+// False for a shared object of which a part is missing: to open it would end the process. What is none at all is left
 // to the loader to refuse.
-void CheckWhole(const std::filesystem::path& file) {
-    std::error_code failure;
-    const std::uintmax_t size = std::filesystem::file_size(file, failure);
-    std::ifstream stream(file, std::ios::binary);
+bool IsWhole(const Descriptor& file) {
+    struct stat status {};
     Elf64_Ehdr header{};
-    if (failure || !stream.read(reinterpret_cast<char*>(&header), sizeof header) ||
+    if (fstat(file.Number(), &status) != 0 || pread(file.Number(), &header, sizeof header, 0) != sizeof header ||
         !std::equal(header.e_ident, header.e_ident + SELFMAG, ELFMAG) || header.e_phentsize != sizeof(Elf64_Phdr)) {
-        return;
+        return true;
     }
-    stream.seekg(static_cast<std::streamoff>(header.e_phoff));
-    for (int i = 0; i < header.e_phnum; ++i) {
-        Elf64_Phdr part{};
-        if (!stream.read(reinterpret_cast<char*>(&part), sizeof part) || part.p_offset > size ||
-            part.p_filesz > size - part.p_offset) {
-            throw Error("cannot load module", file.string(), "the file is cut short");
-        }
+    std::vector<Elf64_Phdr> parts(header.e_phnum);
+    const auto bytes = static_cast<ssize_t>(parts.size() * sizeof(Elf64_Phdr));
+    const auto size = static_cast<Elf64_Off>(status.st_size);
+    const auto isCut = [size](const Elf64_Phdr& part) {
+        return part.p_offset > size || part.p_filesz > size - part.p_offset;
+    };
+    return pread(file.Number(), parts.data(), static_cast<std::size_t>(bytes), static_cast<off_t>(header.e_phoff)) ==
+               bytes &&
+           std::none_of(parts.begin(), parts.end(), isCut);
+}
+
+void* Open(const std::string& file) {
+    void* const module = dlopen(file.c_str(), RTLD_NOW);
+    if (module == nullptr) {
+        throw Error("cannot load module", file, dlerror());
     }
+    return module;
 }
 
 // Of the last module that failed. The module has one collection, and so has the process.
@@ -49,24 +60,26 @@ std::string gLoadFailure;
 }  // namespace
 
 void* ModuleFolder::Load(const std::string& name) {
-    void*& module = m_loaded[name];
+    Require(name);
+    void*& module = m_modules[name];
     if (module == nullptr) {
-        CheckWhole(FileOf(name));
-        const std::string file = FileOf(name).string();
-        module = dlopen(file.c_str(), RTLD_NOW);
-        if (module == nullptr) {
-            throw Error("cannot load module", file, dlerror());
-        }
+        module = Open(FileOf(name).string());
     }
     return module;
 }
 
 void ModuleFolder::Require(const std::string& name) {
-    std::error_code failure;
-    if (!std::filesystem::exists(FileOf(name), failure)) {
-        Load(name);
+    if (m_modules.contains(name)) {
+        return;
     }
-    CheckWhole(FileOf(name));
+    const std::string path = FileOf(name).string();
+    const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    if (file.Number() < 0) {
+        m_modules.emplace(name, Open(path));  // It fails in the loader's words.
+    } else if (!IsWhole(file)) {
+        throw Error("cannot load module", path, "the file is cut short");
+    }
+    m_modules.emplace(name, nullptr);
 }
 
 void* ModuleFolder::FindSymbol(const std::string& module, const char* symbol) {

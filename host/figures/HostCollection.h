@@ -34,7 +34,7 @@ class ModuleFolder {
     std::filesystem::path FileOf(const std::string& name) const { return m_folder / (name + ".so"); }
 
     std::filesystem::path m_folder;
-    std::map<std::string, void*> m_loaded;
+    std::map<std::string, void*> m_modules;  // null for what is whole and not loaded yet
 };
 
 /// Answers for the classes whose modules may come late (figures for masks, images, drawing, geometry) itself and
