@@ -23,91 +23,93 @@ const std::vector<Step> kInsideOut = {{"SetSize", {-60, -30}}};
 const std::vector<Step> kLeaning = {
     {"SetSize", {60, 40}}, {"SetCenter", {100, 50}}, {"put_Roll", {kRoll}}, {"put_Shear", {std::atan(0.5), 0}}};
 
-const Scenarios kRolledScenarios = {
-    {"the nodes of a rolled box",
-     "",
-     {{"GetCornerPoint", {1}, {40, 70}},
-      {"GetCornerPoint", {2}, {25, 40}},
-      {"GetCornerPoint", {3}, {73, 76}},
-      {"GetCornerPoint", {4}, {55, 100}},
-      {"GetCornerPoint", {5}, {7, 64}},
-      {"GetCornerPoint", {6}, {49, 58}},
-      {"GetCornerPoint", {7}, {64, 88}},
-      {"GetCornerPoint", {8}, {31, 82}},
-      {"GetCornerPoint", {9}, {16, 52}},
-      {"GetCornerPoint", {10}, {52, 79}},
-      {"GetBoundingSize", {}, {66, 60}},
-      {"GetBoundingRect", {}, {7, 40, 67, 61}}}},
-    {"a rolled box is hit within its own axes",
-     "",
-     {{"HitTest", {54.8, 98.6}, {1}},
-      {"HitTest", {25.2, 41.4}, {1}},
-      {"HitTest", {71.6, 76.2}, {1}},
-      {"HitTest", {64.8, 88.6}, {0}, E_FAIL},
-      {"HitTest", {30.4, 82.8}, {0}, E_FAIL},
-      {"HitTest", {49.6, 57.2}, {0}, E_FAIL},
-      {"HitTest", {15.2, 51.4}, {0}, E_FAIL},
-      {"HitTest", {kNaN, 70}, {0}, E_FAIL},
-      {"HitTest", {40, kNaN}, {0}, E_FAIL},
-      {"SetSize", {-60, -30}},
-      {"HitTest", {54.8, 98.6}, {1}},
-      {"HitTest", {64.8, 88.6}, {0}, E_FAIL},
-      {"GetBoundingSize", {}, {66, 60}},
-      {"GetCornerPoint", {2}, {55, 100}}}},
-    {"the roll grip takes angle and length from the point",
-     "",
-     {{"SetCornerPoint", {10, 61, 112}},
-      {"get_Roll", {}, {1.1071487177940904}},
-      {"GetCornerPoint", {10}, {61, 112}},
-      {"GetSize", {}, {60, 30}},
-      {"GetCenter", {}, {40, 70}},
-      {"SetCornerPoint", {kBothFlag + 10, 33, 46}},
-      {"GetCornerPoint", {10}, {33, 46}},
-      {"SetCornerPoint", {10, 40, 70}},
-      {"get_Roll", {}, {0}},
-      {"GetCornerPoint", {10}, {55, 70}}}},
-    {"the roll grip snaps to the nearest step, both ways round",
-     "",
-     {{"SetCornerPoint", {kCenterFlag + 10, 61, 112}},
-      {"get_Roll", {}, {4 * kSnapStep}},
-      {"GetCornerPoint", {10}, {63.478713758187254, 110.66632513838826}},
-      {"SetCornerPoint", {kCenterFlag + 10, 30, 40}},
-      {"get_Roll", {}, {-7 * kSnapStep}},
-      {"SetCornerPoint", {kCenterFlag + 10, 140, 112}},
-      {"get_Roll", {}, {2 * kSnapStep}},
-      {"SetCornerPoint", {kCenterFlag + 10, 140, 32}},
-      {"get_Roll", {}, {-kSnapStep}},
-      {"SetCornerPoint", {kCenterFlag + kBothFlag + 10, 43, 30}},
-      {"get_Roll", {}, {-6 * kSnapStep}}}},
-    {"a mapped box is spanned by the images of its edges' middles",
-     "",
-     {{"Transform", {2, 0.5, -0.25, 3, 10, -5}},
-      {"GetCenter", {}, {125, 195}},
-      {"GetSize", {}, {149.03690818049066, 80.1763680893566}},
-      {"get_Roll", {}, {0.6998928697192437}}}},
-    {"a box is mapped by the middles of all four edges",
-     "",
-     {{"Transform", kBentMap},
-      {"GetCenter", {}, {133, 174}},
-      {"GetSize", {}, {176.72622895314663, 87.96141199412389}},
-      {"get_Roll", {}, {0.6747409422235527}}}},
-    {"a mapped box may turn back", "", {{"Transform", {0, 1, -1, 0, 0, 0}}, {"get_Roll", {}, {kRoll - kPi / 2}}}},
-    {"a box's centre is mapped first, then the middles at 7, 8, 9 and 6",
-     "",
-     {{"Transform", kDriftMap},
-      {"GetCenter", {}, {40, 70}},
-      {"GetSize", {}, {std::hypot(152, 36), std::hypot(218, 24)}},
-      {"get_Roll", {}, {std::atan2(36, -152)}}}},
-    {"a grip keeps its length until it is dragged or mapped",
-     "",
-     {{"SetCornerPoint", {10, 40, 170}},
-      {"put_Roll", {0}},
-      {"SetSize", {50, 20}},
-      {"SetCenter", {30, 20}},
-      {"SetCornerPoint", {4, 60, 40}},
-      {"Transform", {}, {}, E_INVALIDARG},
-      {"GetCornerPoint", {1}, {32.5, 25}},
-      {"GetCornerPoint", {10}, {132.5, 25}}}}};
+Scenarios RolledScenarios() {
+    return {
+        {"the nodes of a rolled box",
+         "",
+         {{"GetCornerPoint", {1}, {40, 70}},
+          {"GetCornerPoint", {2}, {25, 40}},
+          {"GetCornerPoint", {3}, {73, 76}},
+          {"GetCornerPoint", {4}, {55, 100}},
+          {"GetCornerPoint", {5}, {7, 64}},
+          {"GetCornerPoint", {6}, {49, 58}},
+          {"GetCornerPoint", {7}, {64, 88}},
+          {"GetCornerPoint", {8}, {31, 82}},
+          {"GetCornerPoint", {9}, {16, 52}},
+          {"GetCornerPoint", {10}, {52, 79}},
+          {"GetBoundingSize", {}, {66, 60}},
+          {"GetBoundingRect", {}, {7, 40, 67, 61}}}},
+        {"a rolled box is hit within its own axes",
+         "",
+         {{"HitTest", {54.8, 98.6}, {1}},
+          {"HitTest", {25.2, 41.4}, {1}},
+          {"HitTest", {71.6, 76.2}, {1}},
+          {"HitTest", {64.8, 88.6}, {0}, E_FAIL},
+          {"HitTest", {30.4, 82.8}, {0}, E_FAIL},
+          {"HitTest", {49.6, 57.2}, {0}, E_FAIL},
+          {"HitTest", {15.2, 51.4}, {0}, E_FAIL},
+          {"HitTest", {kNaN, 70}, {0}, E_FAIL},
+          {"HitTest", {40, kNaN}, {0}, E_FAIL},
+          {"SetSize", {-60, -30}},
+          {"HitTest", {54.8, 98.6}, {1}},
+          {"HitTest", {64.8, 88.6}, {0}, E_FAIL},
+          {"GetBoundingSize", {}, {66, 60}},
+          {"GetCornerPoint", {2}, {55, 100}}}},
+        {"the roll grip takes angle and length from the point",
+         "",
+         {{"SetCornerPoint", {10, 61, 112}},
+          {"get_Roll", {}, {1.1071487177940904}},
+          {"GetCornerPoint", {10}, {61, 112}},
+          {"GetSize", {}, {60, 30}},
+          {"GetCenter", {}, {40, 70}},
+          {"SetCornerPoint", {kBothFlag + 10, 33, 46}},
+          {"GetCornerPoint", {10}, {33, 46}},
+          {"SetCornerPoint", {10, 40, 70}},
+          {"get_Roll", {}, {0}},
+          {"GetCornerPoint", {10}, {55, 70}}}},
+        {"the roll grip snaps to the nearest step, both ways round",
+         "",
+         {{"SetCornerPoint", {kCenterFlag + 10, 61, 112}},
+          {"get_Roll", {}, {4 * kSnapStep}},
+          {"GetCornerPoint", {10}, {63.478713758187254, 110.66632513838826}},
+          {"SetCornerPoint", {kCenterFlag + 10, 30, 40}},
+          {"get_Roll", {}, {-7 * kSnapStep}},
+          {"SetCornerPoint", {kCenterFlag + 10, 140, 112}},
+          {"get_Roll", {}, {2 * kSnapStep}},
+          {"SetCornerPoint", {kCenterFlag + 10, 140, 32}},
+          {"get_Roll", {}, {-kSnapStep}},
+          {"SetCornerPoint", {kCenterFlag + kBothFlag + 10, 43, 30}},
+          {"get_Roll", {}, {-6 * kSnapStep}}}},
+        {"a mapped box is spanned by the images of its edges' middles",
+         "",
+         {{"Transform", {2, 0.5, -0.25, 3, 10, -5}},
+          {"GetCenter", {}, {125, 195}},
+          {"GetSize", {}, {149.03690818049066, 80.1763680893566}},
+          {"get_Roll", {}, {0.6998928697192437}}}},
+        {"a box is mapped by the middles of all four edges",
+         "",
+         {{"Transform", kBentMap},
+          {"GetCenter", {}, {133, 174}},
+          {"GetSize", {}, {176.72622895314663, 87.96141199412389}},
+          {"get_Roll", {}, {0.6747409422235527}}}},
+        {"a mapped box may turn back", "", {{"Transform", {0, 1, -1, 0, 0, 0}}, {"get_Roll", {}, {kRoll - kPi / 2}}}},
+        {"a box's centre is mapped first, then the middles at 7, 8, 9 and 6",
+         "",
+         {{"Transform", kDriftMap},
+          {"GetCenter", {}, {40, 70}},
+          {"GetSize", {}, {std::hypot(152, 36), std::hypot(218, 24)}},
+          {"get_Roll", {}, {std::atan2(36, -152)}}}},
+        {"a grip keeps its length until it is dragged or mapped",
+         "",
+         {{"SetCornerPoint", {10, 40, 170}},
+          {"put_Roll", {0}},
+          {"SetSize", {50, 20}},
+          {"SetCenter", {30, 20}},
+          {"SetCornerPoint", {4, 60, 40}},
+          {"Transform", {}, {}, E_INVALIDARG},
+          {"GetCornerPoint", {1}, {32.5, 25}},
+          {"GetCornerPoint", {10}, {132.5, 25}}}}};
+}
 
 // What a drag of a node to one point makes of size and centre.
 struct Drag {
@@ -116,7 +118,7 @@ struct Drag {
     double centerX, centerY;
 };
 
-const std::vector<Drag> kRolledDrags = {
+constexpr Drag kRolledDrags[] = {
     {1, 60, 30, 61, 112},        {0x101, 60, 30, 61, 112},     {0x201, 60, 30, 61, 112},
     {0x301, 60, 30, 61, 112},    {0x404, 72, 36, 43, 76},      {2, -12, -6, 58, 106},
     {3, 72, -6, 34, 88},         {4, 72, 36, 43, 76},          {5, -12, 36, 67, 94},
@@ -132,23 +134,22 @@ const std::vector<Drag> kRolledDrags = {
     {0x309, -84, -84, 40, 70},   {0x10004, 72, 36, 43, 76},    {-252, 63, 63, 40, 70}};
 
 // The same with a fixed aspect of 2.5.
-const std::vector<Drag> kAspectDrags = {
-    {3, -15, -6, 68.8, 114.1},  {4, 90, 36, 35.8, 70.6},     {0x204, 135, 54, 62.8, 102.1},
-    {6, -15, -6, 29.2, 84.4},   {8, 90, 36, 38.2, 72.4},     {0x208, 90, 36, 38.2, 72.4},
-    {7, 72, 28.8, 44.8, 73.6},  {9, -12, -4.8, 68.8, 91.6},  {0x207, 72, 28.8, 44.8, 73.6},
-    {0x104, 105, 42, 40, 70},   {0x103, -105, -42, 40, 70},  {0x304, 157.5, 63, 40, 70},
-    {0x106, -105, -42, 40, 70}, {0x108, 105, 42, 40, 70},    {0x306, -105, -42, 40, 70},
-    {0x107, 84, 33.6, 40, 70},  {0x109, -84, -33.6, 40, 70}, {0x307, 84, 33.6, 40, 70}};
+constexpr Drag kAspectDrags[] = {{3, -15, -6, 68.8, 114.1},  {4, 90, 36, 35.8, 70.6},     {0x204, 135, 54, 62.8, 102.1},
+                                 {6, -15, -6, 29.2, 84.4},   {8, 90, 36, 38.2, 72.4},     {0x208, 90, 36, 38.2, 72.4},
+                                 {7, 72, 28.8, 44.8, 73.6},  {9, -12, -4.8, 68.8, 91.6},  {0x207, 72, 28.8, 44.8, 73.6},
+                                 {0x104, 105, 42, 40, 70},   {0x103, -105, -42, 40, 70},  {0x304, 157.5, 63, 40, 70},
+                                 {0x106, -105, -42, 40, 70}, {0x108, 105, 42, 40, 70},    {0x306, -105, -42, 40, 70},
+                                 {0x107, 84, 33.6, 40, 70},  {0x109, -84, -33.6, 40, 70}, {0x307, 84, 33.6, 40, 70}};
 
 // Drags of the leaning one: corners are those of the box around it, but the corner held by a square drag is its own.
-const std::vector<Drag> kLeaningDrags = {{3, 72, -1, 92.5, 70},
-                                         {4, 72, 41, 104.5, 54},
-                                         {0x203, 35.5, 35.5, 104.85, 56.45},
-                                         {0x205, 14.5, 14.5, 109.85, 41.45},
-                                         {0x103, 84, -42, 100, 50}};
+constexpr Drag kLeaningDrags[] = {{3, 72, -1, 92.5, 70},
+                                  {4, 72, 41, 104.5, 54},
+                                  {0x203, 35.5, 35.5, 104.85, 56.45},
+                                  {0x205, 14.5, 14.5, 109.85, 41.45},
+                                  {0x103, 84, -42, 100, 50}};
 
 void PlayDrags(Checks& checks, const char* className, const char* sentence, const std::vector<Step>& setup, double x,
-               double y, const std::vector<Drag>& drags) {
+               double y, std::span<const Drag> drags) {
     checks.Begin(sentence);
     const ClassContract& figure = ClassNamed(className);
     for (const Drag& drag : drags) {
@@ -163,8 +164,9 @@ void PlayDrags(Checks& checks, const char* className, const char* sentence, cons
 }
 
 // With its sizes below zero a box has every node where the opposite one was, and is dragged by it to the same.
-std::vector<Drag> TurnedInsideOut(std::vector<Drag> drags) {
+std::vector<Drag> TurnedInsideOut(std::span<const Drag> outward) {
     static constexpr int kOpposite[] = {0, 1, 4, 5, 2, 3, 8, 9, 6, 7};
+    std::vector<Drag> drags(outward.begin(), outward.end());
     for (Drag& drag : drags) {
         const int node = static_cast<int>(drag.node);
         drag = {static_cast<double>((node & ~0xFF) | kOpposite[node & 0xFF]), -drag.width, -drag.height, drag.centerX,
@@ -443,7 +445,7 @@ void CheckBoxes(Checks& checks) {
     for (const char* className : {"ROIRectangle", "ROIMask", "ROIParallelogram"}) {
         Play(checks, BoxScenarios(className));
         checks.Try([&] { CheckSnaps(checks, className); });
-        for (Scenario scenario : kRolledScenarios) {
+        for (Scenario scenario : RolledScenarios()) {
             scenario.className = className;
             scenario.steps.insert(scenario.steps.begin(), kRolled.begin(), kRolled.end());
             Play(checks, std::span(&scenario, 1));

@@ -44,13 +44,14 @@ Steps Ellipse(double centerX, double centerY, double radiusX, double radiusY) {
     return {{"GetCenter", {}, {centerX, centerY}}, {"GetRadius", {}, {radiusX, radiusY}}};
 }
 
-const std::vector<NodeDrag> kEllipseDrags = {
-    {2, 15, 99, Ellipse(40, 70, 25, 10)},     {3, 99, 75.5, Ellipse(40, 70, 30, 5.5)},
-    {0x202, 15, 99, Ellipse(40, 70, 25, 25)}, {0x203, 99, 75.5, Ellipse(40, 70, 5.5, 5.5)},
-    {0x102, 15, 99, Ellipse(40, 70, 25, 10)}, {5, 15, 99, Ellipse(40, 70, 30, 10)},
-    {0x206, 15, 99, Ellipse(40, 70, 30, 10)}, {4, 15, 99, Ellipse(15, 99, 30, 10)},
-    {0x201, 15, 99, Ellipse(15, 99, 30, 10)}, {0, 15, 99, Ellipse(15, 99, 30, 10)},
-    {-1, 15, 99, Ellipse(15, 99, 30, 10)},    {-254, 15, 99, Ellipse(40, 70, 25, 25)}};
+std::vector<NodeDrag> EllipseDrags() {
+    return {{2, 15, 99, Ellipse(40, 70, 25, 10)},     {3, 99, 75.5, Ellipse(40, 70, 30, 5.5)},
+            {0x202, 15, 99, Ellipse(40, 70, 25, 25)}, {0x203, 99, 75.5, Ellipse(40, 70, 5.5, 5.5)},
+            {0x102, 15, 99, Ellipse(40, 70, 25, 10)}, {5, 15, 99, Ellipse(40, 70, 30, 10)},
+            {0x206, 15, 99, Ellipse(40, 70, 30, 10)}, {4, 15, 99, Ellipse(15, 99, 30, 10)},
+            {0x201, 15, 99, Ellipse(15, 99, 30, 10)}, {0, 15, 99, Ellipse(15, 99, 30, 10)},
+            {-1, 15, 99, Ellipse(15, 99, 30, 10)},    {-254, 15, 99, Ellipse(40, 70, 25, 25)}};
+}
 
 const Scenarios& EllipseScenarios() {
     static const Scenarios kScenarios = {
@@ -149,53 +150,57 @@ Steps Sector(double centerX, double centerY, double start, double delta, double 
     return After(Rings(centerX, centerY, radius0, radius0, radius1, radius1), Limits(start, delta));
 }
 
-const std::vector<NodeDrag> kDonutDrags = {
-    {2, 15, 99, Rings(40, 70, 25, 20, 35, 25)},     {3, 99, 60, Rings(40, 70, 12, 10, 35, 25)},
-    {4, 15, 99, Rings(40, 70, 12, 20, 25, 25)},     {5, 99, 60, Rings(40, 70, 12, 20, 35, 10)},
-    {0x202, 15, 99, Rings(40, 70, 25, 25, 35, 25)}, {0x203, 99, 60, Rings(40, 70, 10, 10, 35, 25)},
-    {0x204, 15, 99, Rings(40, 70, 12, 20, 25, 25)}, {0x205, 99, 60, Rings(40, 70, 12, 20, 10, 10)},
-    {0x304, 20, 99, Rings(40, 70, 12, 20, 20, 20)}, {0x102, 15, 99, Rings(40, 70, 25, 20, 35, 25)},
-    {7, 15, 99, Rings(40, 70, 12, 20, 35, 25)},     {0x208, 15, 99, Rings(40, 70, 12, 20, 35, 25)},
-    {0, 15, 99, Rings(15, 99, 12, 20, 35, 25)},     {6, 15, 99, Rings(15, 99, 12, 20, 35, 25)},
-    {0x201, 15, 99, Rings(15, 99, 12, 20, 35, 25)}, {255, 15, 99, Rings(15, 99, 12, 20, 35, 25)},
-    {-252, 15, 99, Rings(40, 70, 12, 20, 25, 25)}};
+std::vector<NodeDrag> DonutDrags() {
+    return {{2, 15, 99, Rings(40, 70, 25, 20, 35, 25)},     {3, 99, 60, Rings(40, 70, 12, 10, 35, 25)},
+            {4, 15, 99, Rings(40, 70, 12, 20, 25, 25)},     {5, 99, 60, Rings(40, 70, 12, 20, 35, 10)},
+            {0x202, 15, 99, Rings(40, 70, 25, 25, 35, 25)}, {0x203, 99, 60, Rings(40, 70, 10, 10, 35, 25)},
+            {0x204, 15, 99, Rings(40, 70, 12, 20, 25, 25)}, {0x205, 99, 60, Rings(40, 70, 12, 20, 10, 10)},
+            {0x304, 20, 99, Rings(40, 70, 12, 20, 20, 20)}, {0x102, 15, 99, Rings(40, 70, 25, 20, 35, 25)},
+            {7, 15, 99, Rings(40, 70, 12, 20, 35, 25)},     {0x208, 15, 99, Rings(40, 70, 12, 20, 35, 25)},
+            {0, 15, 99, Rings(15, 99, 12, 20, 35, 25)},     {6, 15, 99, Rings(15, 99, 12, 20, 35, 25)},
+            {0x201, 15, 99, Rings(15, 99, 12, 20, 35, 25)}, {255, 15, 99, Rings(15, 99, 12, 20, 35, 25)},
+            {-252, 15, 99, Rings(40, 70, 12, 20, 25, 25)}};
+}
 
 // The corners lie at (48, 76), (64, 88), (34, 78) and (22, 94); the end edge points to 2.2143.
 const Steps kSector = {
     {"SetCenter", {40, 70}}, {"SetRadius", {0, 10, 10}}, {"SetRadius", {1, 30, 30}}, {"SetLimits", {kStart, kPi / 2}}};
-const Steps kSectorUnchanged = Sector(40, 70, kStart, kPi / 2, 10, 30);
 
-const std::vector<NodeDrag> kSectorDrags = {
-    {1, 15, 99, Sector(15, 99, kStart, kPi / 2, 10, 30)},
-    {2, 43, 74, Sector(40, 70, kStart, kPi / 2, 5, 30)},
-    {4, 43, 74, Sector(40, 70, kStart, kPi / 2, 5, 30)},
-    {2, 40, 70, Sector(40, 70, kStart, kPi / 2, 0, 30)},
-    {3, 43, 74, Sector(40, 70, kStart, kPi / 2, 10, 5)},
-    {5, 43, 74, Sector(40, 70, kStart, kPi / 2, 10, 5)},
-    {6, 43, 74, Sector(40, 70, 0.9272952180016122, kPi / 2, 10, 30)},
-    {0, 15, 99, kSectorUnchanged},
-    {8, 15, 99, kSectorUnchanged},
-    {0x101, 15, 99, kSectorUnchanged},
-    {0x202, 15, 99, kSectorUnchanged},
-    {0x106, 15, 99, kSectorUnchanged},
-    {0x107, 15, 99, kSectorUnchanged},
-    {0x102, 50, 66,
-     Sector(46.78688524590164, 60.95081967213115, 1.0040671092713902, 1.2102303263167906, 5.9848415523171825,
-            32.06165117312778)},
-    {0x103, 70, 80, Sector(37, 74, 0.17985349979247828, 2.0344439357957036, 11.180339887498949, 33.54101966249684)},
-    {0x104, 30, 60, Sector(29.5, 62.125, kStart, 1.158385885197509, 23.125, 43.125)},
-    {0x105, 10, 70, Sector(64, 88, kStart, 2.819842099193151, 20, 0)},
-    {0x105, 60, 60, Sector(42.666666666666664, 72, kStart, -1.2490457723982544, 6.666666666666677, 26.66666666666668)},
-    // Edges less than 0.1 apart are refused, to either side; those half a turn apart too.
-    {0x102, 70.69474479165605, 80.57164943109211, kSectorUnchanged},
-    {0x102, 69.25668800448787, 79.49310684071598, kSectorUnchanged},
-    {0x102, 58, 96, kSectorUnchanged},
-    {0x102, 57.99960000750016, 95.99969999000012, kSectorUnchanged},
-    {0x102, 57.998400120010665, 95.998799840008, {{"GetLimits", {}, {-0.9270952180016123, 3.1413926535897936}}}},
-    {0x102, 70.84196299443758, 80.70702102136947, Limits(2.3242974355881807, -0.11)},
-    {0x102, 69.08551018104278, 79.38968141132338, Limits(2.104297435588181, 0.11)},
-    // An edge of two equal points is the line x = 0, and points to 0.
-    {0x102, 64, 88, Sector(0, 123.33333333333333, 0, 2.214297435588181, 73.1057073315377, 73.1057073315377)}};
+std::vector<NodeDrag> SectorDrags() {
+    const Steps unchanged = Sector(40, 70, kStart, kPi / 2, 10, 30);
+    return {
+        {1, 15, 99, Sector(15, 99, kStart, kPi / 2, 10, 30)},
+        {2, 43, 74, Sector(40, 70, kStart, kPi / 2, 5, 30)},
+        {4, 43, 74, Sector(40, 70, kStart, kPi / 2, 5, 30)},
+        {2, 40, 70, Sector(40, 70, kStart, kPi / 2, 0, 30)},
+        {3, 43, 74, Sector(40, 70, kStart, kPi / 2, 10, 5)},
+        {5, 43, 74, Sector(40, 70, kStart, kPi / 2, 10, 5)},
+        {6, 43, 74, Sector(40, 70, 0.9272952180016122, kPi / 2, 10, 30)},
+        {0, 15, 99, unchanged},
+        {8, 15, 99, unchanged},
+        {0x101, 15, 99, unchanged},
+        {0x202, 15, 99, unchanged},
+        {0x106, 15, 99, unchanged},
+        {0x107, 15, 99, unchanged},
+        {0x102, 50, 66,
+         Sector(46.78688524590164, 60.95081967213115, 1.0040671092713902, 1.2102303263167906, 5.9848415523171825,
+                32.06165117312778)},
+        {0x103, 70, 80, Sector(37, 74, 0.17985349979247828, 2.0344439357957036, 11.180339887498949, 33.54101966249684)},
+        {0x104, 30, 60, Sector(29.5, 62.125, kStart, 1.158385885197509, 23.125, 43.125)},
+        {0x105, 10, 70, Sector(64, 88, kStart, 2.819842099193151, 20, 0)},
+        {0x105, 60, 60,
+         Sector(42.666666666666664, 72, kStart, -1.2490457723982544, 6.666666666666677, 26.66666666666668)},
+        // Edges less than 0.1 apart are refused, to either side; those half a turn apart too.
+        {0x102, 70.69474479165605, 80.57164943109211, unchanged},
+        {0x102, 69.25668800448787, 79.49310684071598, unchanged},
+        {0x102, 58, 96, unchanged},
+        {0x102, 57.99960000750016, 95.99969999000012, unchanged},
+        {0x102, 57.998400120010665, 95.998799840008, {{"GetLimits", {}, {-0.9270952180016123, 3.1413926535897936}}}},
+        {0x102, 70.84196299443758, 80.70702102136947, Limits(2.3242974355881807, -0.11)},
+        {0x102, 69.08551018104278, 79.38968141132338, Limits(2.104297435588181, 0.11)},
+        // An edge of two equal points is the line x = 0, and points to 0.
+        {0x102, 64, 88, Sector(0, 123.33333333333333, 0, 2.214297435588181, 73.1057073315377, 73.1057073315377)}};
+}
 
 // The end node's extents, from limits that start at 0.25: (43, 74), (37, 74) and (43, 66) lie at 0.9273, 2.2143 and
 // -0.9273.
@@ -204,7 +209,7 @@ struct EndDrag {
     double x, y;
     double then;
 };
-const std::vector<EndDrag> kEndDrags = {
+constexpr EndDrag kEndDrags[] = {
     {0.25, 1, 43, 74, 0.6772952180016122},      {0.25, 1, 37, 74, 1.964297435588181},
     {0.25, 1, 43, 66, -1.1772952180016122},     {0.25, 2, 43, 74, 0.6772952180016122},
     {0.25, 2, 43, 66, 5.105890089177974},       {0.25, -1, 43, 66, -1.1772952180016122},
@@ -225,15 +230,6 @@ void PlayEndDrags(Checks& checks) {
         TakeSteps(checks, figure, checks.module.New<IROI>(figure), steps);
     }
 }
-
-// Directions are compared without wrapping: 3.1 and -3.1 are far apart.
-const Steps kUnwrapped = {{"SetCenter", {40, 70}},
-                          {"SetRadius", {0, 10, 10}},
-                          {"SetRadius", {1, 30, 30}},
-                          {"SetLimits", {0.5, 2.6}},
-                          {"SetNode", {0x102, 76.31882835944398, 84.79857278245899}},
-                          {"GetCenter", {}, {-119.63686629745459, 76.64355232383457}},
-                          {"GetLimits", {}, {-3.1, -0.08318530717958605}}};
 
 // What the two kinds of ring share, for one of them.
 Scenarios RingScenarios(const char* className) {
@@ -371,7 +367,16 @@ const Scenarios& ArcDonutScenarios() {
           {"GetNode", {0x302}, {48, 82}},
           {"GetNode", {0x107}, {28, 98}},
           {"GetNode", {-1}, {40, 70}}}},
-        {"two edges to either side of the turn's end", "ROIArcDonut", kUnwrapped},
+        // Directions are compared without wrapping: 3.1 and -3.1 are far apart.
+        {"two edges to either side of the turn's end",
+         "ROIArcDonut",
+         {{"SetCenter", {40, 70}},
+          {"SetRadius", {0, 10, 10}},
+          {"SetRadius", {1, 30, 30}},
+          {"SetLimits", {0.5, 2.6}},
+          {"SetNode", {0x102, 76.31882835944398, 84.79857278245899}},
+          {"GetCenter", {}, {-119.63686629745459, 76.64355232383457}},
+          {"GetLimits", {}, {-3.1, -0.08318530717958605}}}},
         {"an arc donut's corner resizes its ring as a circle",
          "ROIArcDonut",
          {{"SetNode", {2, 53, 54}},
@@ -404,13 +409,13 @@ const Scenarios& ArcDonutScenarios() {
 
 void CheckRounds(Checks& checks) {
     Play(checks, EllipseScenarios());
-    PlayDrags(checks, "ROIEllipse", kEllipse, kEllipseDrags);
+    PlayDrags(checks, "ROIEllipse", kEllipse, EllipseDrags());
     for (const char* className : {"ROIDonut", "ROIArcDonut"}) {
         Play(checks, RingScenarios(className));
     }
     Play(checks, DonutScenarios());
-    PlayDrags(checks, "ROIDonut", kRing, kDonutDrags);
+    PlayDrags(checks, "ROIDonut", kRing, DonutDrags());
     Play(checks, ArcDonutScenarios());
-    PlayDrags(checks, "ROIArcDonut", kSector, kSectorDrags);
+    PlayDrags(checks, "ROIArcDonut", kSector, SectorDrags());
     checks.Try([&] { PlayEndDrags(checks); });
 }

@@ -33,71 +33,83 @@ const Step kNullMask = {"GetMask", {}, {0}};
 const Step kMasks = {"GetMask", {}, {1}};
 const Step kNoMask = {"GetMask", {}, {kUntouched}, E_NOTIMPL};
 
-const Steps kRectangleSteps = {{"SetSize", {40, 20}},
-                               {"GetSize", {}, {40, 20}},
-                               {"put_Roll", {kQuarter}},
-                               {"get_Roll", {}, {kQuarter}},
-                               {"GetCornerPoint", {2}, {60, 30}},
-                               {"GetCornerPointI", {6}, {60, 50}},
-                               {"SetCornerPoint", {7 + 0x100, 0, 65}},
-                               {"GetSize", {}, {30, 20}},
-                               {"SetAspectRatio", {3}},
-                               {"GetSize", {}, {30, 10}},
-                               {"GetAspectRatio", {}, {3}}};
+Steps RectangleSteps() {
+    return {{"SetSize", {40, 20}},
+            {"GetSize", {}, {40, 20}},
+            {"put_Roll", {kQuarter}},
+            {"get_Roll", {}, {kQuarter}},
+            {"GetCornerPoint", {2}, {60, 30}},
+            {"GetCornerPointI", {6}, {60, 50}},
+            {"SetCornerPoint", {7 + 0x100, 0, 65}},
+            {"GetSize", {}, {30, 20}},
+            {"SetAspectRatio", {3}},
+            {"GetSize", {}, {30, 10}},
+            {"GetAspectRatio", {}, {3}}};
+}
 
-const Steps kParallelogramSteps = {{"SetSize", {40, 20}},
-                                   {"GetSize", {}, {40, 20}},
-                                   {"put_Shear", {std::atan(0.5), 0}},
-                                   {"get_A", {}, {30}},
-                                   {"get_B", {}, {std::sqrt(500.0)}},
-                                   {"put_A", {50}},
-                                   {"GetSize", {}, {60, 20}},
-                                   {"put_B", {std::sqrt(2000.0)}},
-                                   {"GetSize", {}, {60, 40}},
-                                   {"put_Roll", {kPi}},
-                                   {"get_Roll", {}, {kPi}},
-                                   {"get_Shear", {}, {std::atan(0.5)}},
-                                   {"put_Shear", {0, 1}},
-                                   {"GetSize", {}, {40, 40}},
-                                   {"GetCornerPoint", {2}, {70, 70}},
-                                   {"SetCornerPoint", {2, 80, 80}},
-                                   {"GetSize", {}, {50, 50}}};
+Steps ParallelogramSteps() {
+    return {{"SetSize", {40, 20}},
+            {"GetSize", {}, {40, 20}},
+            {"put_Shear", {std::atan(0.5), 0}},
+            {"get_A", {}, {30}},
+            {"get_B", {}, {std::sqrt(500.0)}},
+            {"put_A", {50}},
+            {"GetSize", {}, {60, 20}},
+            {"put_B", {std::sqrt(2000.0)}},
+            {"GetSize", {}, {60, 40}},
+            {"put_Roll", {kPi}},
+            {"get_Roll", {}, {kPi}},
+            {"get_Shear", {}, {std::atan(0.5)}},
+            {"put_Shear", {0, 1}},
+            {"GetSize", {}, {40, 40}},
+            {"GetCornerPoint", {2}, {70, 70}},
+            {"SetCornerPoint", {2, 80, 80}},
+            {"GetSize", {}, {50, 50}}};
+}
 
-const Steps kEllipseSteps = {{"SetRadius", {7, 9}},
-                             {"GetRadius", {}, {7, 9}},
-                             {"GetNode", {3}, {50, 41}},
-                             {"SetNode", {2, 60, 0}},
-                             {"GetRadius", {}, {10, 9}}};
+Steps EllipseSteps() {
+    return {{"SetRadius", {7, 9}},
+            {"GetRadius", {}, {7, 9}},
+            {"GetNode", {3}, {50, 41}},
+            {"SetNode", {2, 60, 0}},
+            {"GetRadius", {}, {10, 9}}};
+}
 
-const Steps kDonutSteps = {{"SetRadius", {1, 7, 9}}, {"GetRadius", {1}, {7, 9}}, {"GetRadius", {0}, {20, 20}},
-                           {"SetNode", {2, 55, 50}}, {"GetNode", {2}, {55, 50}}, {"SetLimits", {1, 2}},
-                           {"GetLimits", {}, {1, 2}}};
+Steps DonutSteps() {
+    return {{"SetRadius", {1, 7, 9}}, {"GetRadius", {1}, {7, 9}}, {"GetRadius", {0}, {20, 20}},
+            {"SetNode", {2, 55, 50}}, {"GetNode", {2}, {55, 50}}, {"SetLimits", {1, 2}},
+            {"GetLimits", {}, {1, 2}}};
+}
 
-const Steps kProfileStart = {{"AddPoint", {40, 50}}, {"InsertPoint", {5, 60, 50}}, {"SetUniformThickness", {4, 4}}};
-const Steps kProfileSteps = {{"SetThickness", {1, 6, 7}},
-                             {"GetThickness", {1}, {6, 7}},
-                             {"SetPoint", {1, 80, 50}},
-                             {"GetPoint", {1}, {80, 50, std::atan2(-40.0, 0.0), 6, 7}},
-                             {"Fit", {1, 1}},
-                             {"GetNodePoint", {6, 0}, {60, 50}},
-                             {"SetNodePoint", {2, 0, 1, 1}, {}, E_NOTIMPL},
-                             {"GetNodePointI", {1, 1}, {80, 50}},
-                             {"RemovePoint", {0}},
-                             {"GetNumberPoints", {}, {1}}};
+Steps ProfileStart() { return {{"AddPoint", {40, 50}}, {"InsertPoint", {5, 60, 50}}, {"SetUniformThickness", {4, 4}}}; }
+Steps ProfileSteps() {
+    return {{"SetThickness", {1, 6, 7}},
+            {"GetThickness", {1}, {6, 7}},
+            {"SetPoint", {1, 80, 50}},
+            {"GetPoint", {1}, {80, 50, std::atan2(-40.0, 0.0), 6, 7}},
+            {"Fit", {1, 1}},
+            {"GetNodePoint", {6, 0}, {60, 50}},
+            {"SetNodePoint", {2, 0, 1, 1}, {}, E_NOTIMPL},
+            {"GetNodePointI", {1, 1}, {80, 50}},
+            {"RemovePoint", {0}},
+            {"GetNumberPoints", {}, {1}}};
+}
 
-const Steps kShapeSteps = {{"SetGeometry", {10.75, 20.25, 3.25, 5.75}},
-                           {"GetBoundingSize", {}, {7.5, 14.5}},
-                           {"GetCenter", {}, {7, 13}},
-                           {"SetCenter", {1, 2}},
-                           {"Transform", {2, 0, 0, 2, 0, 0}},
-                           {"GetCenter", {}, {7, 13}},
-                           {"Replicate", {}, {kUntouched}},
-                           {"GetMask", {}, {kUntouched}},
-                           {"HitTest", {7, 13}, {kUntouched}, E_FAIL},
-                           {"GetBoundingRect", {}, {3, 5, 8, 15}},
-                           {"SetGeometry"},
-                           {"GetCenter", {}, {0, 0}, E_FAIL},
-                           {"GetBoundingRect", {}, {0, 0, 0, 0}, E_FAIL}};
+Steps ShapeSteps() {
+    return {{"SetGeometry", {10.75, 20.25, 3.25, 5.75}},
+            {"GetBoundingSize", {}, {7.5, 14.5}},
+            {"GetCenter", {}, {7, 13}},
+            {"SetCenter", {1, 2}},
+            {"Transform", {2, 0, 0, 2, 0, 0}},
+            {"GetCenter", {}, {7, 13}},
+            {"Replicate", {}, {kUntouched}},
+            {"GetMask", {}, {kUntouched}},
+            {"HitTest", {7, 13}, {kUntouched}, E_FAIL},
+            {"GetBoundingRect", {}, {3, 5, 8, 15}},
+            {"SetGeometry"},
+            {"GetCenter", {}, {0, 0}, E_FAIL},
+            {"GetBoundingRect", {}, {0, 0, 0, 0}, E_FAIL}};
+}
 
 struct ClassSteps {
     const char* className;
@@ -107,20 +119,20 @@ struct ClassSteps {
 std::vector<ClassSteps> AllSteps() {
     const Steps box = BaseSteps(50, 50, kCopies, kNullMask, {25, 25, 51, 51});
     const Steps ring = BaseSteps(60, 60, kCopies, kMasks, {20, 20, 60, 60});
-    return {
-        {"ROIRectangle", {box, kRectangleSteps}},
-        {"ROIMask",
-         {BaseSteps(50, 50, kCopies, {"GetMask", {}, {0}, E_FAIL}, {25, 25, 51, 51}),
-          kRectangleSteps,
-          {{"SetMask", {20, 30, 5}}, {"GetMask", {}, {1}}, {"GetBoundingRect", {}, {45, 35, 20, 30}}}}},
-        {"ROIParallelogram",
-         {BaseSteps(50, 50, kCopies, {"GetMask", {}, {kUntouched}}, {25, 25, 51, 51}), kParallelogramSteps}},
-        {"ROIEllipse",
-         {BaseSteps(30, 30, {"Replicate", {}, {kUntouched}, E_NOINTERFACE}, kNoMask, {35, 35, 30, 30}), kEllipseSteps}},
-        {"ROIDonut", {ring, kDonutSteps, {{"GetNode", {0x102}, {50, 50}}}}},
-        {"ROIArcDonut", {ring, {{"GetNode", {0x106}, {75, 50}}}, kDonutSteps}},
-        {"ROIProfile", {kProfileStart, BaseSteps(20, 8, kCopies, kNoMask, {40, 46, 21, 9}), kProfileSteps}},
-        {"ROIShape", {kShapeSteps}}};
+    return {{"ROIRectangle", {box, RectangleSteps()}},
+            {"ROIMask",
+             {BaseSteps(50, 50, kCopies, {"GetMask", {}, {0}, E_FAIL}, {25, 25, 51, 51}),
+              RectangleSteps(),
+              {{"SetMask", {20, 30, 5}}, {"GetMask", {}, {1}}, {"GetBoundingRect", {}, {45, 35, 20, 30}}}}},
+            {"ROIParallelogram",
+             {BaseSteps(50, 50, kCopies, {"GetMask", {}, {kUntouched}}, {25, 25, 51, 51}), ParallelogramSteps()}},
+            {"ROIEllipse",
+             {BaseSteps(30, 30, {"Replicate", {}, {kUntouched}, E_NOINTERFACE}, kNoMask, {35, 35, 30, 30}),
+              EllipseSteps()}},
+            {"ROIDonut", {ring, DonutSteps(), {{"GetNode", {0x102}, {50, 50}}}}},
+            {"ROIArcDonut", {ring, {{"GetNode", {0x106}, {75, 50}}}, DonutSteps()}},
+            {"ROIProfile", {ProfileStart(), BaseSteps(20, 8, kCopies, kNoMask, {40, 46, 21, 9}), ProfileSteps()}},
+            {"ROIShape", {ShapeSteps()}}};
 }
 
 // The steps with each one's slot as its sentence.

@@ -52,17 +52,6 @@ std::string Padded(const std::string& text, std::size_t width, bool toTheRight) 
     return toTheRight ? blanks + text : text + blanks;
 }
 
-std::string CsvField(const std::string& text) {
-    if (text.find_first_of(",\"\r\n") == std::string::npos) {
-        return text;
-    }
-    std::string quoted = "\"";
-    for (const char c : text) {
-        quoted.append(c == '"' ? 2 : 1, c);
-    }
-    return quoted + '"';
-}
-
 std::string CsvLine(const std::vector<std::string>& fields) {
     std::string line;
     for (const std::string& field : fields) {

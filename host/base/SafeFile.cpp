@@ -1,5 +1,6 @@
 #include "host/base/SafeFile.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <fmt/format.h>
 #include <pthread.h>
@@ -11,6 +12,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdint>
+#include <memory>
 #include <system_error>
 
 #include "host/base/Descriptor.h"
@@ -219,16 +221,18 @@ std::string StartOfFile(const UserPath& path, std::size_t most) {
 void RemoveLeftovers(const UserPath& path) {
     std::error_code failure;
     const std::filesystem::path folder = std::filesystem::canonical(path.Absolute(), failure).parent_path();
-    for (const auto& entry : std::filesystem::directory_iterator(folder, failure)) {
-        const std::string name = entry.path().filename().string();
+    const std::unique_ptr<DIR, int (*)(DIR*)> entries(opendir(folder.c_str()), closedir);
+    while (const dirent* const entry = entries ? readdir(entries.get()) : nullptr) {
+        const std::string_view name = entry->d_name;
         if (name.size() != kNameLength || !name.starts_with(kPrefix)) {
             continue;
         }
-        const Descriptor file(open(entry.path().c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+        const std::string leftover = folder / name;
+        const Descriptor file(open(leftover.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
         struct stat status {};
         if (file.Number() >= 0 && fstat(file.Number(), &status) == 0 && S_ISREG(status.st_mode) &&
             status.st_uid == geteuid() && flock(file.Number(), LOCK_EX | LOCK_NB) == 0) {
-            unlink(entry.path().c_str());
+            unlink(leftover.c_str());
         }
     }
 }

@@ -59,6 +59,17 @@ std::optional<int> ParseInteger(std::string_view text) {
     return static_cast<int>(*value);
 }
 
+std::string CsvField(std::string text) {
+    if (text.find_first_of(",\"\r\n") == std::string::npos) {
+        return text;
+    }
+    std::string quoted = "\"";
+    for (const char c : text) {
+        quoted.append(c == '"' ? 2 : 1, c);
+    }
+    return quoted + '"';
+}
+
 ImagePoint::ImagePoint(const std::string& text) {
     const std::size_t comma = text.find(',');
     const std::string_view view = text;

@@ -25,6 +25,9 @@ std::optional<double> ParseNumber(std::string_view text);
 /// As ParseNumber, for a whole number that an int holds.
 std::optional<int> ParseInteger(std::string_view text);
 
+/// A field of a row of CSV: a text with commas, quotes or line ends in quotes, its own quotes doubled.
+std::string CsvField(std::string text);
+
 /// A point in image pixels.
 struct ImagePoint {
     double x = 0.0;

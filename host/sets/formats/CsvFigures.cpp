@@ -103,17 +103,6 @@ ForeignFigure FigureOf(std::vector<std::string> row, Reading& reading) {
     return figure;
 }
 
-std::string Field(const std::string& text) {
-    if (text.find_first_of(",\"\r\n") == std::string::npos) {
-        return text;
-    }
-    std::string quoted = "\"";
-    for (const char c : text) {
-        quoted.append(c == '"' ? 2 : 1, c);
-    }
-    return quoted + '"';
-}
-
 std::string RowOf(const ForeignFigure& figure) {
     std::string parameters;
     for (const auto& [name, value] : figure.parameters) {
@@ -130,7 +119,7 @@ std::string RowOf(const ForeignFigure& figure) {
                                  ? ""
                                  : fmt::format("{} {} {}", figure.mask.Size().width, figure.mask.Size().height,
                                                fmt::join(CountsOf(figure.mask), " "));
-    return fmt::format("{},{},{},{},{}\n", Field(figure.name), figure.className, parameters, Field(points), mask);
+    return fmt::format("{},{},{},{},{}\n", CsvField(figure.name), figure.className, parameters, CsvField(points), mask);
 }
 
 }  // namespace
