@@ -1,5 +1,7 @@
 // TIFF and its pages, by libtiff: strips and tiles, planes side by side or apart, values of 1 to 64 bits.
+#include <sys/stat.h>
 #include <tiffio.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <bit>
@@ -19,24 +21,45 @@ namespace {
 // ---------------------------------------------------------------------------------------------------
 // The library's way to a file
 
-std::FILE* FileOf(thandle_t handle) noexcept { return static_cast<std::FILE*>(handle); }
+// An open file and the place at which the library goes on. It moves there without asking the system, which it would do
+// for every few rows, and no more is read than it wants.
+struct OpenFile {
+    explicit OpenFile(std::FILE* file) : number(fileno(file)) {}
 
-tmsize_t Read(thandle_t file, void* bytes, tmsize_t size) {
-    return static_cast<tmsize_t>(std::fread(bytes, 1, static_cast<std::size_t>(size), FileOf(file)));
+    int number;
+    toff_t at = 0;
+};
+
+OpenFile& FileOf(thandle_t handle) noexcept { return *static_cast<OpenFile*>(handle); }
+
+// Moves bytes between a file and memory until all are moved or no more are. How many were.
+template <class Bytes, class MoveSome>
+tmsize_t Move(thandle_t handle, Bytes* bytes, tmsize_t size, MoveSome moveSome) {
+    OpenFile& file = FileOf(handle);
+    tmsize_t moved = 0;
+    for (ssize_t count = 1; count > 0 && moved < size; moved += std::max<ssize_t>(count, 0)) {
+        count = moveSome(file.number, bytes + moved, static_cast<std::size_t>(size - moved),
+                         static_cast<off_t>(file.at) + moved);
+    }
+    file.at += static_cast<toff_t>(moved);
+    return moved;
 }
-tmsize_t Write(thandle_t file, void* bytes, tmsize_t size) {
-    return static_cast<tmsize_t>(std::fwrite(bytes, 1, static_cast<std::size_t>(size), FileOf(file)));
+
+tmsize_t Read(thandle_t handle, void* bytes, tmsize_t size) {
+    return Move(handle, static_cast<std::byte*>(bytes), size, pread);
 }
-toff_t Seek(thandle_t file, toff_t offset, int from) {
-    const bool done = fseeko(FileOf(file), static_cast<off_t>(offset), from) == 0;
-    return done ? static_cast<toff_t>(ftello(FileOf(file))) : std::numeric_limits<toff_t>::max();
+tmsize_t Write(thandle_t handle, void* bytes, tmsize_t size) {
+    return Move(handle, static_cast<const std::byte*>(bytes), size, pwrite);
 }
 int LeaveOpen(thandle_t) { return 0; }
-toff_t SizeOf(thandle_t file) {
-    const off_t at = ftello(FileOf(file));
-    const toff_t size = Seek(file, 0, SEEK_END);
-    fseeko(FileOf(file), at, SEEK_SET);
-    return size;
+toff_t SizeOf(thandle_t handle) {
+    struct stat status {};
+    return fstat(FileOf(handle).number, &status) == 0 ? static_cast<toff_t>(status.st_size) : 0;
+}
+toff_t Seek(thandle_t handle, toff_t offset, int from) {
+    toff_t& at = FileOf(handle).at;
+    at = offset + (from == SEEK_CUR ? at : from == SEEK_END ? SizeOf(handle) : 0);
+    return at;
 }
 
 int OnError(TIFF*, void* fault, const char*, const char* format, std::va_list arguments) {
@@ -54,12 +77,11 @@ struct Closed {
 };
 using Tiff = std::unique_ptr<TIFF, Closed>;
 
-Tiff Opened(std::FILE* file, const char* mode, Fault& fault) {
-    std::rewind(file);
+Tiff Opened(OpenFile& file, const char* mode, Fault& fault) {
     TIFFOpenOptions* const options = TIFFOpenOptionsAlloc();
     TIFFOpenOptionsSetErrorHandlerExtR(options, OnError, &fault);
     TIFFOpenOptionsSetWarningHandlerExtR(options, OnWarning, &fault);
-    Tiff tiff(TIFFClientOpenExt("", mode, file, Read, Write, Seek, LeaveOpen, SizeOf, nullptr, nullptr, options));
+    Tiff tiff(TIFFClientOpenExt("", mode, &file, Read, Write, Seek, LeaveOpen, SizeOf, nullptr, nullptr, options));
     TIFFOpenOptionsFree(options);
     if (!tiff) {
         throw std::runtime_error(fault.Text());
@@ -163,7 +185,8 @@ class TiffReader : public FileReader {
   public:
     // The library has read the first page, even where it then counts none for want of its end.
     explicit TiffReader(std::FILE* file)
-        : m_tiff(Opened(file, "r", m_fault)),
+        : m_file(file),
+          m_tiff(Opened(m_file, "r", m_fault)),
           m_pages(static_cast<int>(std::max<tdir_t>(1, TIFFNumberOfDirectories(m_tiff.get())))) {}
 
     int Pages() const override { return m_pages; }
@@ -186,6 +209,7 @@ class TiffReader : public FileReader {
     void PlaceColours(const std::byte* values, std::size_t count, std::byte* row) const;
 
     host::Fault m_fault;
+    OpenFile m_file;
     Tiff m_tiff;
     int m_pages;
     PageInfo m_page;
@@ -475,7 +499,8 @@ void WriteTiff(std::FILE* file, const RasterView& image) {
                                                : SAMPLEFORMAT_UINT;
     });
     Fault fault;
-    const Tiff owner = Opened(file, "w", fault);
+    OpenFile open(file);
+    const Tiff owner = Opened(open, "w", fault);
     TIFF* const tiff = owner.get();
     TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, image.size.width);
     TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, image.size.height);
