@@ -80,7 +80,9 @@ class NewVersion {
             });
         }
         // What has a name and no lock was left by a killed process; see RemoveLeftovers.
-        flock(m_file.Number(), LOCK_EX | LOCK_NB);
+        if (m_file.Number() >= 0) {
+            flock(m_file.Number(), LOCK_EX | LOCK_NB);
+        }
     }
     NewVersion(const NewVersion&) = delete;
     NewVersion& operator=(const NewVersion&) = delete;
