@@ -126,6 +126,11 @@ Case Rectangle(const char* name, double x, double y, double width, double height
             Values({{"CenterX", x}, {"CenterY", y}, {"Width", width}, {"Height", height}, {"Angle", degrees}}),
             {{Leaning({x, y}, width, height, degrees, 0.0)}}};
 }
+// Turned so that it looks the same.
+Case Turned(Case figure, double degrees) {
+    figure.description["parameters"]["Angle"] = degrees;
+    return figure;
+}
 Case Parallelogram(const char* name, double x, double y, double width, double height, double roll, double shear) {
     return {
         name,
@@ -243,6 +248,8 @@ std::vector<Case> Cases() {
         Rectangle("whole", 40, 30, 24, 10),
         Rectangle("whole-at-halves", 40.5, 30.5, 24, 10),
         Rectangle("whole-anywhere", 40.3, 30.7, 24, 10),
+        Turned(Rectangle("upside-down", 39, 17, 24, 4), 180),
+        Turned(Rectangle("all-around", 26.5, 33, 22, 16), 360),
         Rectangle("rolled", 60.2, 50.1, 40, 13, 30),
         Rectangle("rolled-back", 60.2, 50.1, 40, 13, -71),
         Rectangle("negative-width", 60.2, 50.1, -33.5, 13.2, 20),

@@ -1,6 +1,10 @@
 // The rows of the table of classes, each in a file of its own, and what several of them share.
 #pragma once
 
+#include <cmath>
+#include <cstdint>
+
+#include "contract/Numbers.h"
 #include "host/figures/FigureClass.h"
 
 namespace host {
@@ -48,9 +52,18 @@ template <class Box>
 Outline CornerOutline(const Figure& figure) {
     Contour corners;
     const auto box = figure.As<Box>();
+    // The sine of half a turn is not quite 0: the last bits would part pixels that lie on one side.
+    constexpr double kStep = 1.0 / (std::int64_t{1} << 36);
+    constexpr double kRounding = 1e-12;
+    double roll = 0.0;
+    box->get_Roll(&roll);
+    const bool isByQuarters = roll != 0.0 && std::abs(std::remainder(roll, 0.5 * kPi)) < kRounding;
     for (const ROICorner corner : {kNodeCorner2, kNodeCorner3, kNodeCorner4, kNodeCorner5}) {
         ImagePoint at;
         box->GetCornerPoint(corner, &at.x, &at.y);
+        if (isByQuarters) {
+            at = {at.x - std::remainder(at.x, kStep), at.y - std::remainder(at.y, kStep)};
+        }
         corners.emplace_back(at);
     }
     Outline outline;
