@@ -26,9 +26,10 @@ Histogram HistogramOf(const Distribution& distribution, int bins, bool areWhole)
         histogram.edges.push_back(areWhole ? low + i * width
                                            : std::lerp(low, values.back().value, static_cast<double>(i) / bins));
     }
+    const auto firstUpper = histogram.edges.begin() + 1;
     for (const auto& [value, weight] : values) {
-        const double bin = width > 0.0 ? std::floor(value / width - low / width) : 0.0;
-        histogram.areas[static_cast<std::size_t>(std::min(bin, bins - 1.0))] += weight;
+        const auto bin = std::upper_bound(firstUpper, histogram.edges.end() - 1, value) - firstUpper;
+        histogram.areas[static_cast<std::size_t>(bin)] += weight;
     }
     return histogram;
 }

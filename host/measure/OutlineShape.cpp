@@ -59,6 +59,11 @@ struct Side {
         return std::abs(LengthTo(*edge, below - edge->centerX, bottom - edge->centerY) -
                         LengthTo(*edge, above - edge->centerX, bottom - height - edge->centerY));
     }
+    // Whether both have the same course, but for a gap.
+    bool LiesOn(const Side& other, double height, double gap) const noexcept {
+        const double between = 0.5 * height * (std::abs(above - other.above) + std::abs(below - other.below));
+        return edge->IsArc() == other.edge->IsArc() && between <= gap * std::hypot(below - above, height);
+    }
     // Between an arc and its chord; above 0 where the arc lies to the right of it.
     double SegmentArea(double height) const noexcept {
         if (!edge->IsArc()) {
@@ -74,7 +79,7 @@ struct Side {
 // Follows the border of what lies inside from the top down.
 class Walk {
   public:
-    explicit Walk(const std::vector<Edge>& edges) {
+    explicit Walk(const std::vector<Edge>& edges) : m_rounding(RoundingOf(ExtentOf(edges))) {
         std::vector<const Edge*> waiting;
         for (const Edge& edge : edges) {
             if (!edge.IsLevel()) {
@@ -98,6 +103,13 @@ class Walk {
     double Area() const noexcept { return m_area; }
 
   private:
+    // Farther apart than by rounding lie only lines that differ.
+    static double RoundingOf(const EdgeExtent& extent) noexcept {
+        constexpr double kRounding = 1e-13;
+        return kRounding *
+               std::max({std::abs(extent.left), std::abs(extent.top), std::abs(extent.right), std::abs(extent.bottom)});
+    }
+
     // Between two rows; there lines may cross.
     void AddBand(const std::vector<const Edge*>& edges, double top, double bottom) {
         std::vector<Side> sides = Sorted(edges, top, bottom);
@@ -148,9 +160,14 @@ class Walk {
         std::vector<double> above;
         std::vector<double> below;
         int winding = 0;
-        for (const Side& side : sides) {
-            const int before = std::exchange(winding, winding + side.edge->winding);
-            if (before != 0 && winding != 0) {
+        for (auto next = sides.begin(); next != sides.end();) {
+            const Side& side = *next;
+            const int before = winding;
+            // Sides that lie on one another are crossed together.
+            for (; next != sides.end() && next->LiesOn(side, height, m_rounding); ++next) {
+                winding += next->edge->winding;
+            }
+            if ((before == 0) == (winding == 0)) {
                 continue;
             }
             m_length += side.Length(height);
@@ -174,6 +191,7 @@ class Walk {
         m_below.clear();
     }
 
+    double m_rounding;
     double m_length = 0.0;
     double m_area = 0.0;
     std::vector<double> m_below;

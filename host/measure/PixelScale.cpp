@@ -28,7 +28,7 @@ PixelScale::PixelScale(const std::string& text) {
     const std::size_t cross = numbers.find('x');
     const auto columns = LengthOf(numbers.substr(0, cross));
     const auto rows = cross == numbers.npos ? columns : LengthOf(numbers.substr(cross + 1));
-    if (!columns || !rows || word == view.size()) {
+    if (!columns || !rows || word == view.size() || view[word] == 'x') {
         throw UsageError("not the size of a pixel", text, "write a length and its unit, as in 0.65um or 0.65x0.70um");
     }
     x = *columns;

@@ -483,8 +483,9 @@ Distribution::Distribution(std::vector<WeightedValue> values)
       m_total(std::accumulate(m_values.begin(), m_values.end(), 0.0,
                               [](double sum, const WeightedValue& value) { return sum + value.weight; })) {}
 
-double Distribution::Quantile(double share) const noexcept {
-    const double wanted = share * m_total;
+double Distribution::Percentile(double percent) const noexcept {
+    // Multiplied first: where it is a whole number of pixels, it is found exactly.
+    const double wanted = percent * m_total / 100.0;
     double below = 0.0;
     for (auto value = m_values.begin(); value != m_values.end(); ++value) {
         below += value->weight;

@@ -46,8 +46,9 @@ class Distribution {
 
     const std::vector<WeightedValue>& Values() const noexcept { return m_values; }
     bool IsEmpty() const noexcept { return m_values.empty(); }
-    /// The value below which a share of the area lies, or the mean of two that part it there; not a number when empty.
-    double Quantile(double share) const noexcept;
+    /// The value below which so many percent of the area lie, or the mean of two that part it there; not a number when
+    /// empty.
+    double Percentile(double percent) const noexcept;
     /// The most frequent value, the smallest of several; not a number when empty.
     double Mode() const noexcept;
     /// The area of the values from low to high, both included.

@@ -28,6 +28,7 @@ double EllipseLength(double a, double b) { return 4.0 * a * std::comp_ellint_2(s
 TEST(OutlineShape, IsThatOfFormulas) {
     const host::Contour wide = Corners({{0, 35}, {80, 35}, {80, 45}, {0, 45}});
     const host::Contour high = Corners({{35, 0}, {35, 80}, {45, 80}, {45, 0}});  // the other way around
+    const host::ImagePoint third(30.7 / 3, 10.1 / 3);
     const struct {
         const char* what;
         std::vector<host::Contour> contours;
@@ -39,6 +40,20 @@ TEST(OutlineShape, IsThatOfFormulas) {
         {"cross", {wide, Corners({{35, 0}, {45, 0}, {45, 80}, {35, 80}})}, 1, 1, 1500, 320, std::hypot(80, 10)},
         {"cross that cancels its middle", {wide, high}, 1, 1, 1400, 360, std::hypot(80, 10)},
         {"bow", {Corners({{0, 0}, {10, 10}, {10, 0}, {0, 10}})}, 1, 1, 50, 20 + 2 * std::sqrt(200), std::sqrt(200)},
+        {"spur inside",
+         {Corners({{0, 0}, {9, 0}, {9, 5}, {4, 5}, {6.1, 2.3}, {4, 5}, {0, 5}})},
+         1,
+         1,
+         45,
+         28,
+         std::hypot(9, 5)},
+        {"side by side along a third",
+         {Corners({{0, 0}, {20, 0}, third}), Corners({{0, 0}, {30.7, 10.1}, {0, 10.1}})},
+         1,
+         1,
+         0.5 * 20 * third.y + 0.5 * 30.7 * 10.1,
+         20 + std::hypot(20 - third.x, third.y) + 2.0 / 3.0 * std::hypot(30.7, 10.1) + 30.7 + 10.1,
+         std::hypot(30.7, 10.1)},
         {"steps", {Corners({{0, 0}, {4, 0}, {4, 2}, {9, 2}, {9, 5}, {0, 5}})}, 1, 1, 35, 28, std::hypot(9, 5)},
         {"ellipse", {Ellipse(30, 10)}, 1, 1, 300 * kPi, EllipseLength(30, 10), 60},
         {"ellipse, higher", {Ellipse(30, 10)}, 1, 9, 2700 * kPi, EllipseLength(90, 30), 180},
@@ -72,6 +87,9 @@ TEST(Histogram, HasBinsOfEqualWidth) {
     const host::Histogram four = host::HistogramOf(whole, 4, true);  // two values each
     EXPECT_EQ(four.edges, (std::vector<double>{2, 4, 6, 8, 10}));
     EXPECT_EQ(four.areas, (std::vector<double>{5, 0, 0, 2.5}));
+    // A third of the first edge, less a third of the smallest value, is below 1 by rounding.
+    EXPECT_EQ(host::HistogramOf(host::Distribution({{10, 1}, {13, 4}, {18, 2}}), 3, true).areas,
+              (std::vector<double>{1, 4, 2}));
     const host::Histogram real = host::HistogramOf(whole, 2, false);
     EXPECT_EQ(real.edges, (std::vector<double>{2, 5.5, 9}));
     EXPECT_EQ(real.areas, (std::vector<double>{5, 2.5}));
@@ -79,12 +97,23 @@ TEST(Histogram, HasBinsOfEqualWidth) {
     EXPECT_TRUE(host::HistogramOf({}, 5, false).edges.empty());
 }
 
+TEST(Distribution, IsPartedAtPercents) {
+    std::vector<host::WeightedValue> hundred;
+    for (int value = 0; value < 100; ++value) {
+        hundred.push_back({1.0 * value, 1.0});
+    }
+    for (const double percent : {7.0, 29.0, 50.0, 58.0}) {
+        EXPECT_EQ(host::Distribution(hundred).Percentile(percent), percent - 0.5);
+    }
+    EXPECT_EQ(host::Distribution(hundred).Percentile(28.5), 28.0);
+}
+
 TEST(PixelScale, IsReadFromTexts) {
     const host::PixelScale both(std::string("0.65x.70µm"));
     EXPECT_EQ(std::tuple(both.x, both.y, both.unit), std::tuple(0.65, 0.7, "µm"));
     EXPECT_EQ(host::PixelScale(std::string("2e-3mm")).y, 0.002);
     EXPECT_EQ(host::PixelScale(std::string("px")), host::PixelScale());
-    for (const char* text : {"", "um", "0.65", "0um", "-1um", "1x0um", "1x2x3um", "nanum"}) {
+    for (const char* text : {"", "um", "0.65", "0.65x", "0um", "-1um", "1x0um", "1x2x3um", "nanum"}) {
         EXPECT_THROW(host::PixelScale(std::string(text)), host::Error) << text;
     }
 }
