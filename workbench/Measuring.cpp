@@ -8,6 +8,7 @@
 
 #include "host/figures/FigureClass.h"
 #include "host/measure/Edges.h"
+#include "host/measure/Histogram.h"
 #include "host/measure/PageMeter.h"
 #include "host/measure/ProfileCurve.h"
 #include "workbench/FigureText.h"
@@ -65,23 +66,6 @@ PixelRect ReachOf(IROIProfile& profile, PixelSize page) {
             within(std::ceil(extent.bottom), page.height) - top};
 }
 
-std::vector<double> ValuesAt(const RasterView& plane, const PixelSet& pixels) {
-    std::vector<double> values;
-    InType(plane.depth, [&](auto* type) {
-        using Value = std::remove_pointer_t<decltype(type)>;
-        for (const Span& span : pixels.spans) {
-            for (int x = span.firstX; x <= span.lastX; ++x) {
-                const std::byte* const at = plane.data + span.y * plane.rowStride + x * plane.columnStride;
-                const double value = static_cast<double>(*reinterpret_cast<const Value*>(at));
-                if (std::isfinite(value)) {
-                    values.push_back(value);
-                }
-            }
-        }
-    });
-    return values;
-}
-
 // A number that is not finite becomes null.
 template <class Values>
 Json ListOf(const std::vector<CurvePoint>& curve, Values value) {
@@ -132,28 +116,13 @@ void AppendRows(const Figure& figure, const Measurement& measurement, Json& rows
 }
 
 Json HistogramOf(const Figure& figure, const LoadedPage& page, std::optional<int> channel) {
-    constexpr double kMostSteps = 256.0;
+    constexpr int kMostBins = 256;
     const PixelSet pixels = Region(figure, PixelRule::outline).In(page.Info().size).pixels;
     const Plane plane = MeasuredOf(page, channel, BoxAround(pixels));
-    const std::vector<double> values = ValuesAt(plane.channel.values, pixels);
-    Json edges = Json::array();
-    std::vector<std::int64_t> counts;
-    if (!values.empty()) {
-        const auto [low, high] = std::minmax_element(values.begin(), values.end());
-        const bool areWhole = plane.channel.values.depth < Depth::f32;
-        const bool oneByOne = areWhole && *high - *low < kMostSteps;
-        const double from = oneByOne ? *low - 0.5 : *low;
-        const double steps = oneByOne ? *high - *low + 1.0 : *high > *low ? kMostSteps : 1.0;
-        const double width = oneByOne || *high == *low ? 1.0 : (*high - *low) / kMostSteps;
-        counts.resize(static_cast<std::size_t>(steps));
-        for (const double value : values) {
-            ++counts[static_cast<std::size_t>(std::clamp(std::floor((value - from) / width), 0.0, steps - 1.0))];
-        }
-        for (double i = 0.0; i <= steps; ++i) {
-            edges.push_back(from + i * width);
-        }
-    }
-    return {{"edges", edges}, {"counts", counts}};
+    const RasterView& values = plane.channel.values;
+    const ValueStatistics measured = Measure(values, pixels, {.distribution = true});
+    const Histogram histogram = host::HistogramOf(measured.distribution, kMostBins, values.depth < Depth::f32);
+    return {{"edges", histogram.edges}, {"counts", histogram.areas}};
 }
 
 Json ProfileOf(const Figure& figure, const LoadedPage& page, std::optional<int> channel, const PixelScale& scale) {

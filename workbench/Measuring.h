@@ -24,8 +24,8 @@ struct Measurement {
 /// Appends the rows of a figure, as Batch gives them.
 void AppendRows(const Figure& figure, const Measurement& measurement, Json& rows);
 
-/// How many of a figure's pixels have which values, as edges and counts: of integers that do not differ much, one by
-/// one; of others in 256 steps. Of one channel, or of what is measured.
+/// How many of a figure's pixels have which values, as edges and counts: the bins of host::HistogramOf, at most 256. Of
+/// one channel, or of what is measured.
 Json HistogramOf(const Figure& figure, const LoadedPage& page, std::optional<int> channel);
 
 /// The curve of a profile as ProfileBand::Sample gives it, a list for each of its values, and the distances in the unit
