@@ -15,6 +15,9 @@ namespace {
 constexpr tagREFString kDescriptorModule = Text(L"CollectionsEx");
 constexpr tagREFString kDescriptorClass = Text(L"ComponentString");
 constexpr tagREFString kInstanceModule = Text(L"Collections");
+constexpr tagREFString kStringClass = Text(L"CreatableString");
+constexpr tagREFString kVariantClass = Text(L"Variant");
+constexpr tagREFString kCollectionClass = Text(L"SuperCollection");
 
 // "./" + name + ".so". The extension follows right after the name's bytes, counted by its characters,
 // so a name that does not convert one to one names no existing file.
@@ -119,17 +122,17 @@ SmartPtr<IComponentCollection> GLOBALComponents() noexcept {
 
 SmartPtr<IString> CREFString::CreateString() noexcept {
     static SmartPtr<IComponentString> gStringComponent;
-    return CreateThrough<ICreatableString>(gStringComponent, Text(L"CreatableString"));
+    return CreateThrough<ICreatableString>(gStringComponent, kStringClass);
 }
 
 SmartPtr<IVariant> CREFString::CreateVariant() noexcept {
     static SmartPtr<IComponentString> gVariantComponent;
-    return CreateThrough<IVariant>(gVariantComponent, Text(L"Variant"));
+    return CreateThrough<IVariant>(gVariantComponent, kVariantClass);
 }
 
 SmartPtr<ISuperCollection> CREFString::CreateCollection() noexcept {
     static SmartPtr<IComponentString> gCollectionComponent;
-    return CreateThrough<ISuperCollection>(gCollectionComponent, Text(L"SuperCollection"));
+    return CreateThrough<ISuperCollection>(gCollectionComponent, kCollectionClass);
 }
 
 SmartPtr<IString> CreateStringOf(tagREFString text) noexcept {

@@ -71,8 +71,9 @@ class CObject : public IUnknown {
         }
         // A destructor that briefly adds and releases a reference must not destroy a second time.
         m_count.store(1, std::memory_order_relaxed);
-        FinalRelease();
-        delete static_cast<T*>(this);
+        T* const self = static_cast<T*>(this);
+        self->FinalRelease();
+        delete self;
         return 0;
     }
 

@@ -17,16 +17,7 @@ CREFString::CREFString(CREFString&& other) noexcept
     other.text = other.m_inline;
 }
 
-// Keeps the first `kept` characters and puts the new ones behind them.
-bool CREFString::Put(int kept, const wchar_t* characters, int count) noexcept {
-    count = std::max(count, 0);
-    if (count <= m_capacity - kept) {
-        if (count > 0) {
-            std::wmemmove((m_heap ? m_heap.get() : m_inline) + kept, characters, static_cast<std::size_t>(count));
-        }
-        length = kept + count;
-        return true;
-    }
+bool CREFString::PutAnew(int kept, const wchar_t* characters, int count) noexcept {
     if (count > INT_MAX - kept) {
         return false;
     }

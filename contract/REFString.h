@@ -1,6 +1,8 @@
 // Reference strings: the plain record that crosses module boundaries, and the class that owns a text.
 #pragma once
 
+#include <algorithm>
+#include <cstring>
 #include <cwchar>
 #include <memory>
 #include <string_view>
@@ -30,7 +32,7 @@ inline bool operator==(const tagREFString& a, const tagREFString& b) noexcept {
     if (a.length != b.length) {
         return false;
     }
-    return a.length <= 0 || std::wmemcmp(a.text, b.text, static_cast<std::size_t>(a.length)) == 0;
+    return a.length <= 0 || a.text == b.text || std::wmemcmp(a.text, b.text, static_cast<std::size_t>(a.length)) == 0;
 }
 inline bool operator!=(const tagREFString& a, const tagREFString& b) noexcept { return !(a == b); }
 
@@ -61,7 +63,21 @@ class CREFString : public tagREFString {
   private:
     static constexpr int kInline = 20;
 
-    bool Put(int kept, const wchar_t* characters, int count) noexcept;
+    // Keeps the first `kept` characters and puts the new ones behind them.
+    bool Put(int kept, const wchar_t* characters, int count) noexcept {
+        count = std::max(count, 0);
+        if (count > m_capacity - kept) {
+            return PutAnew(kept, characters, count);
+        }
+        if (count > 0) {
+            std::memmove((m_heap ? m_heap.get() : m_inline) + kept, characters,
+                         static_cast<std::size_t>(count) * sizeof(wchar_t));
+        }
+        length = kept + count;
+        return true;
+    }
+    // The same for more characters than there is room for.
+    bool PutAnew(int kept, const wchar_t* characters, int count) noexcept;
 
     int m_capacity = kInline;
     std::unique_ptr<wchar_t[]> m_heap;

@@ -9,11 +9,14 @@
 
 #include "framework/CreatableString.h"
 #include "framework/Variant.h"
+#include "framework/support/PlainText.h"
 
 namespace {
 
-constexpr std::wstring_view kNothing = L"none";
-constexpr std::wstring_view kBlanks = L" \t\r\n";
+constexpr tagREFString kNothing = Text(L"none");
+constexpr tagREFString kEscape = Text(L"\\");
+constexpr tagREFString kVariantQuote = Text(L"\"");
+constexpr tagREFString kStringQuote = Text(L"'");
 
 // Longer than any text of an integer or a double.
 constexpr std::size_t kLongestNumber = 40;
@@ -25,26 +28,40 @@ constexpr bool NeedsEscape(wchar_t c) noexcept {
            code > 0x10FFFF;
 }
 
-void AppendASCII(std::string_view characters, std::wstring* text) {
-    text->resize(text->size() + characters.size());
-    std::copy(characters.begin(), characters.end(), text->end() - static_cast<std::ptrdiff_t>(characters.size()));
+bool Append(tagREFString characters, IString& text) noexcept {
+    return Succeeded(text.Append(characters.length, characters.text));
 }
 
-void AppendQuoted(tagREFString plain, wchar_t quote, std::wstring* text) {
-    *text += quote;
-    for (int i = 0; i < plain.length; ++i) {
-        if (!NeedsEscape(plain.text[i])) {
-            *text += plain.text[i];
-            continue;
-        }
-        char digits[8];
-        const auto end =
-            std::to_chars(digits, digits + sizeof digits, static_cast<std::uint32_t>(plain.text[i]), 16).ptr;
-        *text += L'\\';
-        AppendASCII({digits, end}, text);
-        *text += L';';
+// Digits widened, and perhaps more behind them.
+struct WideDigits {
+    WideDigits(const char* first, const char* last) noexcept : length(static_cast<int>(last - first)) {
+        std::copy(first, last, characters);
     }
-    *text += quote;
+    void Add(wchar_t c) noexcept { characters[length++] = c; }
+    tagREFString Record() const noexcept { return {length, characters}; }
+
+    int length;
+    wchar_t characters[kLongestNumber];
+};
+
+bool AppendEscape(wchar_t c, IString& text) noexcept {
+    char digits[8];
+    const auto end = std::to_chars(digits, digits + sizeof digits, static_cast<std::uint32_t>(c), 16).ptr;
+    WideDigits escape(digits, end);
+    escape.Add(L';');
+    return Append(kEscape, text) && Append(escape.Record(), text);
+}
+
+bool WriteQuoted(tagREFString plain, tagREFString quote, IString& text) noexcept {
+    const wchar_t* at = plain.text;
+    const wchar_t* const end = at + plain.length;
+    bool written = Succeeded(text.SetText(quote.length, quote.text));
+    while (written && at != end) {
+        const wchar_t* const odd = std::find_if(at, end, NeedsEscape);
+        written = Append({static_cast<int>(odd - at), at}, text) && (odd == end || AppendEscape(*odd, text));
+        at = odd != end ? odd + 1 : end;
+    }
+    return written && Append(quote, text);
 }
 
 // One escape, with `rest` behind its backslash; what it stands for, with `rest` behind its end.
@@ -97,45 +114,44 @@ bool ReadsAs(std::string_view digits, Number* number) noexcept {
     return read.ec == std::errc() && read.ptr == digits.data() + digits.size();
 }
 
-// An integer or a double; nothing when the text is neither, to its last character.
-std::optional<ParameterValue> ReadNumber(std::wstring_view text) noexcept {
-    char digits[kLongestNumber];
-    if (text.size() > sizeof digits) {
-        return std::nullopt;
+// An integer or a double; false when the text is neither, to its last character.
+bool ReadNumber(std::wstring_view text, ParameterValue* value) noexcept {
+    char characters[kLongestNumber];
+    if (text.size() > sizeof characters || !CopyPlain(text.data(), text.size(), characters)) {
+        return false;
     }
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        if (static_cast<std::uint32_t>(text[i]) > 0x7F) {
-            return std::nullopt;
-        }
-        digits[i] = static_cast<char>(text[i]);
-    }
-    ParameterValue value;
-    if (ReadsAs({digits, text.size()}, &value.integer)) {
-        value.type = ValueType::kInteger;
-    } else if (ReadsAs({digits, text.size()}, &value.number)) {
-        value.type = ValueType::kDouble;
-    } else {
-        return std::nullopt;
-    }
-    return value;
+    const std::string_view digits(characters, text.size());
+    const bool isInteger = ReadsAs(digits, &value->integer);
+    value->type = isInteger ? ValueType::kInteger : ValueType::kDouble;
+    return isInteger || ReadsAs(digits, &value->number);
 }
 
 template <class Number>
-void AppendNumber(Number number, std::wstring* text) {
-    char digits[kLongestNumber];
-    const std::string_view written(digits, std::to_chars(digits, digits + sizeof digits, number).ptr);
-    AppendASCII(written, text);
+bool WriteNumber(Number number, IString& text) noexcept {
+    char characters[kLongestNumber];
+    const char* const end = std::to_chars(characters, characters + sizeof characters, number).ptr;
+    WideDigits digits(characters, end);
     // "inf" and "nan" have an 'n'. Digits alone would read back as an integer.
-    if (std::is_floating_point_v<Number> && written.find_first_of(".en") == written.npos) {
-        *text += L".0";
+    const auto marksDouble = [](char c) { return c == '.' || c == 'e' || c == 'n'; };
+    if (std::is_floating_point_v<Number> && std::none_of(static_cast<const char*>(characters), end, marksDouble)) {
+        digits.Add(L'.');
+        digits.Add(L'0');
     }
+    return Succeeded(text.SetText(digits.length, digits.characters));
 }
 
+constexpr bool IsBlank(wchar_t c) noexcept { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
+
 std::wstring_view Trimmed(tagREFString text) noexcept {
-    const std::wstring_view all(text.text, text.length > 0 ? static_cast<std::size_t>(text.length) : 0);
-    const std::size_t first = all.find_first_not_of(kBlanks);
-    return first == std::wstring_view::npos ? std::wstring_view()
-                                            : all.substr(first, all.find_last_not_of(kBlanks) - first + 1);
+    const wchar_t* first = text.text;
+    const wchar_t* last = first + std::max(text.length, 0);
+    while (first != last && IsBlank(*first)) {
+        ++first;
+    }
+    while (first != last && IsBlank(last[-1])) {
+        --last;
+    }
+    return {first, static_cast<std::size_t>(last - first)};
 }
 
 bool ReadString(IUnknown* carrier, ValueType type, ParameterValue* value) noexcept {
@@ -195,38 +211,31 @@ SmartPtr<IUnknown> MakeItem(const ParameterValue& value) noexcept {
     return item;
 }
 
-void AppendText(const ParameterValue& value, std::wstring* text) {
+bool WriteText(const ParameterValue& value, IString& text) noexcept {
     switch (value.type) {
         case ValueType::kInteger:
-            return AppendNumber(value.integer, text);
+            return WriteNumber(value.integer, text);
         case ValueType::kDouble:
-            return AppendNumber(value.number, text);
+            return WriteNumber(value.number, text);
         case ValueType::kVariantText:
-            return AppendQuoted(value.text, L'"', text);
+            return WriteQuoted(value.text, kVariantQuote, text);
         case ValueType::kStringText:
-            return AppendQuoted(value.text, L'\'', text);
+            return WriteQuoted(value.text, kStringQuote, text);
         case ValueType::kNone:
-            *text += kNothing;
+            break;
     }
+    return Succeeded(text.SetText(kNothing.length, kNothing.text));
 }
 
-ParameterValue FromText(tagREFString text, std::wstring* storage) {
-    const std::wstring_view trimmed = Trimmed(text);
-    if (trimmed == kNothing) {
-        return {};
-    }
-    if (const auto number = ReadNumber(trimmed)) {
-        return *number;
-    }
+SmartPtr<IUnknown> ItemFromText(tagREFString text) {
     ParameterValue value;
-    value.type = ValueType::kStringText;
-    const bool variantText = trimmed.starts_with(L'"');
-    if (auto plain = variantText || trimmed.starts_with(L'\'') ? Unquoted(trimmed) : std::nullopt) {
-        value.type = variantText ? ValueType::kVariantText : ValueType::kStringText;
-        *storage = std::move(*plain);
-    } else {
-        storage->assign(trimmed);
+    const std::wstring_view trimmed = Trimmed(text);
+    if (Text(trimmed) == kNothing || ReadNumber(trimmed, &value)) {
+        return MakeItem(value);
     }
-    value.text = {static_cast<int>(storage->size()), storage->data()};
-    return value;
+    const bool isVariant = trimmed.starts_with(L'"');
+    const auto plain = isVariant || trimmed.starts_with(L'\'') ? Unquoted(trimmed) : std::nullopt;
+    value.type = isVariant && plain ? ValueType::kVariantText : ValueType::kStringText;
+    value.text = Text(plain ? *plain : trimmed);
+    return MakeItem(value);
 }

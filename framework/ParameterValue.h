@@ -26,7 +26,7 @@ bool ReadItem(IUnknown* item, ParameterValue* value) noexcept;
 /// A new item that carries the value; empty without memory.
 SmartPtr<IUnknown> MakeItem(const ParameterValue& value) noexcept;
 
-/// Appends the value as text that reads back exactly:
+/// Replaces a string by the value's text, which reads back exactly; false without memory:
 ///
 ///     none              nothing is held
 ///     -12               an integer
@@ -36,8 +36,8 @@ SmartPtr<IUnknown> MakeItem(const ParameterValue& value) noexcept;
 ///     'text'            the text of a string object
 ///
 /// A NaN keeps its sign and no more.
-void AppendText(const ParameterValue& value, std::wstring* text);
+bool WriteText(const ParameterValue& value, IString& text) noexcept;
 
-/// Reads such a text back. Blanks around it are ignored, and a text that has none of these forms is that
-/// of a string object. `storage` holds the text of the value, if any.
-ParameterValue FromText(tagREFString text, std::wstring* storage);
+/// A new item that carries what such a text stands for; empty without memory. Blanks around it are ignored, and a text
+/// that has none of these forms is that of a string object.
+SmartPtr<IUnknown> ItemFromText(tagREFString text);

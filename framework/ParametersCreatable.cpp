@@ -52,14 +52,18 @@ Result CParametersCreatable::Add(IString* name, IUnknown* value, int reserved, i
         return Misuse("INamedCollection::Add", "the third argument is not 0");
     }
     return Guarded("INamedCollection::Add", [&] {
-        ParameterEntry entry;
-        if (!CopyText(*name, entry.name)) {
+        tagREFString text{0, nullptr};
+        if (Failed(name->GetText(&text.text, &text.length))) {
+            return E_FAIL;
+        }
+        MakeRoom(&m_entries);
+        ParameterEntry& entry = m_entries.emplace_back();
+        if (!entry.name.Assign(text.text, text.length)) {
+            m_entries.pop_back();
             return E_FAIL;
         }
         entry.item = SmartPtr<IUnknown>::Share(value);
         entry.presentationKind = presentationKind;
-        MakeRoom(&m_entries);
-        m_entries.push_back(std::move(entry));
         return S_OK;
     });
 }
@@ -98,13 +102,9 @@ Result SaveElements(const ParameterEntries& entries, IXMLStream& stream) {
     if (!name || !value) {
         return E_FAIL;
     }
-    std::wstring text;
     for (std::size_t i = 0; i < entries.size(); ++i) {
         const tagREFString nameText = entries[i].name;
-        text.clear();
-        AppendText(values[i], &text);
-        if (Failed(name->SetText(nameText.length, nameText.text)) ||
-            Failed(value->SetText(static_cast<int>(text.size()), text.data())) ||
+        if (Failed(name->SetText(nameText.length, nameText.text)) || !WriteText(values[i], *value) ||
             Failed(stream.WriteValue(name.Get(), 0, value.Get(), 0))) {
             return E_FAIL;
         }
@@ -139,9 +139,8 @@ Result AddElement(tagREFString name, tagREFString text, IUnknown* child, Paramet
         return S_OK;
     }
     MakeRoom(entries);
-    std::wstring storage;
     ParameterEntry& entry = entries->emplace_back();
-    entry.item = MakeItem(FromText(text, &storage));
+    entry.item = ItemFromText(text);
     return entry.item && entry.name.Assign(name.text, name.length) ? S_OK : E_FAIL;
 }
 

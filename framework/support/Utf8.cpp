@@ -3,20 +3,10 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <type_traits>
+
+#include "framework/support/PlainText.h"
 
 namespace {
-
-// Copies characters as they are and says whether that was right: most texts are ASCII from end to end.
-template <class From, class To>
-bool CopiesAsASCII(const From* from, std::size_t count, To* to) noexcept {
-    From bits = 0;
-    for (std::size_t i = 0; i < count; ++i) {
-        bits |= from[i];
-        to[i] = static_cast<To>(from[i]);
-    }
-    return static_cast<std::make_unsigned_t<From>>(bits) < 0x80;
-}
 
 constexpr char32_t kReplacement = 0xFFFD;
 
@@ -67,7 +57,7 @@ bool AppendUtf8(tagREFString text, std::string* utf8) {
     const auto length = static_cast<std::size_t>(std::max(text.length, 0));
     const std::size_t start = utf8->size();
     utf8->resize(start + length);
-    if (CopiesAsASCII(text.text, length, utf8->data() + start)) {
+    if (CopyPlain(text.text, length, utf8->data() + start)) {
         return true;
     }
     utf8->resize(start);
@@ -96,20 +86,15 @@ std::string ToUtf8(tagREFString text) {
     return utf8;
 }
 
-void FromUtf8(std::string_view utf8, std::wstring* text) {
-    text->resize(utf8.size());  // A character takes a byte or more.
-    if (CopiesAsASCII(utf8.data(), utf8.size(), text->data())) {
-        return;
-    }
-    text->clear();
-    while (!utf8.empty()) {
-        *text += static_cast<wchar_t>(TakeCharacter(&utf8));
-    }
-}
-
 std::wstring FromUtf8(std::string_view utf8) {
-    std::wstring text;
-    FromUtf8(utf8, &text);
+    std::wstring text(utf8.size(), L'\0');  // A character takes a byte or more.
+    if (CopyPlain(utf8.data(), utf8.size(), text.data())) {
+        return text;
+    }
+    text.clear();
+    while (!utf8.empty()) {
+        text += static_cast<wchar_t>(TakeCharacter(&utf8));
+    }
     return text;
 }
 

@@ -11,9 +11,6 @@ bool AppendUtf8(tagREFString text, std::string* utf8);
 
 /// UTF-8 as a wide text; a byte that is not part of a character becomes U+FFFD.
 std::wstring FromUtf8(std::string_view utf8);
-/// The same into a text at hand, whose room is used again. It keeps what it held when there is no memory.
-void FromUtf8(std::string_view utf8, std::wstring* text);
-
 /// A text as UTF-8; what is no character ends it.
 std::string ToUtf8(tagREFString text);
 

@@ -1,10 +1,11 @@
 #include "framework/support/XMLStream.h"
 
 #include <algorithm>
-#include <cstring>
+#include <string_view>
 #include <utility>
 
 #include "framework/FrameworkComponent.h"
+#include "framework/support/PlainText.h"
 #include "framework/support/Utf8.h"
 
 class CXMLStream;
@@ -14,7 +15,7 @@ inline const tagREFString IObjectInfoImpl<CXMLStream>::m_ObjectName = Text(L"XML
 namespace {
 
 // The element that carries a name in an attribute.
-constexpr const char* kUnnamedElement = "value";
+constexpr std::string_view kUnnamedElement = "value";
 constexpr const char* kNameAttribute = "name";
 
 constexpr bool IsLetter(char c) noexcept { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_'; }
@@ -24,7 +25,7 @@ constexpr bool IsNameCharacter(char c) noexcept {
 
 // Whether a name can stand as that of an element. Names beyond ASCII stand in the attribute: which of
 // their characters XML takes is a long list.
-bool IsElementName(const std::string& name) noexcept {
+bool IsElementName(std::string_view name) noexcept {
     return !name.empty() && IsLetter(name.front()) && std::all_of(name.begin(), name.end(), IsNameCharacter);
 }
 
@@ -37,21 +38,64 @@ bool CanStandInXML(tagREFString text) noexcept {
     });
 }
 
-// A string as UTF-8; false when it does not give its text or XML cannot hold it.
-bool TextOf(IString& string, std::string* utf8) {
-    tagREFString text{0, nullptr};
-    return Succeeded(string.GetText(&text.text, &text.length)) && CanStandInXML(text) && AppendUtf8(text, utf8);
-}
+// The text of a string in UTF-8, terminated. Most are short and plain, and stand inside it.
+class DocumentText {
+  public:
+    // False when the string does not give its text or XML cannot hold it.
+    bool Read(IString& string) {
+        tagREFString text{0, nullptr};
+        if (Failed(string.GetText(&text.text, &text.length))) {
+            return false;
+        }
+        const auto length = static_cast<std::size_t>(std::max(text.length, 0));
+        if (length < sizeof m_short && CopyPlain(text.text, length, m_short)) {
+            m_short[length] = '\0';
+            m_text = {m_short, length};
+            return true;
+        }
+        const bool read = CanStandInXML(text) && AppendUtf8(text, &m_long);
+        m_text = m_long;
+        return read;
+    }
+    std::string_view Get() const noexcept { return m_text; }
 
-const char* NameOf(pugi::xml_node element) noexcept {
-    const char* const name = element.name();
-    const auto attribute =
-        std::strcmp(name, kUnnamedElement) == 0 ? element.attribute(kNameAttribute) : pugi::xml_attribute();
+  private:
+    char m_short[64];
+    std::string m_long;
+    std::string_view m_text;
+};
+
+// A text of the document as it is handed out, kept for the receiver until the next. Most stand inside it.
+class HandedText {
+  public:
+    void Take(std::string_view utf8) {
+        if (utf8.size() <= std::size(m_short) && CopyPlain(utf8.data(), utf8.size(), m_short)) {
+            m_text = {static_cast<int>(utf8.size()), m_short};
+            return;
+        }
+        m_long = FromUtf8(utf8);
+        m_text = Text(m_long);
+    }
+    tagREFString Get() const noexcept { return m_text; }
+
+  private:
+    wchar_t m_short[32];
+    std::wstring m_long;
+    tagREFString m_text{0, m_short};
+};
+
+std::string_view NameOf(pugi::xml_node element) noexcept {
+    const std::string_view name = element.name();
+    if (name != kUnnamedElement) {
+        return name;
+    }
+    const pugi::xml_attribute attribute = element.attribute(kNameAttribute);
     return attribute ? attribute.value() : name;
 }
 
+// The first element of a node and its next siblings, or none.
 pugi::xml_node FirstElementFrom(pugi::xml_node node) noexcept {
-    while (node && node.type() != pugi::node_element) {
+    while (node.type() != pugi::node_element && node.type() != pugi::node_null) {
         node = node.next_sibling();
     }
     return node;
@@ -61,7 +105,8 @@ pugi::xml_node FirstElementFrom(pugi::xml_node node) noexcept {
 
 class CXMLStream final : public FrameworkComponent<CXMLStream, IDataStream, IXMLStream, IString> {
   public:
-    using Answers = InterfaceMap<IObjectInfo, IDataStream, IXMLStream, IString>;
+    // The one that is asked for most comes first.
+    using Answers = InterfaceMap<IXMLStream, IDataStream, IString, IObjectInfo>;
 
     CXMLStream(XMLDocument document, pugi::xml_node element) noexcept
         : m_document(std::move(document)), m_element(element) {}
@@ -74,18 +119,19 @@ class CXMLStream final : public FrameworkComponent<CXMLStream, IDataStream, IXML
             return Misuse("IXMLStream::WriteValue", "the second or last argument is not 0");
         }
         return Guarded("IXMLStream::WriteValue", [&] {
-            std::string nameText;
-            m_written.clear();
-            if (!TextOf(*name, &nameText) || !TextOf(*value, &m_written)) {
+            DocumentText nameText;
+            DocumentText valueText;
+            if (!nameText.Read(*name) || !valueText.Read(*value)) {
                 return E_INVALIDARG;
             }
-            const bool named = IsElementName(nameText);
-            pugi::xml_node element = m_element.append_child(named ? nameText.c_str() : kUnnamedElement);
-            if (element && !named) {
-                element.append_attribute(kNameAttribute).set_value(nameText.c_str());
+            const bool named = IsElementName(nameText.Get());
+            pugi::xml_node element = m_element.append_child(named ? nameText.Get().data() : kUnnamedElement.data());
+            if (!named) {
+                element.append_attribute(kNameAttribute).set_value(nameText.Get().data());
             }
+            const std::string_view text = valueText.Get();
             const bool written =
-                m_written.empty() || element.append_child(pugi::node_pcdata).set_value(m_written.c_str());
+                text.empty() || element.append_child(pugi::node_pcdata).set_value(text.data(), text.size());
             return element && written ? S_OK : E_FAIL;
         });
     }
@@ -100,8 +146,8 @@ class CXMLStream final : public FrameworkComponent<CXMLStream, IDataStream, IXML
             const pugi::xml_node next =
                 FirstElementFrom(m_current ? m_current.next_sibling() : m_element.first_child());
             if (next) {
-                FromUtf8(NameOf(next), &m_name);
-                *name = Text(m_name);
+                m_name.Take(NameOf(next));
+                *name = m_name.Get();
             }
             m_current = next;
             return next ? S_OK : E_FAIL;
@@ -115,7 +161,7 @@ class CXMLStream final : public FrameworkComponent<CXMLStream, IDataStream, IXML
         }
         *child = nullptr;
         return Guarded("IXMLStream::OpenChild", [&] {
-            const pugi::xml_node element = m_current && name == Text(m_name) ? m_current : FindChild(name);
+            const pugi::xml_node element = m_current && name == m_name.Get() ? m_current : FindChild(name);
             if (!element) {
                 return E_FAIL;
             }
@@ -135,16 +181,17 @@ class CXMLStream final : public FrameworkComponent<CXMLStream, IDataStream, IXML
         *text = nullptr;
         *length = 0;
         return Guarded("IString::GetText", [&] {
-            FromUtf8(m_element.text().get(), &m_text);
-            *text = m_text.data();
-            *length = static_cast<int>(m_text.size());
+            m_text.Take(m_element.child_value());
+            const tagREFString taken = m_text.Get();
+            *text = taken.text;
+            *length = taken.length;
             return S_OK;
         });
     }
 
     Result SetText(int length, const wchar_t* text) noexcept override { return ReplaceText("", length, text); }
     Result Append(int count, const wchar_t* characters) noexcept override {
-        return ReplaceText(m_element.text().get(), count, characters);
+        return ReplaceText(m_element.child_value(), count, characters);
     }
 
   private:
@@ -193,11 +240,8 @@ class CXMLStream final : public FrameworkComponent<CXMLStream, IDataStream, IXML
     pugi::xml_node m_current;
     // The child that was opened last.
     SmartPtr<CXMLStream> m_child;
-    // What was handed out last, kept for the receiver.
-    std::wstring m_name;
-    std::wstring m_text;
-    // What was written last: its room serves the next.
-    std::string m_written;
+    HandedText m_name;
+    HandedText m_text;
 };
 
 SmartPtr<IDataStream> MakeXMLStream(XMLDocument document, pugi::xml_node element) noexcept {
