@@ -47,10 +47,23 @@ bool ReadNumber(IUnknown* item, int* value) noexcept {
     return true;
 }
 
+// Whether anyone holds a reference beside the one of the caller.
+bool IsShared(IUnknown& object) noexcept {
+    object.AddRef();
+    return object.Release() != 1;
+}
+
 }  // namespace
 
 // ---------------------------------------------------------------------------------------------------
 // Writing a list
+
+bool ParameterWriter::SetName(tagREFString name) noexcept {
+    if (!m_name || IsShared(*m_name)) {
+        m_name = CREFString::CreateString();
+    }
+    return m_name && Succeeded(m_name->SetText(name.length, name.text));
+}
 
 template <class Store>
 void ParameterWriter::AddVariant(tagREFString name, int presentationKind, Store store) noexcept {
@@ -58,13 +71,12 @@ void ParameterWriter::AddVariant(tagREFString name, int presentationKind, Store 
         return;
     }
     const SmartPtr<IVariant> variant = CREFString::CreateVariant();
-    const SmartPtr<IString> nameString = CreateStringOf(name);
-    if (!variant || !nameString) {
+    if (!variant || !SetName(name)) {
         m_complete = false;
         return;
     }
     store(*variant);
-    m_list->Add(nameString.Get(), variant.Get(), 0, presentationKind);
+    m_list->Add(m_name.Get(), variant.Get(), 0, presentationKind);
 }
 
 void ParameterWriter::Add(tagREFString name, double value, int presentationKind) noexcept {
