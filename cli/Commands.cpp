@@ -41,6 +41,8 @@ void AddForceOption(CLI::App& command, bool& force) {
     command.add_flag("--force", force, "Replace a file that is not of the kind that the command writes");
 }
 
+UserPath FileOf(const UserPath& image) { return {ImageName(image).file.string()}; }
+
 void Edit(const Session& session, const UserPath& set, const EditOptions& options,
           const std::function<void(RoiSet&)>& edit) {
     EditOptions named = options;

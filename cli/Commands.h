@@ -91,6 +91,9 @@ void AddEditOptions(CLI::App& command, EditOptions& options);
 /// The option --force of a command that writes a file; see CheckOutput.
 void AddForceOption(CLI::App& command, bool& force);
 
+/// Where an image lies that may be named with a page, as a command must know before it writes; see CheckOutput.
+UserPath FileOf(const UserPath& image);
+
 /// Edits the file of a set in the name of the command as it was typed, and warns of what the file does not keep.
 void Edit(const Session& session, const UserPath& set, const EditOptions& options,
           const std::function<void(RoiSet&)>& edit);

@@ -46,7 +46,8 @@ OverlayOptions OverlayOf(const DrawOptions& options, const RoiSet& set) {
 
 void Run(const DrawOptions& options) {
     CheckOverlayEnding(options.output);
-    CheckOutput(options.output, {options.set, options.image}, {FileKind::image, FileKind::drawing}, options.force);
+    CheckOutput(options.output, {options.set, FileOf(options.image)}, {FileKind::image, FileKind::drawing},
+                options.force);
     const Session session;
     const RoiSet set = RoiSet::Load(session, options.set);
     ImageFile file(options.image);

@@ -49,7 +49,8 @@ void Run(const HistogramOptions& options) {
     const bool plotting = !options.plot.Typed().empty();
     if (plotting) {
         CheckPlotEnding(options.plot);
-        CheckOutput(options.plot, {options.set, options.image}, {FileKind::image, FileKind::drawing}, options.force);
+        CheckOutput(options.plot, {options.set, FileOf(options.image)}, {FileKind::image, FileKind::drawing},
+                    options.force);
     }
     const Session session;
     const RoiSet set = RoiSet::Load(session, options.set);

@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "cli/Commands.h"
+#include "host/base/OutputCheck.h"
 #include "host/figures/Session.h"
 #include "host/images/Image.h"
 #include "host/measure/Labels.h"
@@ -25,14 +26,18 @@ struct LabelsOptions {
     UserPath set;
     UserPath image;
     UserPath output;
+    bool force = false;
     PixelOptions pixels;
 };
 
 void Run(const LabelsOptions& options) {
     CheckImageEnding(options.output);
+    CheckOutput(options.output, {options.set, FileOf(options.image)}, {FileKind::image}, options.force);
     const Session session;
     const RoiSet set = RoiSet::Load(session, options.set);
-    const PixelSize size = ImageFile(options.image).Page().size;
+    const ImageFile file(options.image);
+    WarnAll(options.image, WarningsOf(options.image, file));
+    const PixelSize size = file.Page().size;
     const LabelImage labels = LabelsOf(Regions(set, options.pixels.Rule()).In(size), size);
     SaveImage("labels", options.output, labels.image.View());
     for (std::size_t i = 0; i < labels.taken.size(); ++i) {
@@ -54,6 +59,7 @@ void AddLabelsCommand(CLI::App& roi) {
     AddArgument(command, "IMAGE", options->image, "The image that gives the size");
     command.add_option("-o,--output", options->output, "The labels to write, .tif or .png")->required();
     options->pixels.AddTo(command, PixelOptions::kWhole);
+    AddForceOption(command, options->force);
     command.callback([options] { Run(*options); });
 }
 

@@ -114,7 +114,7 @@ void Run(const ProfileOptions& options) {
     const bool plotting = !options.plot.Typed().empty();
     if (plotting) {
         CheckPlotEnding(options.plot);
-        CheckOutput(options.plot, {options.set, options.images.front()}, {FileKind::image, FileKind::drawing},
+        CheckOutput(options.plot, {options.set, FileOf(options.images.front())}, {FileKind::image, FileKind::drawing},
                     options.force);
     }
     const Session session;

@@ -154,6 +154,9 @@ TEST_F(Sharing, AnOutputReplacesNeitherAnInputNorAStrangersFile) {
     WriteBytes("letter.png", "Dear all,");
     const std::string image = Bytes("i.pgm");
     ExpectRefused({"draw", "a.roi", "i.pgm", "-o", "link.png", "--force"}, "output is an input: link.png: ");
+    ExpectRefused({"draw", "a.roi", "i.pgm:1", "-o", "link.png"}, "output is an input: link.png: ");
+    ExpectRefused({"labels", "a.roi", "i.pgm", "-o", "link.png"}, "output is an input: link.png: ");
+    ExpectRefused({"labels", "a.roi", "i.pgm", "-o", "letter.png"}, "another file is there: letter.png: ");
     ExpectRefused({"mask", "a.roi", "spot", "-o", "hard.png", "--force"}, "output is an input: hard.png: ");
     ExpectRefused({"profile", "a.roi", "p", "i.pgm", "-o", "link.png"}, "output is an input: link.png: ");
     ExpectRefused({"convert", "a.roi", "./a.roi"}, "output is an input: ./a.roi: ");
