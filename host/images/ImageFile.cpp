@@ -47,12 +47,12 @@ constexpr Signature kSignatures[] = {
     {Format::jpeg2000, "JPEG 2000", kRareCodecs, "\xFF\x4F\xFF\x51"sv},
     {Format::fits, "FITS", kRareCodecs, "SIMPLE  ="sv},
     {Format::openExr, "OpenEXR", kRareCodecs, "v/1\x01"sv},
-    {Format::pnm, "PNM", kRareCodecs, "P1"sv},
-    {Format::pnm, "PNM", kRareCodecs, "P2"sv},
-    {Format::pnm, "PNM", kRareCodecs, "P3"sv},
-    {Format::pnm, "PNM", kRareCodecs, "P4"sv},
-    {Format::pnm, "PNM", kRareCodecs, "P5"sv},
-    {Format::pnm, "PNM", kRareCodecs, "P6"sv},
+    {Format::pnm, "PNM", kOwnCodecs, "P1"sv},
+    {Format::pnm, "PNM", kOwnCodecs, "P2"sv},
+    {Format::pnm, "PNM", kOwnCodecs, "P3"sv},
+    {Format::pnm, "PNM", kOwnCodecs, "P4"sv},
+    {Format::pnm, "PNM", kOwnCodecs, "P5"sv},
+    {Format::pnm, "PNM", kOwnCodecs, "P6"sv},
     {Format::bmp, "BMP", kRareCodecs, "BM"sv},
 };
 
@@ -176,18 +176,28 @@ struct ImageFile::Parts {
     std::unique_ptr<FileReader> reader;
 };
 
-ImageFile::ImageFile(const ImageName& name, Damage damage)
-    : m_parts(std::make_unique<Parts>()), m_typed(name.path.Typed()), m_named(name.page), m_damage(damage) {
+// What a body gives; whatever it throws becomes an error that names the file.
+template <class Body>
+auto ImageFile::Named(const Body& body) const {
     try {
-        m_parts->file = Opened(name.file);
-        Open();
+        return body();
     } catch (const Error&) {
         throw;
     } catch (const std::system_error& failure) {
         throw Error(kUnreadable, m_typed, failure.what(), KindOf(failure.code().value()));
-    } catch (const std::runtime_error& failure) {
+    } catch (const std::bad_alloc&) {
+        throw Unreadable("out of memory");
+    } catch (const std::exception& failure) {
         throw Unreadable(failure.what());
     }
+}
+
+ImageFile::ImageFile(const ImageName& name, Damage damage)
+    : m_parts(std::make_unique<Parts>()), m_typed(name.path.Typed()), m_named(name.page), m_damage(damage) {
+    Named([&] {
+        m_parts->file = Opened(name.file);
+        Open();
+    });
     if (m_named && *m_named > m_pages) {
         throw Unreadable(fmt::format("it has {} {}", m_pages, m_pages == 1 ? "page" : "pages"));
     }
@@ -253,11 +263,7 @@ std::vector<int> ImageFile::Wanted(const PageSelection& selection) const {
 
 void ImageFile::Turn(int page) {
     m_next = 0;
-    try {
-        m_page = m_parts->reader->Turn(page - 1);
-    } catch (const std::runtime_error& failure) {
-        throw Unreadable(failure.what());
-    }
+    m_page = Named([&] { return m_parts->reader->Turn(page - 1); });
     CheckFault();
     if (m_page.size.IsEmpty() || IsTooLarge(m_page)) {
         throw Unreadable(fmt::format("{} x {} pixels of {} channels are {}", m_page.size.width, m_page.size.height,
@@ -272,7 +278,7 @@ bool ImageFile::Go(int row) {
 }
 
 bool ImageFile::ReadRow(std::byte* row) {
-    const bool isRead = m_parts->reader->ReadRow(row);
+    const bool isRead = Named([&] { return m_parts->reader->ReadRow(row); });
     CheckFault();
     m_next += isRead ? 1 : 0;
     return isRead;
@@ -291,7 +297,7 @@ int ImageFile::ReadRows(int count, std::byte* rows) {
 Image ImageFile::Read() { return Read({0, m_next, m_page.size.width, m_page.size.height - m_next}); }
 
 Image ImageFile::Read(const PixelRect& box) {
-    Raster pixels({box.width, box.height}, m_page.channels, m_page.depth);
+    Raster pixels = Named([&] { return Raster({box.width, box.height}, m_page.channels, m_page.depth); });
     const bool isWhole = box.width == m_page.size.width;
     std::vector<std::byte> row(isWhole && box.top == m_next ? 0 : m_page.RowBytes());
     const std::size_t left =

@@ -97,6 +97,8 @@ class ImageFile {
 
     ImageFile(std::unique_ptr<Parts> parts, std::string typed);
     void Open();
+    template <class Body>
+    auto Named(const Body& body) const;
     Error Unreadable(std::string_view why) const;
     void CheckFault();
     bool ReadRow(std::byte* row);

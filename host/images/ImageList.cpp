@@ -68,6 +68,9 @@ ImageList::ImageList(std::vector<UserPath> images, UserPath list, Shard shard, P
     }
     if (m_lines != nullptr) {
         SkipMark(*m_lines);
+        if (m_lines->bad()) {
+            throw UnreadableList(m_list, errno);
+        }
     }
 }
 

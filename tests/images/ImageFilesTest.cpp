@@ -110,6 +110,14 @@ TEST_F(ImageFiles, OfEveryKindHoldWhatTheToolsOfOthersStored) {
         {"bits.png", "$convert bits.tif -depth 1 bits.png", Depth::u8, {1}},
         {"c.bmp", "$convert c.tif c.bmp", Depth::u8, kColour},
         {"c.ppm", "$convert c.tif c.ppm", Depth::u8, kColour},
+        {"plain.ppm", "$convert c.tif -compress none plain.ppm", Depth::u8, kColour},
+        {"bits.pbm", "$convert bits.tif bits.pbm", Depth::u8, {0}},
+        {"bits.pgm", "$printf 'P1 13 9 #\\n%0102d111%012d' 0 0 > bits.pgm", Depth::u8, {1}},
+        {"12.pgm",
+         "open(f, \"wb\").write(b\"P5\\n13 9 4095\\n\" + (301*x+y).astype(\">u2\").tobytes())",
+         Depth::u16,
+         {3318}},
+        {"12.jp2", "$convert bits.tif -depth 12 -quality 0 12.jp2", Depth::u16, {4095}},
         {"c.gif", "$convert c.tif c.gif", Depth::u8, kColour},
         {"c.webp", "$convert c.tif -define webp:lossless=true c.webp", Depth::u8, kColour},
         {"c.jp2", "$convert c.tif -quality 0 -define jp2:rate=1 c.jp2", Depth::u8, kColour},
@@ -263,7 +271,16 @@ TEST_F(ImageFiles, ThatAreNoneAreRefusedByName) {
         {"text", "not an image of a known format (PNG, JPEG, TIFF, "},
         {"%!PS-Adobe-3.0 EPSF-3.0\n%%BoundingBox: 0 0 9 9\n", "not an image of a known format"},
         {"<svg xmlns='http://www.w3.org/2000/svg' width='9' height='9'/>", "not an image of a known format"},
-        {"P5\n2000000 2000000\n255\n", ""},
+        {"P5\n2000000 2000000\n255\n", "2000000 x 2000000 pixels of 1 channels are too many"},
+        {"P5\n@3 2\n255\n", "it has something else where a number belongs"},
+        {"P2\n2 2\n255\n1 x 3 4", "it has something else where a number belongs"},
+        {"P2\n2 2\n255\n1 2 3", "the file is cut short"},
+        {"P2\n2 2\n9\n1 2 3 10\n", "it has a value above the largest that it names"},
+        {"P2\n2 2\n65536\n1 2 3 4", "its values are of an unknown kind"},
+        {std::string("\xFF\x4F\xFF\x51\0\x29\0\0\0\0\0\x0D\0\0\0\x09\0\0\0\2", 20) + std::string(30, '\0'),
+         "its first pixel is not at the origin of its grid"},
+        {std::string("v/1\1\2\0\0\0channels\0chlist\0\x13\0\0\0Z\0\1", 33) + std::string(40, '\0'),
+         "it has neither colours (channels R, G and B) nor grey (Y)"},
         {std::string("\x89PNG\r\n\x1A\n\0\0\0\x0DIHDR\0\x0F\0\0\0\x0F\0\0\x08\0\0\0\0\xE1\x93\xF4\x0F", 33), ""},
         {std::string("II*\0\x08\0\0\0\0\0", 10), ""},
     };
@@ -301,6 +318,24 @@ TEST_F(ImageFiles, TellTheirResolutionAndAnOrientationThatIsNotFollowed) {
         ASSERT_EQ(page.warnings.size(), 1U) << file;
         EXPECT_TRUE(page.warnings[0].starts_with("its orientation tag (6) is not followed")) << page.warnings[0];
         EXPECT_GT(page.size.width, page.size.height);
+    }
+}
+
+TEST_F(ImageFiles, TellWhatOfThemIsNotRead) {
+    if (!Runs("/usr/bin/python3 -c 'import tifffile'")) {
+        GTEST_SKIP() << "tifffile is not installed";
+    }
+    SaveImage("picture", UserPath(File("moves.png")), Noisy().View());
+    std::string animation = Bytes("moves.png");
+    animation.insert(33, std::string("\0\0\0\x08"
+                                     "acTL\0\0\0\2\0\0\0\0\xF3\x8D\x93\x70",
+                                     20));
+    WriteBytes("moves.png", animation);
+    ASSERT_TRUE(Runs(kNumpy + std::string("t.imwrite(\"stack.tif\", c[..., 0], metadata=None, "
+                                          "description=\"ImageJ=1.53\\nimages=300\\nslices=300\\n\")'")));
+    for (const auto& [file, warning] : {std::pair("moves.png", "it is an animation: its first image alone is read"),
+                                        {"stack.tif", "ImageJ has put 300 images into it, of which 1 can be read"}}) {
+        EXPECT_EQ(ImageFile(UserPath(File(file))).Page().warnings, std::vector<std::string>{warning}) << file;
     }
 }
 

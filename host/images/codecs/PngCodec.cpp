@@ -91,6 +91,7 @@ void PngReader::ReadHeader() {
     // Chunks that change no value cannot damage one; that they are whole is checked all the same.
     png_set_keep_unknown_chunks(m_png, PNG_HANDLE_CHUNK_NEVER, nullptr, -1);
     png_set_keep_unknown_chunks(m_png, PNG_HANDLE_CHUNK_AS_DEFAULT, reinterpret_cast<png_const_bytep>("pHYs\0eXIf"), 2);
+    png_set_keep_unknown_chunks(m_png, PNG_HANDLE_CHUNK_ALWAYS, reinterpret_cast<png_const_bytep>("acTL"), 1);
     if (m_stored.IsEmpty()) {
         png_init_io(m_png, m_file);
     } else {
@@ -126,6 +127,10 @@ void PngReader::Describe(PageInfo& page) const {
     int unit = PNG_RESOLUTION_UNKNOWN;
     if (png_get_pHYs(m_png, m_info, &x, &y, &unit) != 0 && unit == PNG_RESOLUTION_METER && x > 0 && y > 0) {
         page.pitch = PixelPitch{1.0 / x, 1.0 / y};
+    }
+    png_unknown_chunkp animation = nullptr;
+    if (png_get_unknown_chunks(m_png, m_info, &animation) > 0) {
+        page.warnings.emplace_back("it is an animation: its first image alone is read");
     }
     png_uint_32 length = 0;
     png_bytep exif = nullptr;

@@ -6,9 +6,11 @@
 #include <algorithm>
 #include <bit>
 #include <cmath>
+#include <cstdlib>
 #include <cstring>
 #include <limits>
 #include <stdexcept>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -334,6 +336,18 @@ void TiffReader::SetWarnings(const Layout& layout) {
     }
     if (layout.photometric == PHOTOMETRIC_MINISWHITE) {
         m_page.warnings.emplace_back("its smallest value is white: values are taken as stored");
+    }
+    // Of stacks beyond 4 GiB ImageJ writes the first directory alone, and the other images behind its own.
+    const char* text = nullptr;
+    if (TIFFGetField(m_tiff.get(), TIFFTAG_IMAGEDESCRIPTION, &text) != 1 ||
+        !std::string_view(text).starts_with("ImageJ=")) {
+        return;
+    }
+    const char* const images = std::strstr(text, "\nimages=");
+    const long count = images != nullptr ? std::strtol(std::strchr(images, '=') + 1, nullptr, 10) : 0;
+    if (count > m_pages) {
+        m_page.warnings.push_back("ImageJ has put " + std::to_string(count) + " images into it, of which " +
+                                  std::to_string(m_pages) + " can be read");
     }
 }
 

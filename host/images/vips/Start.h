@@ -17,8 +17,10 @@ inline void StartVips() {
         vips_concurrency_set(1);
         vips_cache_set_max(0);
         // Warnings come as errors where they matter.
-        g_log_set_handler(
-            "VIPS", G_LOG_LEVEL_MASK, [](const char*, GLogLevelFlags, const char*, void*) {}, nullptr);
+        for (const char* domain : {"VIPS", "GLib-GObject", "GModule"}) {
+            g_log_set_handler(
+                domain, G_LOG_LEVEL_MASK, [](const char*, GLogLevelFlags, const char*, void*) {}, nullptr);
+        }
         return true;
     }();
     if (!started) {

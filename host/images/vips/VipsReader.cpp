@@ -3,13 +3,13 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <filesystem>
 #include <memory>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "host/images/FileReader.h"
+#include "host/images/vips/FileHeaders.h"
 #include "host/images/vips/Start.h"
 
 namespace host {
@@ -34,8 +34,6 @@ Loader LoaderOf(Format format) {
             return {"fitsload", false};
         case Format::openExr:
             return {"openexrload", false};
-        case Format::pnm:
-            return {"ppmload", false};
         default:
             return {"magickload", false};
     }
@@ -81,10 +79,8 @@ using Picture = std::unique_ptr<VipsImage, Unreferenced>;
 class VipsReader : public FileReader {
   public:
     VipsReader(Format format, std::FILE* file)
-        : m_format(format),
-          m_loader(LoaderOf(format)),
-          m_path("/proc/self/fd/" + std::to_string(fileno(file))),
-          m_fileBytes(static_cast<std::int64_t>(std::filesystem::file_size(m_path))) {
+        : m_format(format), m_loader(LoaderOf(format)), m_path("/proc/self/fd/" + std::to_string(fileno(file))) {
+        CheckHeader(file);
         m_image = Load(0, VIPS_FAIL_ON_NONE);
     }
 
@@ -95,6 +91,7 @@ class VipsReader : public FileReader {
 
   private:
     Picture Load(int page, VipsFailOn failOn) const;
+    void CheckHeader(std::FILE* file);
     Picture AsStored(Picture picture) const;
     bool PrepareBand();
     void Begin(VipsFailOn failOn);
@@ -102,7 +99,8 @@ class VipsReader : public FileReader {
     Format m_format;
     Loader m_loader;
     std::string m_path;
-    std::int64_t m_fileBytes;
+    int m_shift = 0;
+    std::vector<std::string> m_warnings;
     Picture m_image;
     std::vector<std::byte> m_band;
     std::string m_fault;
@@ -126,16 +124,30 @@ Picture VipsReader::Load(int page, VipsFailOn failOn) const {
     return picture;
 }
 
-// The library gives the alpha of an OpenEXR file from 0 to 255, where the file says 0 to 1.
+void VipsReader::CheckHeader(std::FILE* file) {
+    if (m_format == Format::jpeg2000) {
+        m_shift = ShiftOf(file);
+    } else if (m_format == Format::openExr) {
+        m_warnings = LossesOf(file);
+    }
+}
+
+// The library gives the alpha of an OpenEXR file from 0 to 255, where the file says 0 to 1, and moves the values of
+// JPEG 2000 to the top of their bytes.
 Picture VipsReader::AsStored(Picture picture) const {
     constexpr int kBands = 4;
-    if (m_format != Format::openExr || vips_image_get_bands(picture.get()) != kBands) {
+    VipsImage* stored = nullptr;
+    int failure = 0;
+    if (m_shift > 0) {
+        failure = vips_rshift_const1(picture.get(), &stored, m_shift, nullptr);
+    } else if (m_format == Format::openExr && vips_image_get_bands(picture.get()) == kBands) {
+        const double factors[kBands] = {1.0, 1.0, 1.0, 1.0 / 255.0};
+        const double offsets[kBands] = {};
+        failure = vips_linear(picture.get(), &stored, factors, offsets, kBands, nullptr);
+    } else {
         return picture;
     }
-    const double factors[kBands] = {1.0, 1.0, 1.0, 1.0 / 255.0};
-    const double offsets[kBands] = {};
-    VipsImage* stored = nullptr;
-    if (vips_linear(picture.get(), &stored, factors, offsets, kBands, nullptr) != 0) {
+    if (failure != 0) {
         throw std::runtime_error(LastFault());
     }
     return Picture(stored);
@@ -154,13 +166,10 @@ PageInfo VipsReader::Turn(int page) {
     VipsImage* const image = m_image.get();
     PageInfo info;
     info.size = {vips_image_get_width(image), vips_image_get_height(image)};
-    // The library would go on asking for the rest, pixel by pixel. A bit for each is the least that there can be.
-    if (m_format == Format::pnm && std::int64_t{info.size.width} * info.size.height > 8 * m_fileBytes) {
-        throw std::runtime_error("most of it is missing");
-    }
     info.channels = vips_image_get_bands(image);
     info.depth = DepthOf(vips_image_get_format(image));
-    info.bits = 8 * static_cast<int>(BytesOf(info.depth));
+    info.bits = 8 * static_cast<int>(BytesOf(info.depth)) - m_shift;
+    info.warnings = m_warnings;
     const VipsInterpretation kind = vips_image_get_interpretation(image);
     if (kind == VIPS_INTERPRETATION_CMYK) {
         throw std::runtime_error("its colours are those of inks (CMYK), which are not measured");
@@ -183,6 +192,11 @@ void VipsReader::Begin(VipsFailOn failOn) { m_image = AsStored(Load(m_page, fail
 // opened the file or read before: so it lives here alone.
 bool VipsReader::PrepareBand() {
     constexpr int kBand = 64;
+    if (m_format == Format::gif && m_band.empty()) {
+        // For want of memory the library would end the process: it takes this much, all of it at once.
+        const auto area = static_cast<std::size_t>(VIPS_IMAGE_N_PELS(m_image.get()));
+        ::operator delete(::operator new(4 * area));
+    }
     m_prepared = std::min(m_next + kBand, vips_image_get_height(m_image.get()));
     const VipsRect band{0, m_next, vips_image_get_width(m_image.get()), m_prepared - m_next};
     const std::unique_ptr<VipsRegion, Unreferenced> region(vips_region_new(m_image.get()));
