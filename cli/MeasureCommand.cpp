@@ -69,15 +69,16 @@ struct MeasureOptions {
     bool lenient = false;
 };
 
-std::string Reason(const std::exception_ptr& failure, const UserPath& image) {
+// A failure as an error that names the image.
+Error Reason(const std::exception_ptr& failure, const UserPath& image) {
     try {
         std::rethrow_exception(failure);
     } catch (const Error& error) {
-        return error.what();
+        return error;
     } catch (const std::bad_alloc&) {
-        return Error("cannot measure", image.Typed(), "out of memory").what();
+        return {"cannot measure", image.Typed(), "out of memory"};
     } catch (const std::exception& error) {
-        return Error("cannot measure", image.Typed(), error.what()).what();
+        return {"cannot measure", image.Typed(), error.what()};
     }
 }
 
@@ -112,11 +113,12 @@ Tally WriteRows(Batch& batch, TableStream& table, Progress& progress, ScaleTalk 
         tally.images += outcome->isLast ? 1 : 0;
         if (outcome->failure) {
             progress.Hide();
+            const Error reason = Reason(outcome->failure, outcome->image);
             if (!keepGoing) {
                 table.BreakOff();
-                std::rethrow_exception(outcome->failure);
+                throw reason;
             }
-            Complain(Reason(outcome->failure, outcome->image));
+            Complain(reason.what());
             ++tally.failed;
         } else {
             progress.Hide();
@@ -136,13 +138,15 @@ bool ShowsProgress(TableFormat format) {
     return IsTerminal(STDERR_FILENO) && (format == TableFormat::kText || !IsTerminal(STDOUT_FILENO));
 }
 
-// Whether one of the images has several pages; what cannot be read will be told later.
+// Whether one of the images has several pages; what cannot be read will be told later, and what can be read once only,
+// as a pipe, is left for then.
 bool HasStack(const std::vector<UserPath>& images) {
     return std::any_of(images.begin(), images.end(), [](const UserPath& path) {
         try {
             const ImageName name(path);
-            return !name.page && ImageFile(name, Damage::taken).Pages() > 1;
-        } catch (const Error&) {
+            return !name.page && std::filesystem::is_regular_file(name.file) &&
+                   ImageFile(name, Damage::taken).Pages() > 1;
+        } catch (const std::exception&) {
             return false;
         }
     });

@@ -1,18 +1,15 @@
 #include "host/figures/HostCollection.h"
 
 #include <dlfcn.h>
-#include <elf.h>
 #include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <array>
-#include <vector>
 
 #include "contract/Module.h"
 #include "host/base/Descriptor.h"
 #include "host/base/Error.h"
+#include "host/base/LateModule.h"
 
 namespace host {
 
@@ -25,26 +22,6 @@ struct LateClass {
 };
 constexpr std::array<LateClass, 4> kLateClasses = {
     {{L"CIFImageCANVAS", "CIF"}, {L"CIFGraphics", "CIF"}, {L"Assembly", "Geometry"}, {L"ROIRectangle", "ROI"}}};
-
-// False for a shared object of which a part is missing: to open it would end the process. What is none at all is left
-// to the loader to refuse.
-bool IsWhole(const Descriptor& file) {
-    struct stat status {};
-    Elf64_Ehdr header{};
-    if (fstat(file.Number(), &status) != 0 || pread(file.Number(), &header, sizeof header, 0) != sizeof header ||
-        !std::equal(header.e_ident, header.e_ident + SELFMAG, ELFMAG) || header.e_phentsize != sizeof(Elf64_Phdr)) {
-        return true;
-    }
-    std::vector<Elf64_Phdr> parts(header.e_phnum);
-    const auto bytes = static_cast<ssize_t>(parts.size() * sizeof(Elf64_Phdr));
-    const auto size = static_cast<Elf64_Off>(status.st_size);
-    const auto isCut = [size](const Elf64_Phdr& part) {
-        return part.p_offset > size || part.p_filesz > size - part.p_offset;
-    };
-    return pread(file.Number(), parts.data(), static_cast<std::size_t>(bytes), static_cast<off_t>(header.e_phoff)) ==
-               bytes &&
-           std::none_of(parts.begin(), parts.end(), isCut);
-}
 
 void* Open(const std::string& file) {
     void* const module = dlopen(file.c_str(), RTLD_NOW);

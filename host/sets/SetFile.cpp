@@ -318,7 +318,9 @@ void CheckTexts(const Figure& figure, pugi::xml_node element) {
             const std::string_view text = value.text().get();
             double number = 0.0;
             const auto [end, failure] = std::from_chars(text.data(), text.data() + text.size(), number);
-            if (value.type() == pugi::node_element && (failure != std::errc() || end != text.data() + text.size())) {
+            const bool isOneText = value.first_child() == value.last_child();
+            if (value.type() == pugi::node_element &&
+                (failure != std::errc() || end != text.data() + text.size() || !isOneText)) {
                 Unsound(figure, fmt::format("{} is not a number in plain digits: {}", value.name(), text));
             }
         }

@@ -146,7 +146,7 @@ TEST_F(BatchTest, MistakesAreOneLineAndAFullDiskIsAnError) {
         {{"measure", "s.roi", "i0.png", "--shard", "3/2"}, 2, "not a shard: 3/2: "},
         {{"measure", "s.roi", "i0.png", "--jobs", "0"}, 2, "usage: roi measure: --jobs"},
         {{"measure", "s.roi", "--from", "none.txt"}, 1, "cannot read list: none.txt: No such file"},
-        {{"measure", "s.roi", "--from", "."}, 1, "cannot read list: .: "},
+        {{"measure", "s.roi", "--from", "."}, 1, "cannot read list: .: Is a directory"},
         {{"measure", "none.roi", "i0.png"}, 1, "cannot read set: none.roi: "},
         {{"transform", "s.roi", "--matrix", "1,2,3,4,5"}, 2, "not a matrix: 1,2,3,4,5: "},
         {{"transform", "s.roi", "--matrix", "1,0,0,0,1,0", "dics"}, 1, "unknown figure: dics: the nearest is disc"},
@@ -166,6 +166,16 @@ TEST_F(BatchTest, MistakesAreOneLineAndAFullDiskIsAnError) {
     const RunResult full = Roi(Arguments{"measure", "s.roi", "i0.png", "i1.png", "--keep-going"} + kCsv, "/dev/full");
     EXPECT_EQ(full.exitCode, 1);
     EXPECT_EQ(full.err, "roi: error: cannot write: standard output: No space left on device\n");
+}
+
+TEST_F(BatchTest, APipeIsReadOnce) {
+    AddDiscAndBox();
+    SaveImages(1);
+    const Arguments measure = {BIN_DIR "/roi", "measure", "s.roi",     "/dev/stdin",
+                               "--format",     "csv",     "--columns", "mean"};
+    const RunResult piped =
+        RunProgram(Arguments{"/bin/bash", "-c", "cat i0.png | timeout 20 \"$@\"", "-"} + measure, Folder());
+    EXPECT_EQ(piped.out, Done({"measure", "s.roi", "i0.png", "--format", "csv", "--columns", "mean"})) << piped.err;
 }
 
 // The values of one channel of an image at the pixels of a mask that lies at `origin`, sorted.

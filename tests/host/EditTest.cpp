@@ -125,6 +125,7 @@ TEST_F(Edit, ATextInXMLIsReadAsTheNumberThatItIsOrRefused) {
         for (const auto& [text, value] : {std::pair("3.9e1", "39.0"), {"1e5", "100000.0"}, {"-7.25", "-7.25"}}) {
             EXPECT_EQ(read(type, text), value) << type;
         }
+        EXPECT_TRUE(Has(read(type, "7<!-- -->5"), "CenterX is not a number in plain digits")) << type;
     }
 }
 
@@ -386,6 +387,15 @@ TEST_F(Edit, AMissingModuleIsOneLineInTheLoadersWords) {
         ExpectOneLine(RunProgram({bin / "roi", "classes"}, Folder()), 1,
                       "cannot load module: " + file + ": the file is cut short");
     }
+    // So are those that a command opens when it needs them.
+    const std::filesystem::path bin = Folder() / "late";
+    const std::string program = Install(bin, bin, "");
+    std::filesystem::copy_file(BIN_DIR "/ImageCodecs.so", bin / "ImageCodecs.so");
+    std::filesystem::resize_file(bin / "ImageCodecs.so", 4096);
+    Done({"add", "a.roi", "ROIEllipse", "--name", "a"});
+    WriteBytes("a.pgm", "P2 1 1 255 7");
+    ExpectOneLine(RunProgram({program, "measure", "a.roi", "a.pgm"}, Folder()), 1,
+                  "cannot load module: " + (bin / "ImageCodecs.so").string() + ": the file is cut short");
 }
 
 TEST_F(Edit, AnInstalledProgramFindsItsModules) {

@@ -130,6 +130,15 @@ TEST_F(Hostile, AnImageThatDoesNotFitInMemoryFailsAlone) {
     }
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_GT(alone, 0);
+    // One that fails at once is named, too, whatever library lacks the memory.
+    WriteBytes(
+        "big.gif",
+        std::string("GIF89a\x60\x6D\x60\x6D\x80\0\0\0\0\0\xFF\xFF\xFF,\0\0\0\0\x60\x6D\x60\x6D\0\2\2\x44\1\0;", 35));
+    for (const auto& [image, kib] : {std::pair("big.jpg", "100000"), {"big.gif", "1000000"}}) {
+        const RunResult failed = RunWithin(kib, {"measure", "a.roi", image, "--jobs", "1"});
+        EXPECT_EQ(failed.exitCode, 1) << image;
+        EXPECT_TRUE(Starts(failed.err, std::string("roi: error: cannot read image: ") + image + ": ")) << failed.err;
+    }
 }
 
 }  // namespace
