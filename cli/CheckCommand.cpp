@@ -21,7 +21,7 @@ namespace host::cli {
 
 namespace {
 
-const std::string kDetails =
+constexpr const char* kDetails =
     R"(Loads a build of the module as any host would, knows nothing of it but its contract, and tries it in
 groups, each in a process of its own: a crash or a hang is a failed check, and the other groups go on. What
 fails is told on standard error; standard output has a line for every group and, last, the counts.

@@ -11,7 +11,7 @@ namespace host::cli {
 
 namespace {
 
-const std::string kDetails =
+constexpr const char* kDetails =
     R"(The figure makes the copy itself, as its class does. What a class does not copy, such as the length of a grip, is
 said in a warning. An ellipse and a shape make none: the copy is a new figure with the same parameters or
 geometry, which a warning says. A mask and its copy show the same image.

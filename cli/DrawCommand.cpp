@@ -17,14 +17,17 @@ namespace {
 // More names than that would hide the image.
 constexpr std::size_t kFewFigures = 20;
 
-const std::string kDetails = std::string(
-                                 R"(The image with an edge around exactly the pixels of every figure that count, tinted.
+std::string Details() {
+    return std::string(
+               R"(The image with an edge around exactly the pixels of every figure that count, tinted.
 Names are shown of up to 20 figures, of more with --names. Images of more than 8 bits are stretched between the
 values below and above which a thousandth of the shown pixels lies. A close-up shows one figure alone and reads only
 its part of the image into memory; small ones are enlarged to at least 600 pixels, each pixel of the image a square.
 SVG and PDF hold the image and, as lines and letters, what is drawn over it.
 
-)") + kPixelRule + "\n";
+)") + kPixelRule +
+           "\n";
+}
 
 struct DrawOptions {
     UserPath set;
@@ -63,7 +66,7 @@ void AddDrawCommand(CLI::App& roi) {
     const auto options = std::make_shared<DrawOptions>();
     CLI::App& command = AddCommand(roi, "draw", "Draws the figures of a set over an image",
                                    "roi draw part.roi part.png -o overlay.png");
-    command.footer(kDetails + command.get_footer());
+    command.footer(Details() + command.get_footer());
     AddSetArgument(command, options->set);
     command.add_option("IMAGE", options->image, "The image to draw over")->required();
     command.add_option("-o,--output", options->output, "The picture to write: .png, .jpg, .tif, .svg or .pdf")

@@ -10,12 +10,14 @@ namespace host::cli {
 
 namespace {
 
-const std::string kDetails = fmt::format(
-    R"(A .roi file keeps the last {} changes, and at most {} MiB of them: the oldest go first. What commands read and
+std::string Details() {
+    return fmt::format(
+        R"(A .roi file keeps the last {} changes, and at most {} MiB of them: the oldest go first. What commands read and
 measure does not depend on it. A .xml file keeps no history.
 
 )",
-    History::kMostChanges, History::kMostBytes >> 20);
+        History::kMostChanges, History::kMostBytes >> 20);
+}
 
 struct StepOptions {
     UserPath set;
@@ -24,7 +26,7 @@ struct StepOptions {
 
 void AddStepCommand(CLI::App& roi, Step step, const std::string& name, const std::string& description) {
     CLI::App& command = AddCommand(roi, name, description, "roi " + name + " part.roi");
-    command.footer(kDetails + command.get_footer());
+    command.footer(Details() + command.get_footer());
     const auto options = std::make_shared<StepOptions>();
     AddSetArgument(command, options->set);
     AddEditOptions(command, options->edit);
@@ -60,7 +62,7 @@ void AddRedoCommand(CLI::App& roi) {
 
 void AddLogCommand(CLI::App& roi) {
     CLI::App& command = AddCommand(roi, "log", "Lists the changes of a set that can be taken back", "roi log part.roi");
-    command.footer(kDetails + command.get_footer());
+    command.footer(Details() + command.get_footer());
     const auto options = std::make_shared<LogOptions>();
     AddSetArgument(command, options->set);
     AddFormatOption(command, options->format);

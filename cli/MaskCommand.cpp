@@ -15,14 +15,15 @@ namespace host::cli {
 
 namespace {
 
-const std::string kDetails =
-    std::string(
-        R"(The mask is 255 at the figure's pixels and 0 elsewhere, in the smallest box; with --exact it is in
+std::string Details() {
+    return std::string(
+               R"(The mask is 255 at the figure's pixels and 0 elsewhere, in the smallest box; with --exact it is in
 between where only a part of a pixel lies inside the outline. What is printed is where it lies in the
 image: its pixel (0, 0) is the image's pixel (left, top).
 
-)") +
-    kPixelRule + "\n";
+)") + kPixelRule +
+           "\n";
+}
 
 struct MaskOptions {
     UserPath set;
@@ -59,7 +60,7 @@ void AddMaskCommand(CLI::App& roi) {
     const auto options = std::make_shared<MaskOptions>();
     CLI::App& command = AddCommand(roi, "mask", "Writes the pixels of a figure as a mask image",
                                    "roi mask part.roi washer -o washer.png");
-    command.footer(kDetails + command.get_footer());
+    command.footer(Details() + command.get_footer());
     AddSetArgument(command, options->set);
     command.add_option("NAME", options->name, "The figure")->required();
     command.add_option("-o,--output", options->output, "The mask to write; its ending names the format")->required();

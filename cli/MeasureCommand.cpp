@@ -16,9 +16,9 @@ namespace host::cli {
 
 namespace {
 
-const std::string kDetails =
-    std::string("A row for every image and figure.\n\n") + kPixelRule +
-    R"(With --exact every pixel counts with the part of its square that lies inside the outline. --by module takes the
+std::string Details() {
+    return std::string("A row for every image and figure.\n\n") + kPixelRule +
+           R"(With --exact every pixel counts with the part of its square that lies inside the outline. --by module takes the
 pixels that the figure's mask marks or, without a mask, those whose coordinates its hit test accepts.
 
 Colour images are measured on their luma (0.299 R + 0.587 G + 0.114 B, not rounded; alpha is dropped), all others
@@ -43,8 +43,9 @@ measured; the exit code is 7 when some failed, and a last line counts them.
 
 Columns, without --columns those with a * (area and unit, too, with --exact or --pixel-size):
 )";
+}
 
-const std::string kExamples =
+constexpr const char* kExamples =
     R"(
 Examples:
   roi measure part.roi part.png --format csv
@@ -191,7 +192,7 @@ void Run(const MeasureOptions& options) {
 void AddMeasureCommand(CLI::App& roi) {
     const auto options = std::make_shared<MeasureOptions>();
     CLI::App& command = AddCommand(roi, "measure", "Measures every figure of a set on any number of images", "");
-    command.footer(kDetails + ColumnsHelp() + "\nImage files: " + ImageFormats() +
+    command.footer(Details() + ColumnsHelp() + "\nImage files: " + ImageFormats() +
                    ". IMAGE.tif:3 is page 3 of a file.\n" + kExamples);
     AddSetArgument(command, options->set);
     command.add_option("IMAGE", options->images, "Images to measure")->type_name("");

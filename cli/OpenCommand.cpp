@@ -16,7 +16,7 @@ namespace host::cli {
 
 namespace {
 
-const std::string kDetails =
+constexpr const char* kDetails =
     R"(Prints the address of a page on this machine and opens it in the browser: figures on the images, to be placed,
 dragged and edited, and what they measure. Every edit is saved at once and can be taken back with roi undo; what
 commands do to the set meanwhile is shown. Ctrl-C ends it.

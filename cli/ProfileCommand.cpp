@@ -18,7 +18,7 @@ namespace host::cli {
 
 namespace {
 
-const std::string kDetails =
+constexpr const char* kDetails =
     R"(A row for every pixel of the polyline's length: distance, position, and the mean, standard deviation and
 number of the samples across the band, one per pixel between its thicknesses, bilinear. --thickness takes others,
 the same on either side: with 0 the line alone is sampled. Samples outside the image, and those that are not numbers (NaN), do not count; without any the

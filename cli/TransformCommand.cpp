@@ -11,7 +11,7 @@ namespace host::cli {
 
 namespace {
 
-const std::string kDetails =
+constexpr const char* kDetails =
     R"(The matrix a,b,c,d,e,f maps the point (x, y) to (a x + b y + c, d x + e y + f). Every figure maps itself, as its
 class does: none of them leans or mirrors where its parameters have no room for it. A warning for each figure
 says what its class leaves out. Without names all figures are mapped.

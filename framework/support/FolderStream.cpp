@@ -2,6 +2,7 @@
 
 #include <minizip/unzip.h>
 #include <minizip/zip.h>
+#include <zlib.h>
 
 #include <algorithm>
 #include <future>
@@ -205,18 +206,21 @@ Entry EntryAt(std::string_view bytes, std::size_t at, std::string_view spare, st
     return entry;
 }
 
-// An archive as the library reads it.
+// An archive as the library reads it, opened when it is wanted.
 class Reader {
   public:
-    explicit Reader(std::string_view bytes) : m_file{bytes} {
-        zlib_filefunc64_def functions = FunctionsOf(m_file);
-        m_archive.reset(unzOpen2_64("", &functions));
+    explicit Reader(std::string_view bytes) : m_file{bytes} {}
+
+    unzFile Get() {
+        if (m_archive == nullptr) {
+            zlib_filefunc64_def functions = FunctionsOf(m_file);
+            m_archive.reset(unzOpen2_64("", &functions));
+        }
         if (m_archive == nullptr) {
             Fail("not a zip archive");
         }
+        return m_archive.get();
     }
-
-    unzFile Get() const noexcept { return m_archive.get(); }
 
   private:
     MemoryFile m_file;
@@ -225,7 +229,7 @@ class Reader {
 
 // The entries that the directory names, in its order.
 std::vector<Entry> EntriesOf(std::string_view bytes, std::string_view spare) {
-    const Reader archive(bytes);
+    Reader archive(bytes);
     unz_global_info64 directory{};
     unz64_file_pos place{};
     if (unzGetGlobalInfo64(archive.Get(), &directory) != UNZ_OK || unzGoToFirstFile(archive.Get()) != UNZ_OK ||
@@ -251,6 +255,30 @@ std::vector<Entry> EntriesOf(std::string_view bytes, std::string_view spare) {
         Fail(kDirectory, UNZ_BADZIPFILE);
     }
     return entries;
+}
+
+// The block of an entry whose bytes lie in the archive as they are. Nothing where they do not, and where anything is in
+// doubt: the library knows more ways to read it, and says what is wrong.
+std::optional<FolderArchive::Block> StoredBlock(std::string_view bytes, const Entry& entry) {
+    constexpr std::string_view kMark("PK\3\4", 4);
+    constexpr std::size_t kLength = 30;
+    // What both headers of an entry tell: flags, method, time, check sum, sizes, length of the name.
+    constexpr std::size_t kTold = 22;
+    const std::size_t at = entry.place.pos_in_zip_directory;
+    const std::size_t place = std::min(Number(bytes, at + 42, 4), bytes.size());
+    const std::string_view header = bytes.substr(place, kLength);
+    const bool isStored = Number(bytes, at + 10, 2) == 0 && Number(bytes, at + 20, 4) == entry.size;
+    if (!isStored || header.size() < kLength || !header.starts_with(kMark) ||
+        header.substr(6, kTold) != bytes.substr(at + 8, kTold)) {
+        return std::nullopt;
+    }
+    const std::string_view rest = bytes.substr(place);
+    const std::string_view block = rest.substr(std::min(kLength + Tail(header, 26, 2), rest.size()), entry.size);
+    const auto* const data = reinterpret_cast<const std::uint8_t*>(block.data());
+    if (block.size() < entry.size || crc32_z(0, data, block.size()) != Number(bytes, at + 16, 4)) {
+        return std::nullopt;
+    }
+    return FolderArchive::Block(data, data + block.size());
 }
 
 FolderArchive::Block ReadEntry(unzFile archive, const Entry& entry) {
@@ -285,12 +313,17 @@ using Blocks = std::vector<FolderArchive::Block>;
 
 // The bytes of some entries; none of folders, which follow from the paths of their blocks.
 Blocks ReadBlocks(std::string_view bytes, std::span<const Entry> entries, std::string_view spare) {
-    const Reader archive(bytes);
-    Blocks blocks(entries.size());
-    for (std::size_t i = 0; i < entries.size(); ++i) {
-        if (!entries[i].isFolder) {
-            blocks[i] = entries[i].path == spare ? ReadSpareEntry(archive.Get(), entries[i])
-                                                 : ReadEntry(archive.Get(), entries[i]);
+    Reader archive(bytes);
+    Blocks blocks;
+    blocks.reserve(entries.size());
+    for (const Entry& entry : entries) {
+        if (entry.isFolder) {
+            blocks.emplace_back();
+        } else if (auto stored = StoredBlock(bytes, entry)) {
+            blocks.push_back(std::move(*stored));
+        } else {
+            blocks.push_back(entry.path == spare ? ReadSpareEntry(archive.Get(), entry)
+                                                 : ReadEntry(archive.Get(), entry));
         }
     }
     return blocks;

@@ -3,10 +3,12 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <fmt/format.h>
+#include <linux/magic.h>
 #include <pthread.h>
 #include <sys/file.h>
 #include <sys/random.h>
 #include <sys/stat.h>
+#include <sys/vfs.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -143,14 +145,21 @@ bool TakeOver(int file, const struct stat& old) noexcept {
     return fchmod(file, sameGroup ? old.st_mode & 07777 : old.st_mode & 0707) == 0;
 }
 
+// Whether the file system writes a file's bytes before the name of an old file leads to them, so that a power cut
+// leaves one of the two whole.
+bool KeepsOrder(int file) noexcept {
+    struct statfs system {};
+    return fstatfs(file, &system) == 0 && (system.f_type == EXT4_SUPER_MAGIC || system.f_type == BTRFS_SUPER_MAGIC);
+}
+
 // Replaces `target` by a new file; `old` is what is there, or null. False with errno set and nothing left.
 bool Replace(const std::filesystem::path& target, const struct stat* old, std::string_view bytes) {
     const HeldSignals held;
     NewVersion version(target.parent_path());
     const int file = version.Number();
     return file >= 0 && WriteAll(file, bytes) &&
-           (old != nullptr ? TakeOver(file, *old) : fchmod(file, NewFileMode()) == 0) && fsync(file) == 0 &&
-           version.Replace(target);
+           (old != nullptr ? TakeOver(file, *old) : fchmod(file, NewFileMode()) == 0) &&
+           ((old != nullptr && KeepsOrder(file)) || fsync(file) == 0) && version.Replace(target);
 }
 
 bool WriteDirectly(const std::filesystem::path& target, std::string_view bytes) {
