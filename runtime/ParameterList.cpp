@@ -47,23 +47,10 @@ bool ReadNumber(IUnknown* item, int* value) noexcept {
     return true;
 }
 
-// Whether anyone holds a reference beside the one of the caller.
-bool IsShared(IUnknown& object) noexcept {
-    object.AddRef();
-    return object.Release() != 1;
-}
-
 }  // namespace
 
 // ---------------------------------------------------------------------------------------------------
 // Writing a list
-
-bool ParameterWriter::SetName(tagREFString name) noexcept {
-    if (!m_name || IsShared(*m_name)) {
-        m_name = CREFString::CreateString();
-    }
-    return m_name && Succeeded(m_name->SetText(name.length, name.text));
-}
 
 template <class Store>
 void ParameterWriter::AddVariant(tagREFString name, int presentationKind, Store store) noexcept {
@@ -71,12 +58,13 @@ void ParameterWriter::AddVariant(tagREFString name, int presentationKind, Store 
         return;
     }
     const SmartPtr<IVariant> variant = CREFString::CreateVariant();
-    if (!variant || !SetName(name)) {
+    const SmartPtr<IString> nameString = CreateStringOf(name);
+    if (!variant || !nameString) {
         m_complete = false;
         return;
     }
     store(*variant);
-    m_list->Add(m_name.Get(), variant.Get(), 0, presentationKind);
+    m_list->Add(nameString.Get(), variant.Get(), 0, presentationKind);
 }
 
 void ParameterWriter::Add(tagREFString name, double value, int presentationKind) noexcept {

@@ -23,11 +23,8 @@ class ParameterWriter {
   private:
     template <class Store>
     void AddVariant(tagREFString name, int presentationKind, Store store) noexcept;
-    bool SetName(tagREFString name) noexcept;
 
     SmartPtr<INamedCollection> m_list;
-    // One string for all names, unless the list keeps it.
-    SmartPtr<IString> m_name;
     bool m_complete;
 };
 
