@@ -2,10 +2,12 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <charconv>
 #include <climits>
 #include <cmath>
 #include <cstring>
+#include <map>
 #include <memory>
 #include <new>
 #include <optional>
@@ -310,26 +312,56 @@ std::string WriteXMLSet(const std::vector<Figure>& figures) {
     return text.str();
 }
 
-// Figures read something, or nothing, of any text: blanks, plus signs and hexadecimal digits would make other numbers
-// of it than people see.
-void CheckTexts(const Figure& figure, pugi::xml_node element) {
-    for (const pugi::xml_node values : element.children()) {
-        for (const pugi::xml_node value : values.children()) {
-            const std::string_view text = value.text().get();
-            double number = 0.0;
-            const auto [end, failure] = std::from_chars(text.data(), text.data() + text.size(), number);
-            const bool isOneText = value.first_child() == value.last_child();
-            if (value.type() == pugi::node_element &&
-                (failure != std::errc() || end != text.data() + text.size() || !isOneText)) {
-                Unsound(figure, fmt::format("{} is not a number in plain digits: {}", value.name(), text));
+// The names of the values that figures of a class have.
+class ValueNames {
+  public:
+    // Of that of a new figure.
+    const std::vector<std::string>& Of(const Figure& figure) {
+        const auto [names, isNew] = m_names.try_emplace(figure.type);
+        if (isNew) {
+            for (const NamedValue& value : ReadParameters(figure)) {
+                names->second.push_back(value.name);
             }
         }
+        return names->second;
+    }
+
+  private:
+    std::map<const FigureClass*, std::vector<std::string>> m_names;
+};
+
+// Figures read something, or nothing, of any text: blanks, plus signs and hexadecimal digits would make other numbers
+// of it than people see.
+void CheckNumber(const Figure& figure, pugi::xml_node value) {
+    const std::string_view text = value.text().get();
+    double number = 0.0;
+    const auto [end, failure] = std::from_chars(text.data(), text.data() + text.size(), number);
+    const bool isOneText = value.first_child() == value.last_child();
+    if (failure != std::errc() || end != text.data() + text.size() || !isOneText) {
+        Unsound(figure, fmt::format("{} is not a number in plain digits: {}", value.name(), text));
     }
 }
 
-void LoadXML(const Figure& figure, const XMLDocument& document, pugi::xml_node element) {
-    CheckTexts(figure, element);
-    LoadState(figure, MakeXMLStream(document, element).Get());
+// Figures pass over what they do not know, and take the first of two: they would lie where the file does not say.
+void CheckValues(const Figure& figure, pugi::xml_node element, const std::vector<std::string>& names) {
+    std::vector<bool> given(names.size());
+    for (const pugi::xml_node values : element.children()) {
+        for (const pugi::xml_node value : values.children()) {
+            if (value.type() != pugi::node_element) {
+                continue;
+            }
+            CheckNumber(figure, value);
+            const auto name = std::find(names.begin(), names.end(), value.name());
+            if (name == names.end()) {
+                Unsound(figure, UnknownName("value", value.name(), names).what());
+            }
+            const auto at = static_cast<std::size_t>(name - names.begin());
+            if (given[at]) {
+                Unsound(figure, fmt::format("{} is given twice", value.name()));
+            }
+            given[at] = true;
+        }
+    }
 }
 
 RoiSet ReadXMLSet(const Session& session, std::string_view bytes) {
@@ -347,11 +379,13 @@ RoiSet ReadXMLSet(const Session& session, std::string_view bytes) {
         throw std::runtime_error("it has no element figures");
     }
     RoiSet set;
+    ValueNames names;
     for (const pugi::xml_node element : root.children("figure")) {
         const Figure& figure = set.Add(session, element.attribute("name").value(), element.attribute("class").value());
-        // They look for their values one element down.
         if (figure.type->readsXML) {
-            LoadXML(figure, document, element);
+            CheckValues(figure, element, names.Of(figure));
+            // They look for their values one element down.
+            LoadState(figure, MakeXMLStream(document, element).Get());
         }
     }
     return set;

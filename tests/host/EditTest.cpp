@@ -129,6 +129,24 @@ TEST_F(Edit, ATextInXMLIsReadAsTheNumberThatItIsOrRefused) {
     }
 }
 
+TEST_F(Edit, AValueInXMLThatAFigureWouldPassOverIsRefused) {
+    struct Row {
+        const char* type;
+        const char* values;
+        const char* why;
+    };
+    for (const auto& [type, values, why] :
+         {Row{"ROIRectangle", "<centerx>7</centerx>", "unknown value: centerx: the nearest is CenterX"},
+          Row{"ROIDonut", "<RadiusX1>7</RadiusX1><Radius1X>8</Radius1X>",
+              "unknown value: Radius1X: the nearest is RadiusX1"},
+          Row{"ROIEllipse", "<CenterX>7</CenterX></values><values><CenterX>8</CenterX>", "CenterX is given twice"},
+          Row{"ROIShape", "<X>7</X>", "unknown value: X: there are none"}}) {
+        WriteBytes("t.xml", std::string("<figures><figure name='f' class='") + type + "'><values>" + values +
+                                "</values></figure></figures>");
+        ExpectOneLine(Roi({"list", "t.xml"}), 1, std::string("broken set: t.xml: figure f: ") + why);
+    }
+}
+
 TEST_F(Edit, SettingOneValueLeavesAllOthersAsTheyAre) {
     AddOneOfEach("all.roi");
     Done({"set", "all.roi", "box", "CenterY=20"});
