@@ -2,7 +2,7 @@
 #include <fmt/format.h>
 
 #include "check/Groups.h"
-#include "check/TestedModule.h"
+#include "check/Scenario.h"
 #include "contract/Extensions.h"
 #include "framework/support/Utf8.h"
 
@@ -20,17 +20,10 @@ constexpr Page kPages[] = {{"ROIDonut", "ROIDonut", "UIPropPages.UIParametricObj
                            {"ROIProfile", "ROIProfile", "UIParametricObjectPropPage"},
                            {"ROIRectangle", "Rectangle", "UIPropPages.UIParametricObjectPropPage"}};
 
-void CheckPage(Checks& checks, const Page& page) {
-    checks.Begin(fmt::format("{} names its property page", page.className));
-    const auto specify = Require<IUIPropertyPageSpecify>(checks.module.New<IROI>(ClassNamed(page.className)));
-    SmartPtr<INamedCollection> pages;
-    auto* const preset = reinterpret_cast<IUnknown*>(&pages);
-    IUnknown* context = preset;
-    checks.Code(specify->GetPages(0, pages.Receive(), nullptr), S_OK);
-    checks.Expect(static_cast<bool>(pages), "pages", "null");
-    checks.Code(specify->GetPages(9, pages.Receive(), &context), S_OK);
-    checks.Expect(context == preset, "an untouched context", "a written one");
-    const auto listing = Require<IPageListing>(pages);
+// A shape has a page, though only its own table leads there.
+constexpr Page kShapePage = {"ROIShape", "Rectangle", "UIPropPages.UIParametricObjectPropPage"};
+
+void CheckEntry(Checks& checks, const Page& page, const SmartPtr<IPageListing>& listing) {
     checks.Equal(listing->GetCount(), 1);
     tagREFString key{};
     tagREFString pageClass{};
@@ -41,10 +34,32 @@ void CheckPage(Checks& checks, const Page& page) {
     checks.Equal(ToUtf8(objectName), page.className);
 }
 
+void CheckPage(Checks& checks, const Page& page) {
+    checks.Begin(fmt::format("{} names its property page", page.className));
+    const auto specify = Require<IUIPropertyPageSpecify>(checks.module.New<IROI>(ClassNamed(page.className)));
+    SmartPtr<INamedCollection> pages;
+    auto* const preset = reinterpret_cast<IUnknown*>(&pages);
+    IUnknown* context = preset;
+    checks.Code(specify->GetPages(0, pages.Receive(), nullptr), S_OK);
+    checks.Expect(static_cast<bool>(pages), "pages", "null");
+    checks.Code(specify->GetPages(9, pages.Receive(), &context), S_OK);
+    checks.Expect(context == preset, "an untouched context", "a written one");
+    CheckEntry(checks, page, Require<IPageListing>(pages));
+}
+
+void CheckOwnPage(Checks& checks, const Page& page) {
+    checks.Begin(fmt::format("{} has a property page in its own table", page.className));
+    const ClassContract& figure = ClassNamed(page.className);
+    const Answer answer = Take(figure, checks.module.New<IROI>(figure), {"own GetPages"});
+    checks.Code(answer.code, S_OK);
+    CheckEntry(checks, page, Require<IPageListing>(answer.object));
+}
+
 }  // namespace
 
 void CheckPages(Checks& checks) {
     for (const Page& page : kPages) {
         checks.Try([&] { CheckPage(checks, page); });
     }
+    checks.Try([&] { CheckOwnPage(checks, kShapePage); });
 }

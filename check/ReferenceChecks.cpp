@@ -1,4 +1,5 @@
-// Reference counts of what is lent to a figure, and that its use leaves nothing behind.
+// Reference counts of what is lent to a figure, that its use leaves nothing behind, and that what it keeps is made
+// once.
 #include <fmt/format.h>
 #include <malloc.h>
 
@@ -70,6 +71,40 @@ void CheckBorrowedStream(Checks& checks, const ClassContract& figure) {
     Require<IParametricObject>(roi)->SetParameters(list.Get());
     checks.Equal(list->AddRef(), 2);
     list->Release();
+}
+
+template <class Call>
+void ExpectNoneMade(Checks& checks, const ClassContract& figure, const char* what, Call call) {
+    checks.Begin(fmt::format("{} of {} keeps the descriptors of what it makes", what, figure.name));
+    checks.Code(call(), S_OK);
+    const int made = checks.module.MadeDescriptors();
+    checks.Code(call(), S_OK);
+    const int again = checks.module.MadeDescriptors() - made;
+    checks.Expect(again == 0, "none made again", std::to_string(again));
+}
+
+// Those of strings, variants, collections and lists are made once, and the module keeps them.
+void CheckKeptDescriptors(Checks& checks, const ClassContract& figure) {
+    checks.Begin(fmt::format("{} is created", figure.name));
+    const auto roi = NewTypical(checks, figure);
+    if (const auto specify = SmartPtr<IUIPropertyPageSpecify>::QueryFrom(roi.Get())) {
+        ExpectNoneMade(checks, figure, "GetPages(0)", [&] {
+            SmartPtr<INamedCollection> pages;
+            return specify->GetPages(0, pages.Receive(), nullptr);
+        });
+    }
+    if (const auto parametric = SmartPtr<IParametricObject>::QueryFrom(roi.Get())) {
+        ExpectNoneMade(checks, figure, "GetParameters(0)", [&] {
+            SmartPtr<INamedCollection> list;
+            return parametric->GetParameters(list.Receive(), 0);
+        });
+    }
+    if (const auto persist = SmartPtr<IDataPersist>::QueryFrom(roi.Get())) {
+        const Storage storage;
+        const auto folder = storage.Folder();
+        ExpectNoneMade(checks, figure, "Save(a folder, 0)", [&] { return persist->Save(folder.Get(), 0); });
+        ExpectNoneMade(checks, figure, "Load(a folder, 0)", [&] { return persist->Load(folder.Get(), 0); });
+    }
 }
 
 // Everything that hands objects out or takes some in.
@@ -155,6 +190,7 @@ void CheckReferences(Checks& checks) {
     checks.Try([&] { CheckHeldMask(checks); });
     checks.Try([&] { CheckHeldGeometry(checks); });
     ForEachClass(checks, [&](const ClassContract& figure) { CheckBorrowedStream(checks, figure); });
+    ForEachClass(checks, [&](const ClassContract& figure) { CheckKeptDescriptors(checks, figure); });
     ForEachClass(checks, [&](const ClassContract& figure) { CheckNothingStays(checks, figure); });
     // Threads leave memory of their own behind.
     ForEachClass(checks, [&](const ClassContract& figure) {

@@ -3,13 +3,15 @@
 #include <dlfcn.h>
 
 #include <array>
+#include <numeric>
 
 #include "contract/Components.h"
 #include "framework/support/Utf8.h"
 
 namespace {
 
-constexpr std::array kSiblings = {"./CollectionsEx.so", "./Collections.so", "./CIF.so", "./Geometry.so"};
+constexpr const char* kDescriptors = "./CollectionsEx.so";
+constexpr std::array kSiblings = {kDescriptors, "./Collections.so", "./CIF.so", "./Geometry.so"};
 
 template <class Entry>
 Entry EntryOf(void* module, const char* symbol) {
@@ -18,6 +20,10 @@ Entry EntryOf(void* module, const char* symbol) {
         throw CheckFailed{std::string("the entry point ") + symbol, "none"};
     }
     return entry;
+}
+
+int CountOf(const char* sibling, const char* count) {
+    return reinterpret_cast<int (*)()>(dlsym(dlopen(sibling, RTLD_NOW), count))();
 }
 
 }  // namespace
@@ -69,10 +75,8 @@ void* TestedModule::NewAs(const ClassContract& figure, const IID& iid) const {
 }
 
 int TestedModule::LiveFrameworkObjects() const {
-    int count = 0;
-    for (const char* sibling : kSiblings) {
-        void* const module = dlopen(sibling, RTLD_NOW);
-        count += reinterpret_cast<int (*)()>(dlsym(module, "LiveObjects"))();
-    }
-    return count;
+    return std::accumulate(kSiblings.begin(), kSiblings.end(), 0,
+                           [](int count, const char* sibling) { return count + CountOf(sibling, "LiveObjects"); });
 }
+
+int TestedModule::MadeDescriptors() const { return CountOf(kDescriptors, "MadeObjects"); }

@@ -42,6 +42,8 @@ class TestedModule {
 
     /// The framework's components that are alive, in all its modules.
     int LiveFrameworkObjects() const;
+    /// The descriptors, and collections of them, that the framework has made since it was loaded, for whoever asked.
+    int MadeDescriptors() const;
 
   private:
     void* NewAs(const ClassContract& figure, const IID& iid) const;

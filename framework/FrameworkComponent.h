@@ -1,4 +1,4 @@
-// Base of the reference host's own components: the object base, a count of live objects per module,
+// Base of the reference host's own components: the object base, counts of live and made objects per module,
 // and the strictness that tells a misuse of the contract aloud.
 #pragma once
 
@@ -14,21 +14,27 @@
 /// The number of this module's components that are alive. Every framework module exports it; tests
 /// compare it before and after.
 extern "C" MODULE_EXPORT int LiveObjects() noexcept;
+/// The number of components that this module has ever made: it tells who makes again what could be kept.
+extern "C" MODULE_EXPORT int MadeObjects() noexcept;
 
 inline std::atomic<int> gLiveObjects{0};
+inline std::atomic<int> gMadeObjects{0};
 
 /// Not one atomic operation, of which a parameter list would need dozens: who counts works in one thread,
 /// and elsewhere the count may be off, but nothing breaks.
-inline void CountLiveObject(int change) noexcept {
-    gLiveObjects.store(gLiveObjects.load(std::memory_order_relaxed) + change, std::memory_order_relaxed);
+inline void CountObjects(std::atomic<int>& count, int change) noexcept {
+    count.store(count.load(std::memory_order_relaxed) + change, std::memory_order_relaxed);
 }
 
-/// As Component, with the live count kept.
+/// As Component, with the counts kept.
 template <class T, class... Interfaces>
 class FrameworkComponent : public Component<T, Interfaces...> {
   protected:
-    FrameworkComponent() noexcept { CountLiveObject(+1); }
-    ~FrameworkComponent() { CountLiveObject(-1); }
+    FrameworkComponent() noexcept {
+        CountObjects(gLiveObjects, +1);
+        CountObjects(gMadeObjects, +1);
+    }
+    ~FrameworkComponent() { CountObjects(gLiveObjects, -1); }
 };
 
 /// A new object of one of the host's own classes as one of its interfaces; empty without memory.

@@ -8,3 +8,4 @@ extern "C" Result CreateFunction(tagREFString className, ComponentCreator* out) 
 }
 
 extern "C" int LiveObjects() noexcept { return gLiveObjects.load(std::memory_order_relaxed); }
+extern "C" int MadeObjects() noexcept { return gMadeObjects.load(std::memory_order_relaxed); }

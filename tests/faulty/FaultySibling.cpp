@@ -13,6 +13,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <string>
+#include <string_view>
 #include <utility>
 
 #include "contract/Components.h"
@@ -144,6 +145,14 @@ Result CopySelf(IROI* self, IUnknown** copy) {
     return S_OK;
 }
 
+// Makes a descriptor that it does not keep.
+Result DescribeAgain(void* self, int index, INamedCollection** pages, IUnknown** context) {
+    SmartPtr<IComponentString> descriptor;
+    MODULECreateFunction(Text(L"CollectionsEx"), Text(L"ComponentString"))(nullptr, &IID_IComponentString,
+                                                                           descriptor.ReceiveVoid());
+    return Real<Result (*)(void*, int, INamedCollection**, IUnknown**)>()(self, index, pages, context);
+}
+
 void* OperationOf(const std::string& way) {
     static const std::pair<const char*, void*> kWays[] = {{"pretend", reinterpret_cast<void*>(Pretend)},
                                                           {"refuse", reinterpret_cast<void*>(Refuse)},
@@ -164,7 +173,8 @@ void* OperationOf(const std::string& way) {
                                                           {"swapGivenNode", reinterpret_cast<void*>(SwapGivenNode)},
                                                           {"hitContrary", reinterpret_cast<void*>(HitContrary)},
                                                           {"wider", reinterpret_cast<void*>(WiderBox)},
-                                                          {"copySelf", reinterpret_cast<void*>(CopySelf)}};
+                                                          {"copySelf", reinterpret_cast<void*>(CopySelf)},
+                                                          {"describe", reinterpret_cast<void*>(DescribeAgain)}};
     const auto* const found =
         std::find_if(std::begin(kWays), std::end(kWays), [&](const auto& entry) { return entry.first == way; });
     return found != std::end(kWays) ? found->second : nullptr;
@@ -172,7 +182,8 @@ void* OperationOf(const std::string& way) {
 
 void Bend(IUnknown* object) {
     void* face = nullptr;
-    if (object->QueryInterface(__IIDOfc(TheFault().interfaceName), &face) != S_OK) {
+    const std::string_view name = TheFault().interfaceName;
+    if (object->QueryInterface(name == "IUnknown" ? IID_IUnknown : __IIDOfc(name.data()), &face) != S_OK) {
         return;
     }
     auto& table = *static_cast<void***>(face);
