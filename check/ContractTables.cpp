@@ -56,27 +56,6 @@ const Operations kProfile = {{11, "GetThickness", "iDD"},
 
 const Operations kShape = {{11, "SetGeometry", "g"}};
 
-const Operations kArcDonutOwn = {
-    {7, "own Replicate", "o"},      {8, "own GetLimits", "NN"}, {9, "own SetLimits", "dd"},
-    {10, "own Set", "dddddddd"},    {11, "own SetNode", "idd"}, {12, "own GetNode", "iDD"},
-    {13, "own HitTest", "ddJ"},     {14, "own GetPages", "io"}, {15, "own GetParameters", "oi"},
-    {16, "own SetParameters", "l"}, {17, "own Save", ""},       {18, "own Load", ""}};
-
-const Operations kShapeOwn = {{7, "own GetPages", "io"},
-                              {8, "own GetBoundingSize", "DD"},
-                              {9, "own GetBoundingRect", "IIUU"},
-                              {10, "own SetCenter", "dd"},
-                              {11, "own GetCenter", "DD"},
-                              {12, "own GetMask", "o"},
-                              {13, "own Replicate", "o"},
-                              {14, "own Transform", "t"},
-                              {15, "own HitTest", "ddJ"},
-                              {16, "own SetGeometry", "g"},
-                              {17, "own GetParameters", "oi"},
-                              {18, "own SetParameters", "l"},
-                              {19, "own Save", ""},
-                              {20, "own Load", ""}};
-
 Operations RoiAnd(std::initializer_list<Operations> added) {
     Operations all = kRoi;
     for (const Operations& operations : added) {
@@ -98,14 +77,12 @@ bool ClassContract::Answers(std::string_view interfaceName) const noexcept {
 }
 
 const Operation& ClassContract::At(std::string_view operation) const {
-    for (const Operations* table : {&operations, &own}) {
-        const auto found =
-            std::find_if(table->begin(), table->end(), [&](const Operation& entry) { return entry.name == operation; });
-        if (found != table->end()) {
-            return *found;
-        }
+    const auto found = std::find_if(operations.begin(), operations.end(),
+                                    [&](const Operation& entry) { return entry.name == operation; });
+    if (found == operations.end()) {
+        throw std::logic_error(std::string(name) + " has no operation " + std::string(operation));
     }
-    throw std::logic_error(std::string(name) + " has no operation " + std::string(operation));
+    return *found;
 }
 
 const std::vector<ClassContract>& ClassContracts() {
@@ -119,8 +96,7 @@ const std::vector<ClassContract>& ClassContracts() {
          {"IObjectInfo", "IDataPersist", "IROIArcDonut", "IROIDonut", "IROI", "IParametricObject", "IReplicableObject",
           "ITransformableObject", "IUIPropertyPageSpecify"},
          RoiAnd({kDonut}),
-         kTypicalRing,
-         kArcDonutOwn},
+         kTypicalRing},
         {"ROIEllipse",
          {"IObjectInfo", "IROI", "IROIEllipse", "IParametricObject", "IDataPersist"},
          RoiAnd({kEllipse}),
@@ -149,8 +125,7 @@ const std::vector<ClassContract>& ClassContracts() {
          {"IObjectInfo", "IROI", "IROIShape", "IParametricObject", "IDataPersist", "IReplicableObject",
           "ITransformableObject"},
          RoiAnd({kShape}),
-         {},
-         kShapeOwn}};
+         {}}};
     return kClasses;
 }
 

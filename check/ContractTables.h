@@ -15,7 +15,7 @@
 ///   i  an int                d  a double             t  an ITransform (the numbers of an AffineMap)
 ///   I  int written           D  double written       m  an ICIF image (its width and height)
 ///   J  the same, may be null N  the same, may be null  g  an IGeometry (pairs x, y)
-///   U  unsigned written      o  an object handed out   l  a parameter list (its CenterX)
+///   U  unsigned written      o  an object handed out
 struct Operation {
     int slot;
     const char* name;
@@ -33,7 +33,7 @@ inline constexpr double kAnything = -98766.0;
 ///
 /// Besides the operations there are steps on the figure's parameter list: `set NAME` with a number,
 /// `press NAME` with a whole one, `type NAME=TEXT`, and `read NAME`. Several names and values at once are parted by
-/// semicolons. `own NAME` is an operation of the class's own table.
+/// semicolons.
 struct Step {
     const char* operation;
     std::vector<double> arguments = {};
@@ -50,9 +50,6 @@ struct ClassContract {
     std::vector<Operation> operations;
     /// Brings a new figure away from its defaults, to values that survive every way of keeping them.
     std::vector<Step> typical;
-    /// The operations of the class's own table, behind the three of IUnknown and the four of the object base. The
-    /// pointer that is asked for as IUnknown leads to it. Told of the classes where some operation has no other place.
-    std::vector<Operation> own = {};
 
     bool Answers(std::string_view interfaceName) const noexcept;
     const Operation& At(std::string_view operation) const;

@@ -91,35 +91,19 @@ const std::vector<CacheStep>& CacheSteps() {
     return kSteps;
 }
 
-// Those of the arc donut's own table; the second Set is refused.
-const std::vector<CacheStep>& OwnCacheSteps() {
-    static const std::vector<CacheStep> kSteps = {{{"own Set", {58, 34, 74, 22, 55, 52, 60, 64}}, false},
-                                                  {{"own Set", {1, 2, 17, -10, 30, 40, 46.5, 28}}, false},
-                                                  {{"own SetLimits", {1, -2}}, false},
-                                                  {{"own SetNode", {0, 60, 61}}, true}};
-    return kSteps;
-}
-
-// Gives the mask that the figure has in the end.
-SmartPtr<IUnknown> CheckCacheSteps(Checks& checks, const ClassContract& figure, const SmartPtr<IROI>& roi,
-                                   std::span<const CacheStep> steps) {
+void CheckCache(Checks& checks, const char* className) {
+    const ClassContract& figure = ClassNamed(className);
+    const auto roi = checks.module.New<IROI>(figure);
     SmartPtr<IUnknown> mask = Call(*roi, figure.At("GetMask"), {}).object;
-    for (const CacheStep& entry : steps) {
-        checks.Begin(fmt::format("{} of {} {} the mask", CallText(entry.step.operation, entry.step.arguments),
-                                 figure.name, entry.drawsAnew ? "renews" : "keeps"));
+    for (const CacheStep& entry : CacheSteps()) {
+        checks.Begin(
+            fmt::format("{} of {} {} the mask", entry.step.operation, className, entry.drawsAnew ? "renews" : "keeps"));
         Take(figure, roi, entry.step);
         SmartPtr<IUnknown> now = Call(*roi, figure.At("GetMask"), {}).object;
         checks.Expect((now.Get() != mask.Get()) == entry.drawsAnew, entry.drawsAnew ? "a new image" : "the same image",
                       entry.drawsAnew ? "the same image" : "a new image");
         mask = std::move(now);
     }
-    return mask;
-}
-
-void CheckCache(Checks& checks, const char* className) {
-    const ClassContract& figure = ClassNamed(className);
-    const auto roi = checks.module.New<IROI>(figure);
-    const SmartPtr<IUnknown> mask = CheckCacheSteps(checks, figure, roi, CacheSteps());
     checks.Begin(fmt::format("Load of {} keeps the mask, and so do all questions", className));
     Observe(roi, figure);
     roi->HitTest(70, 61, nullptr);
@@ -130,12 +114,6 @@ void CheckCache(Checks& checks, const char* className) {
     checks.Begin(fmt::format("a copy of {} draws a mask of its own", className));
     const auto copy = Require<IROI>(Call(*roi, figure.At("Replicate"), {}).object);
     checks.Expect(Call(*copy, figure.At("GetMask"), {}).object.Get() != mask.Get(), "a new image", "the same image");
-}
-
-void CheckOwnCache(Checks& checks) {
-    checks.Begin("ROIArcDonut is created");
-    const ClassContract& figure = ClassNamed("ROIArcDonut");
-    CheckCacheSteps(checks, figure, checks.module.New<IROI>(figure), OwnCacheSteps());
 }
 
 // The pixels of an image, with no more asked of it than where they lie.
@@ -276,5 +254,4 @@ void CheckMasks(Checks& checks) {
             checks.Try([&] { CheckRingMask(checks, className, radii.first, radii.second); });
         }
     }
-    checks.Try([&] { CheckOwnCache(checks); });
 }

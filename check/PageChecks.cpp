@@ -2,7 +2,7 @@
 #include <fmt/format.h>
 
 #include "check/Groups.h"
-#include "check/Scenario.h"
+#include "check/TestedModule.h"
 #include "contract/Extensions.h"
 #include "framework/support/Utf8.h"
 
@@ -20,20 +20,6 @@ constexpr Page kPages[] = {{"ROIDonut", "ROIDonut", "UIPropPages.UIParametricObj
                            {"ROIProfile", "ROIProfile", "UIParametricObjectPropPage"},
                            {"ROIRectangle", "Rectangle", "UIPropPages.UIParametricObjectPropPage"}};
 
-// A shape has a page, though only its own table leads there.
-constexpr Page kShapePage = {"ROIShape", "Rectangle", "UIPropPages.UIParametricObjectPropPage"};
-
-void CheckEntry(Checks& checks, const Page& page, const SmartPtr<IPageListing>& listing) {
-    checks.Equal(listing->GetCount(), 1);
-    tagREFString key{};
-    tagREFString pageClass{};
-    tagREFString objectName{};
-    checks.Code(listing->GetPage(0, &key, &pageClass, &objectName), S_OK);
-    checks.Equal(ToUtf8(key), page.key);
-    checks.Equal(ToUtf8(pageClass), page.pageClass);
-    checks.Equal(ToUtf8(objectName), page.className);
-}
-
 void CheckPage(Checks& checks, const Page& page) {
     checks.Begin(fmt::format("{} names its property page", page.className));
     const auto specify = Require<IUIPropertyPageSpecify>(checks.module.New<IROI>(ClassNamed(page.className)));
@@ -44,15 +30,15 @@ void CheckPage(Checks& checks, const Page& page) {
     checks.Expect(static_cast<bool>(pages), "pages", "null");
     checks.Code(specify->GetPages(9, pages.Receive(), &context), S_OK);
     checks.Expect(context == preset, "an untouched context", "a written one");
-    CheckEntry(checks, page, Require<IPageListing>(pages));
-}
-
-void CheckOwnPage(Checks& checks, const Page& page) {
-    checks.Begin(fmt::format("{} has a property page in its own table", page.className));
-    const ClassContract& figure = ClassNamed(page.className);
-    const Answer answer = Take(figure, checks.module.New<IROI>(figure), {"own GetPages"});
-    checks.Code(answer.code, S_OK);
-    CheckEntry(checks, page, Require<IPageListing>(answer.object));
+    const auto listing = Require<IPageListing>(pages);
+    checks.Equal(listing->GetCount(), 1);
+    tagREFString key{};
+    tagREFString pageClass{};
+    tagREFString objectName{};
+    checks.Code(listing->GetPage(0, &key, &pageClass, &objectName), S_OK);
+    checks.Equal(ToUtf8(key), page.key);
+    checks.Equal(ToUtf8(pageClass), page.pageClass);
+    checks.Equal(ToUtf8(objectName), page.className);
 }
 
 }  // namespace
@@ -61,5 +47,4 @@ void CheckPages(Checks& checks) {
     for (const Page& page : kPages) {
         checks.Try([&] { CheckPage(checks, page); });
     }
-    checks.Try([&] { CheckOwnPage(checks, kShapePage); });
 }

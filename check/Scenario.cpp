@@ -69,15 +69,13 @@ class Frame {
         }
     }
 
-    Answer Run(IUnknown& figure) {
+    Answer Run(IROI& figure) {
         using Function = Result (*)(void*, std::intptr_t, std::intptr_t, std::intptr_t, std::intptr_t, std::intptr_t,
-                                    std::intptr_t, double, double, double, double, double, double, double, double);
+                                    std::intptr_t, double, double);
         const auto table = *reinterpret_cast<Function**>(&figure);
         const auto& w = m_words;
-        const auto& n = m_numbers;
         Answer answer;
-        answer.code = table[m_operation.slot](&figure, w[0], w[1], w[2], w[3], w[4], w[5], n[0], n[1], n[2], n[3], n[4],
-                                              n[5], n[6], n[7]);
+        answer.code = table[m_operation.slot](&figure, w[0], w[1], w[2], w[3], w[4], w[5], m_numbers[0], m_numbers[1]);
         CheckLent();
         Collect(answer);
         return answer;
@@ -113,8 +111,6 @@ class Frame {
                 return PutMap(given);
             case 'm':
                 return PutImage(given);
-            case 'l':
-                return PutList(given);
             default:
                 return PutGeometry(given);
         }
@@ -133,10 +129,6 @@ class Frame {
             m_image = MakeImage(width, given.NextInteger());
         }
         Address(m_image.Get());
-    }
-    void PutList(Numbers& given) {
-        m_list = MakeList({{"CenterX", given.Next()}});
-        Address(m_list.Get());
     }
     void PutGeometry(Numbers& given) {
         if (!given.Empty()) {
@@ -175,7 +167,7 @@ class Frame {
     const Operation& m_operation;
     NullOutputs m_nullOutputs;
     std::array<std::intptr_t, 6> m_words;
-    std::array<double, 8> m_numbers;
+    std::array<double, 2> m_numbers;
     std::array<double, 5> m_doublesOut;
     std::array<int, 4> m_intsOut;
     std::size_t m_wordCount = 0;
@@ -185,7 +177,6 @@ class Frame {
     IUnknown* m_out;
     AffineMap m_map;
     SmartPtr<ICIF> m_image;
-    SmartPtr<INamedCollection> m_list;
     SmartPtr<IGeometry> m_geometry;
 };
 
@@ -248,7 +239,7 @@ std::string Answer::Text() const {
     return outputs.empty() ? CodeText(code) : fmt::format("{} ({})", CodeText(code), NumbersText(outputs));
 }
 
-Answer Call(IUnknown& figure, const Operation& operation, std::span<const double> arguments, NullOutputs nullOutputs) {
+Answer Call(IROI& figure, const Operation& operation, std::span<const double> arguments, NullOutputs nullOutputs) {
     return Frame(operation, arguments, nullOutputs).Run(figure);
 }
 
@@ -270,9 +261,6 @@ Answer Take(const ClassContract& figure, const SmartPtr<IROI>& roi, const Step& 
         return Call(*roi, figure.At(operation), step.arguments);
     }
     const std::string_view verb = operation.substr(0, blank);
-    if (verb == "own") {
-        return Call(*Require<IUnknown>(roi), figure.At(operation), step.arguments);
-    }
     const std::string rest(operation.substr(blank + 1));
     Answer answer;
     if (verb == "read") {

@@ -20,9 +20,8 @@ struct Answer {
 
 enum class NullOutputs { kNo, kWhereAllowed };
 
-/// Calls an operation by its slot. The address is that of the figure's IROI or, for the class's own table, of its
-/// IUnknown.
-Answer Call(IUnknown& figure, const Operation& operation, std::span<const double> arguments,
+/// Calls an operation of a figure by its slot. The figure's address is that of its IROI.
+Answer Call(IROI& figure, const Operation& operation, std::span<const double> arguments,
             NullOutputs nullOutputs = NullOutputs::kNo);
 
 /// Equal within 1e-9, relative above 1; two NaNs are equal.

@@ -111,55 +111,6 @@ Steps ShapeSteps() {
             {"GetBoundingRect", {}, {0, 0, 0, 0}, E_FAIL}};
 }
 
-// Edges from (58, 34) to (74, 22) and from (55, 52) to (60, 64), whose lines meet in (50, 40).
-Steps OwnArcDonutSteps() {
-    return {{"own Set", {58, 34, 74, 22, 55, 52, 60, 64}},
-            {"GetCenter", {}, {50, 40}},
-            {"GetRadius", {0}, {10, 10}},
-            {"GetRadius", {1}, {30, 30}},
-            {"own GetLimits", {}, {std::atan2(-3, 4), std::atan2(12, 5) - std::atan2(-3, 4)}},
-            {"own Set", {58, 34, 74, 22, 60, 64, 55, 52}},
-            {"own GetLimits", {}, {std::atan2(-3, 4), std::atan2(-12, -5) - std::atan2(-3, 4)}},
-            {"own Set", {1, 2, 17, -10, 30, 40, 46.5, 28}, {}, E_FAIL},
-            {"own Set", {1, 2, 17, -10, 46, 28, 30, 40}, {}, E_FAIL},
-            {"GetCenter", {}, {50, 40}},
-            {"GetRadius", {0}, {10, 10}},
-            {"GetRadius", {1}, {30, 30}},
-            {"own GetLimits", {}, {std::atan2(-3, 4), std::atan2(-12, -5) - std::atan2(-3, 4)}},
-            {"own SetLimits", {0, 2}},
-            {"own GetLimits", {}, {0, 2}},
-            {"own SetNode", {2, 50, 61}},
-            {"own GetNode", {6}, {75.5, 40}},
-            {"own HitTest", {50, 66}, {1}},
-            {"own HitTest", {50, 55}, {0}, E_FAIL},
-            {"own Replicate", {}, {1}},
-            {"own GetPages", {}, {1}},
-            {"own GetParameters", {}, {1}},
-            {"own SetParameters", {61.5}},
-            {"GetCenter", {}, {61.5, 40}},
-            {"own Save"},
-            {"own Load", {}, {}, E_FAIL}};
-}
-
-Steps OwnShapeSteps() {
-    return {{"own SetGeometry", {10.75, 20.25, 3.25, 5.75}},
-            {"own GetBoundingSize", {}, {7.5, 14.5}},
-            {"own GetBoundingRect", {}, {3, 5, 8, 15}},
-            {"own SetCenter", {1, 2}},
-            {"own GetCenter", {}, {7, 13}},
-            {"own GetMask", {}, {kUntouched}},
-            {"own Replicate", {}, {kUntouched}},
-            {"own Transform", {2, 0, 0, 2, 0, 0}},
-            {"own HitTest", {7, 13}, {kUntouched}, E_FAIL},
-            {"own GetPages", {}, {1}},
-            {"own GetParameters", {}, {1}},
-            {"own SetParameters", {61.5}},
-            {"own Save"},
-            {"own Load", {}, {}, E_FAIL},
-            {"own SetGeometry"},
-            {"own GetCenter", {}, {0, 0}, E_FAIL}};
-}
-
 struct ClassSteps {
     const char* className;
     std::vector<Steps> parts;
@@ -181,9 +132,7 @@ std::vector<ClassSteps> AllSteps() {
             {"ROIDonut", {ring, DonutSteps(), {{"GetNode", {0x102}, {50, 50}}}}},
             {"ROIArcDonut", {ring, {{"GetNode", {0x106}, {75, 50}}}, DonutSteps()}},
             {"ROIProfile", {ProfileStart(), BaseSteps(20, 8, kCopies, kNoMask, {40, 46, 21, 9}), ProfileSteps()}},
-            {"ROIShape", {ShapeSteps()}},
-            {"ROIArcDonut", {OwnArcDonutSteps()}},
-            {"ROIShape", {OwnShapeSteps()}}};
+            {"ROIShape", {ShapeSteps()}}};
 }
 
 // The steps with each one's slot as its sentence.

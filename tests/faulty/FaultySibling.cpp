@@ -13,7 +13,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <string>
-#include <string_view>
 #include <utility>
 
 #include "contract/Components.h"
@@ -182,8 +181,7 @@ void* OperationOf(const std::string& way) {
 
 void Bend(IUnknown* object) {
     void* face = nullptr;
-    const std::string_view name = TheFault().interfaceName;
-    if (object->QueryInterface(name == "IUnknown" ? IID_IUnknown : __IIDOfc(name.data()), &face) != S_OK) {
+    if (object->QueryInterface(__IIDOfc(TheFault().interfaceName), &face) != S_OK) {
         return;
     }
     auto& table = *static_cast<void***>(face);
