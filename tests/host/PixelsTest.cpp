@@ -119,6 +119,12 @@ TEST_F(PixelsTest, AnEllipseOnTheCellHoldsWhatCountingPixelByPixelFinds) {
     EXPECT_EQ(drawn["min"], 3);
     EXPECT_NEAR(taken["mean"], 173.16, 0.005);
     EXPECT_NEAR(taken["std"], 34.01, 0.005);
+    // A twentieth of a pixel further right its edge meets the centre of no pixel.
+    Done({"set", "s.roi", "oval", "CenterX=430.05"});
+    const json clear = Measure(kCell, {"--columns", "mean,std,min"})[1];
+    EXPECT_NEAR(clear["mean"], 149.86, 0.005);
+    EXPECT_NEAR(clear["std"], 68.67, 0.005);
+    EXPECT_EQ(clear["min"], 3);
 }
 
 TEST_F(PixelsTest, CsvAndJsonCarryTheSameNumbers) {
