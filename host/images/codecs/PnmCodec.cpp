@@ -20,6 +20,10 @@ const char* Misplaced(int c) noexcept {
     return c == EOF ? "the file is cut short" : "it has something else where a number belongs";
 }
 
+// A bit that is set is black; as values, black is less than white.
+constexpr std::uint16_t kBlack = 0;
+constexpr std::uint16_t kWhite = 1;
+
 class PnmReader : public FileReader {
   public:
     explicit PnmReader(std::FILE* file) : m_file(file) {}
@@ -61,9 +65,6 @@ PageInfo PnmReader::Turn(int) {
     page.bits = std::bit_width(m_largest);
     page.channels = kind % 3 == 0 ? 3 : 1;
     page.isColour = page.channels == 3;
-    if (m_isBits) {
-        page.warnings.emplace_back("its smallest value is white: values are taken as stored");
-    }
     m_count = static_cast<std::size_t>(page.size.width) * static_cast<std::size_t>(page.channels);
     return page;
 }
@@ -128,7 +129,7 @@ void PnmReader::ReadPlain() {
         if (bit != '0' && bit != '1') {
             throw std::runtime_error(Misplaced(bit));
         }
-        value = static_cast<std::uint16_t>(bit - '0');
+        value = bit == '1' ? kBlack : kWhite;
     }
 }
 
@@ -139,7 +140,7 @@ void PnmReader::ReadRaw() {
         throw std::runtime_error(Misplaced(EOF));
     }
     for (std::size_t i = 0; i < m_count; ++i) {
-        const int value = m_isBits     ? m_bytes[i / 8] >> (7 - i % 8) & 1
+        const int value = m_isBits     ? (m_bytes[i / 8] >> (7 - i % 8) & 1) != 0 ? kBlack : kWhite
                           : bytes == 2 ? m_bytes[2 * i] << 8 | m_bytes[2 * i + 1]
                                        : m_bytes[i];
         m_row[i] = static_cast<std::uint16_t>(value);
