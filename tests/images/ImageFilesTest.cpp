@@ -279,7 +279,7 @@ TEST_F(ImageFiles, ThatAreNoneAreRefusedByName) {
         {"P2\n2 2\n65536\n1 2 3 4", "its values are of an unknown kind"},
         {std::string("\xFF\x4F\xFF\x51\0\x29\0\0\0\0\0\x0D\0\0\0\x09\0\0\0\2", 20) + std::string(30, '\0'),
          "its first pixel is not at the origin of its grid"},
-        {std::string("v/1\1\2\0\0\0channels\0chlist\0\x13\0\0\0Z\0\1", 33) + std::string(40, '\0'),
+        {std::string("v/1\1\2\0\0\0channels\0chlist\0\x13\0\0\0Z\0\1", 31) + std::string(40, '\0'),
          "it has neither colours (channels R, G and B) nor grey (Y)"},
         {std::string("\x89PNG\r\n\x1A\n\0\0\0\x0DIHDR\0\x0F\0\0\0\x0F\0\0\x08\0\0\0\0\xE1\x93\xF4\x0F", 33), ""},
         {std::string("II*\0\x08\0\0\0\0\0", 10), ""},
