@@ -8,13 +8,15 @@
 
 #include <algorithm>
 #include <stdexcept>
-#include <string>
 #include <vector>
 
+#include "host/base/Descriptor.h"
 #include "host/base/Error.h"
 #include "host/base/ModuleFolder.h"
 
 namespace host {
+
+namespace {
 
 bool IsWhole(const Descriptor& file) {
     struct stat status {};
@@ -34,12 +36,19 @@ bool IsWhole(const Descriptor& file) {
            std::none_of(parts.begin(), parts.end(), isCut);
 }
 
-void* SymbolOf(const char* module, const char* symbol) {
-    const std::string path = (DefaultModuleFolder() / module).string();
+}  // namespace
+
+bool CheckWhole(const std::string& path) {
     const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
     if (file.Number() >= 0 && !IsWhole(file)) {
         throw Error("cannot load module", path, "the file is cut short");
     }
+    return file.Number() >= 0;
+}
+
+void* SymbolOf(const char* module, const char* symbol) {
+    const std::string path = (DefaultModuleFolder() / module).string();
+    CheckWhole(path);
     void* const handle = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
     void* const found = handle != nullptr ? dlsym(handle, symbol) : nullptr;
     if (found == nullptr) {

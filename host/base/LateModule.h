@@ -2,13 +2,13 @@
 // libraries beneath them. They lie in the folder of the modules and stay open.
 #pragma once
 
-#include "host/base/Descriptor.h"
+#include <string>
 
 namespace host {
 
-/// False for a shared object of which a part is missing: to open it would end the process. What is none at all is left
-/// to the loader to refuse.
-bool IsWhole(const Descriptor& file);
+/// Whether there is such a file. Throws Error for a shared object of which a part is missing: to open it would end the
+/// process. What is none at all is left to the loader to refuse.
+bool CheckWhole(const std::string& path);
 
 /// A function that a module, NAME.so, exports. Throws std::runtime_error in the loader's words, Error when its
 /// file is cut short.

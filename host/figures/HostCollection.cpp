@@ -1,13 +1,11 @@
 #include "host/figures/HostCollection.h"
 
 #include <dlfcn.h>
-#include <fcntl.h>
 
 #include <algorithm>
 #include <array>
 
 #include "contract/Module.h"
-#include "host/base/Descriptor.h"
 #include "host/base/Error.h"
 #include "host/base/LateModule.h"
 
@@ -50,13 +48,8 @@ void ModuleFolder::Require(const std::string& name) {
         return;
     }
     const std::string path = FileOf(name).string();
-    const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
-    if (file.Number() < 0) {
-        m_modules.emplace(name, Open(path));  // It fails in the loader's words.
-    } else if (!IsWhole(file)) {
-        throw Error("cannot load module", path, "the file is cut short");
-    }
-    m_modules.emplace(name, nullptr);
+    // What is not there fails in the loader's words.
+    m_modules.emplace(name, CheckWhole(path) ? nullptr : Open(path));
 }
 
 void* ModuleFolder::FindSymbol(const std::string& module, const char* symbol) {
