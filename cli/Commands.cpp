@@ -37,6 +37,15 @@ void AddPagesOption(CLI::App& command, std::optional<PageSelection>& pages) {
     command.add_option("--pages", pages, "Only these pages of images that have several: 1,3-5")->type_name("LIST");
 }
 
+void AddChannelsOption(CLI::App& command, bool& channels, const std::string& what) {
+    command.add_flag("--channels", channels, what + " for every channel of a colour image");
+}
+
+void AddLenientOption(CLI::App& command, Damage& damage, const std::string& description) {
+    command.add_flag_callback(
+        "--lenient", [&damage] { damage = Damage::taken; }, description);
+}
+
 void AddForceOption(CLI::App& command, bool& force) {
     command.add_flag("--force", force, "Replace a file that is not of the kind that the command writes");
 }

@@ -59,6 +59,10 @@ CLI::Option* AddArgument(CLI::App& command, const std::string& name, Value& valu
 void AddSetArgument(CLI::App& command, UserPath& set);
 /// The option --pages 1,3-5.
 void AddPagesOption(CLI::App& command, std::optional<PageSelection>& pages);
+/// The option --channels: `what` there is of each, "A row".
+void AddChannelsOption(CLI::App& command, bool& channels, const std::string& what);
+/// The option --lenient; the description says what is done with what could be read.
+void AddLenientOption(CLI::App& command, Damage& damage, const std::string& description);
 /// The option --format table|csv|json; a table for people without it.
 void AddFormatOption(CLI::App& command, TableFormat& format);
 

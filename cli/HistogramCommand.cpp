@@ -89,7 +89,7 @@ void AddHistogramCommand(CLI::App& roi) {
     command.add_option("--bins", options->bins, "At most as many bins for each figure")
         ->check(CLI::Range(1, 1 << 20).description(""))
         ->type_name("N");
-    command.add_flag("--channels", options->channels, "A histogram for every channel of a colour image");
+    AddChannelsOption(command, options->channels, "A histogram");
     command.add_option("-o,--output", options->plot, "Also draw them, as .svg or .png, with gnuplot");
     AddFormatOption(command, options->format);
     options->pixels.AddTo(command, PixelOptions::kParts);

@@ -67,7 +67,7 @@ struct MeasureOptions {
     std::optional<PixelScale> scale;
     PixelOptions pixels;
     bool keepGoing = false;
-    bool lenient = false;
+    Damage damage = Damage::refused;
 };
 
 // A failure as an error that names the image.
@@ -174,10 +174,9 @@ void Run(const MeasureOptions& options) {
     Progress progress(shown, shown ? images.Count() : std::nullopt);
     TableStream table(NamesOf(columns), options.format);
     const ScaleTalk talk(AreInUnits(columns) && !options.scale);
-    Batch batch(
-        set, images,
-        {std::move(columns), options.channels, rule, options.lenient ? Damage::taken : Damage::refused, options.jobs,
-         options.pages.value_or(PageSelection()), stacks || !options.columns.empty(), options.scale});
+    Batch batch(set, images,
+                {std::move(columns), options.channels, rule, options.damage, options.jobs,
+                 options.pages.value_or(PageSelection()), stacks || !options.columns.empty(), options.scale});
     const Tally tally = WriteRows(batch, table, progress, talk, options.keepGoing);
     progress.Hide();
     table.End();
@@ -211,7 +210,7 @@ void AddMeasureCommand(CLI::App& roi) {
     command.add_option("--columns", options->columns, "The columns, in this order; see below")
         ->check(CLI::Validator([](const std::string& text) { return text.empty() ? "no columns" : ""; }, ""))
         ->type_name("a,b,c");
-    command.add_flag("--channels", options->channels, "A row for every channel of a colour image");
+    AddChannelsOption(command, options->channels, "A row");
     AddPagesOption(command, options->pages);
     command
         .add_option("--pixel-size", options->scale,
@@ -222,8 +221,7 @@ void AddMeasureCommand(CLI::App& roi) {
                     "How many images to read and measure at a time; all processors unless given")
         ->check(CLI::Range(1U, 1024U).description(""))
         ->type_name("N");
-    command.add_flag("--lenient", options->lenient,
-                     "Measure what could be read of damaged images, with the status damaged");
+    AddLenientOption(command, options->damage, "Measure what could be read of damaged images, with the status damaged");
     command.add_flag("--keep-going", options->keepGoing, "Measure the other images when one fails");
     options->pixels.AddTo(command, PixelOptions::kParts);
     command.callback([options] { Run(*options); });

@@ -142,7 +142,7 @@ void AddProfileCommand(CLI::App& roi) {
     command.add_option("NAME", options->name, "The profile")->required();
     command.add_option("IMAGE", options->images, "Images to sample")->type_name("")->required();
     AddPagesOption(command, options->pages);
-    command.add_flag("--channels", options->channels, "A curve for every channel of a colour image");
+    AddChannelsOption(command, options->channels, "A curve");
     command.add_option("--thickness", options->thickness, "How far the band reaches to either side, in pixels")
         ->check(CLI::Range(0.0, 1e9).description(""))
         ->type_name("T");

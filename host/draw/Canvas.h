@@ -43,9 +43,10 @@ class Canvas {
     virtual void Write(const std::string& text, ImagePoint start, double height, Colour colour, Colour border,
                        double borderWidth) = 0;
 
-    /// Paints all of it on pixels of 8-bit red, green and blue, in rows without gaps. Throws std::runtime_error.
+    /// Paints all of it on pixels of 8-bit red, green and blue, in rows without gaps: once, or as often as pictures of
+    /// the canvas's size stand side by side there. Throws std::runtime_error.
     virtual void PaintOn(std::uint8_t* pixels, PixelSize size) = 0;
-    /// A file with a picture (8-bit red, green and blue) and all of it on top. Throws std::runtime_error.
+    /// A file with such pixels and all of it on top. Throws std::runtime_error.
     virtual std::string Document(DocumentFormat format, const RasterView& picture) = 0;
 };
 

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cmath>
 #include <type_traits>
-#include <vector>
 
 namespace host {
 
@@ -54,11 +53,11 @@ Range RangeOf(const RasterView& image) {
 }
 
 template <class Value>
-void Fill(const RasterView& image, Range range, Raster& shown) {
+void Fill(const RasterView& image, Range range, Raster& shown, int left) {
     const double scale = range.bright > range.dark ? 255.0 / (range.bright - range.dark) : 0.0;
     const bool grey = ShownChannels(image) == 1;
     for (int y = 0; y < image.size.height; ++y) {
-        auto* out = shown.Row<std::uint8_t>(y);
+        auto* out = shown.Row<std::uint8_t>(y) + std::ptrdiff_t{3} * left;
         for (int x = 0; x < image.size.width; ++x) {
             for (int channel = 0; channel < 3; ++channel) {
                 const double value = (At<Value>(image, x, y, grey ? 0 : channel) - range.dark) * scale;
@@ -71,13 +70,20 @@ void Fill(const RasterView& image, Range range, Raster& shown) {
 
 }  // namespace
 
-Raster ForDisplay(const RasterView& image, int bits) {
+Raster ForDisplay(const RasterView& image, int bits) { return ForDisplay(std::vector{image}, bits); }
+
+Raster ForDisplay(const std::vector<RasterView>& images, int bits) {
     const Range whole{0.0, static_cast<double>((1 << std::clamp(bits, 1, 8)) - 1)};
-    Raster shown(image.size, 3, Depth::u8);
-    InType(image.depth, [&](auto* type) {
-        using Value = std::remove_pointer_t<decltype(type)>;
-        Fill<Value>(image, std::is_same_v<Value, std::uint8_t> ? whole : RangeOf<Value>(image), shown);
-    });
+    const auto [width, height] = images.front().size;
+    Raster shown({static_cast<int>(images.size()) * width, height}, 3, Depth::u8);
+    int left = 0;
+    for (const RasterView& image : images) {
+        InType(image.depth, [&](auto* type) {
+            using Value = std::remove_pointer_t<decltype(type)>;
+            Fill<Value>(image, std::is_same_v<Value, std::uint8_t> ? whole : RangeOf<Value>(image), shown, left);
+        });
+        left += width;
+    }
     return shown;
 }
 

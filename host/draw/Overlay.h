@@ -39,8 +39,9 @@ class Overlay {
     /// The part of the image that is shown.
     const PixelRect& Window() const noexcept { return m_window; }
 
-    /// The overlay on that part of an image, which is given in 8-bit red, green and blue, as ForDisplay makes it: as a
-    /// picture, and as the bytes of a file of lines and letters. Throws Error.
+    /// The overlay on that part of an image, which is given in 8-bit red, green and blue, as ForDisplay makes it, or
+    /// on each of several that stand side by side: as a picture, and as the bytes of a file of lines and letters.
+    /// Throws Error.
     Raster Picture(const RasterView& window) const;
     std::string Document(DocumentFormat format, const RasterView& window) const;
 

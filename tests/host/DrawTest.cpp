@@ -118,6 +118,57 @@ TEST_F(Draw, NodesAreNumberedOnRequest) {
     EXPECT_EQ(Difference(plain, Drawn({"--crop", "e"})), 0) << "the same picture every time";
 }
 
+// The ground of part `index` of several of a width, away from the figure, whose edge all of them have.
+void ExpectGround(const cv::Mat& picture, int index, int width, const cv::Vec3b& ground) {
+    EXPECT_EQ(picture.at<cv::Vec3b>(70, index * width + 100), ground) << index;
+    EXPECT_NE(picture.at<cv::Vec3b>(29, index * width + 50), ground) << index << ": the upper side";
+}
+
+TEST_F(Draw, ChannelsStandSideBySideInGrey) {
+    Add("ROIRectangle", "box", {"CenterX=50", "CenterY=40", "Width=30", "Height=22"});
+    cv::imwrite((Folder() / "i.png").string(), cv::Mat(80, 120, CV_8UC4, cv::Scalar(30, 120, 200, 90)));
+    const cv::Mat picture = Drawn({"--channels", "--only", "box"});
+    ASSERT_EQ(picture.size(), cv::Size(4 * 120, 80));
+    const int values[] = {200, 120, 30, 90};
+    for (int i = 0; i < 4; ++i) {
+        ExpectGround(picture, i, 120, cv::Vec3b::all(static_cast<std::uint8_t>(values[i])));
+    }
+    Done({"draw", "s.roi", "i.png", "-o", "o.svg", "--channels"});
+    EXPECT_TRUE(Has(Bytes("o.svg"), R"(viewBox="0 0 480 80")"));
+    // A close-up of 47 x 39 pixels, 13 times as large.
+    EXPECT_EQ(Drawn({"--channels", "--crop", "box"}).size(), cv::Size(4 * 47 * 13, 39 * 13));
+}
+
+TEST_F(Draw, OnePageIsDrawn) {
+    Add("ROIRectangle", "box", {"CenterX=50", "CenterY=40", "Width=30", "Height=22"});
+    const std::vector<cv::Mat> pages = {cv::Mat(80, 120, CV_8U, cv::Scalar(11)),
+                                        cv::Mat(80, 120, CV_8U, cv::Scalar(22)),
+                                        cv::Mat(80, 120, CV_8U, cv::Scalar(33))};
+    cv::imwritemulti((Folder() / "t.tif").string(), pages);
+    const RunResult third = Roi({"draw", "s.roi", "t.tif", "-o", "o.png", "--pages", "3-9"});
+    EXPECT_EQ(third.err, "");
+    ExpectGround(cv::imread((Folder() / "o.png").string()), 0, 120, {33, 33, 33});
+    const RunResult two = Roi({"draw", "s.roi", "t.tif", "-o", "two.png", "--pages", "1,3"});
+    EXPECT_EQ(two.exitCode, 2);
+    EXPECT_EQ(two.err, "roi: error: usage: --pages: a picture shows one page\n");
+    EXPECT_FALSE(std::filesystem::exists(Folder() / "two.png"));
+}
+
+TEST_F(Draw, WhatCanBeReadOfADamagedImageIsDrawnOnRequest) {
+    Add("ROIRectangle", "box", {"CenterX=50", "CenterY=40", "Width=30", "Height=22"});
+    Add("ROIRectangle", "below", {"CenterX=50", "CenterY=70", "Width=30", "Height=8"});
+    // Rows of 120 bytes, 45 of them whole: the box, from row 29 to 50, ends below them.
+    WriteBytes("cut.pgm", "P5 120 80 255\n" + std::string(45 * 120 + 7, 'Z'));
+    EXPECT_EQ(Roi({"draw", "s.roi", "cut.pgm", "-o", "o.png"}).exitCode, 1);
+    const RunResult lenient = Roi({"draw", "s.roi", "cut.pgm", "-o", "o.png", "--lenient"});
+    EXPECT_EQ(lenient.err, "roi: warning: cut.pgm: it is damaged; what could be read is drawn\n");
+    const cv::Mat picture = cv::imread((Folder() / "o.png").string());
+    ASSERT_EQ(picture.size(), cv::Size(120, 45));
+    EXPECT_NE(picture.at<cv::Vec3b>(44, 50), cv::Vec3b::all('Z')) << "the last row that counts has an edge";
+    EXPECT_TRUE(Has(Roi({"draw", "s.roi", "cut.pgm", "-o", "o.png", "--lenient", "--crop", "below"}).err,
+                    "cannot crop: below: the figure lies outside the image"));
+}
+
 TEST_F(Draw, WhatCannotBeShownCloseUpIsOneLineAndNoFile) {
     Add("ROIEllipse", "away", {"CenterX=500", "CenterY=500"});
     Add("ROIProfile", "empty", {});

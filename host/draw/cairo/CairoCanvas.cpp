@@ -85,7 +85,8 @@ cairo_status_t Append(void* bytes, const unsigned char* data, unsigned int lengt
 class CairoCanvas : public Canvas {
   public:
     explicit CairoCanvas(PixelSize size)
-        : m_record([size] {
+        : m_width(size.width),
+          m_record([size] {
               const cairo_rectangle_t extent{0.0, 0.0, static_cast<double>(size.width),
                                              static_cast<double>(size.height)};
               return cairo_recording_surface_create(CAIRO_CONTENT_COLOR_ALPHA, &extent);
@@ -151,7 +152,7 @@ class CairoCanvas : public Canvas {
             for (int left = 0; left < size.width; left += kTile) {
                 const PixelRect tile = Intersection({left, top, kTile, kTile}, {0, 0, size.width, size.height});
                 const Surface surface = SurfaceOf(picture.Part(tile));
-                Replay(surface, left, top);
+                Replay(surface, tile);
                 CopyBack(surface, pixels + top * stride + std::ptrdiff_t{3} * left, stride);
             }
         }
@@ -170,7 +171,7 @@ class CairoCanvas : public Canvas {
         const Context context = ContextOf(page);
         cairo_set_source_surface(context.get(), ground.get(), 0.0, 0.0);
         cairo_paint(context.get());
-        Replay(page, 0, 0);
+        Replay(page, {0, 0, picture.size.width, picture.size.height});
         cairo_surface_finish(page.get());
         Check(cairo_surface_status(page.get()));
         return bytes;
@@ -186,15 +187,18 @@ class CairoCanvas : public Canvas {
         cairo_set_font_size(m_context.get(), height / kCapitals);
     }
 
-    // Paints what is kept, whose point (left, top) lies at the surface's corner.
-    void Replay(const Surface& surface, int left, int top) const {
+    // Paints what is kept on a part of a picture, whose point (left, top) lies at the surface's corner.
+    void Replay(const Surface& surface, const PixelRect& part) const {
         const Context context = ContextOf(surface);
-        cairo_set_source_surface(context.get(), m_record.get(), -left, -top);
-        cairo_paint(context.get());
+        for (int copy = part.left / m_width * m_width; copy < part.Right(); copy += m_width) {
+            cairo_set_source_surface(context.get(), m_record.get(), copy - part.left, -part.top);
+            cairo_paint(context.get());
+        }
         Check(cairo_status(m_context.get()));
         Check(cairo_status(context.get()));
     }
 
+    int m_width;
     Surface m_record;
     Context m_context;
 };
