@@ -2,8 +2,10 @@
 // line on standard error and an exit code.
 #include <fmt/format.h>
 #include <fmt/ranges.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <cstring>
 #include <filesystem>
 #include <iterator>
 #include <new>
@@ -12,6 +14,7 @@
 #include "cli/Commands.h"
 #include "host/base/Error.h"
 #include "host/base/Memory.h"
+#include "host/base/ModuleTrial.h"
 #include "host/base/SafeFile.h"
 #include "host/base/Text.h"
 
@@ -108,6 +111,14 @@ void Run(CLI::App& roi, const std::vector<std::string>& words) {
     }
 }
 
+// What a module ends that crashes as it is opened; a signal's handler, which may use no memory.
+[[noreturn]] void EndByCrash(const char* file, int signal) {
+    for (const char* part : {"roi: error: cannot use module: ", file, ": it crashed (", sigdescr_np(signal), ")\n"}) {
+        Say(part);
+    }
+    _exit(kExitFailed);
+}
+
 int Fail(std::string_view line, int exitCode) {
     Complain(line);
     return exitCode;
@@ -122,6 +133,9 @@ int main(int argc, char** argv) {
     using host::Error;
     using host::ErrorKind;
     host::KeepFreedMemory();
+    if constexpr (!ROI_SANITIZE) {  // Sanitizers have reports of their own.
+        host::ModuleTrial::ReportCrashes(EndByCrash);
+    }
     try {
         CLI::App roi("Places, edits and measures regions of interest on images.", "roi");
         roi.footer(

@@ -13,6 +13,7 @@
 #include "host/base/Descriptor.h"
 #include "host/base/Error.h"
 #include "host/base/ModuleFolder.h"
+#include "host/base/ModuleTrial.h"
 
 namespace host {
 
@@ -49,6 +50,7 @@ bool CheckWhole(const std::string& path) {
 void* SymbolOf(const char* module, const char* symbol) {
     const std::string path = (DefaultModuleFolder() / module).string();
     CheckWhole(path);
+    const ModuleTrial trial(path);
     void* const handle = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
     void* const found = handle != nullptr ? dlsym(handle, symbol) : nullptr;
     if (found == nullptr) {

@@ -22,6 +22,7 @@ constexpr std::array<LateClass, 4> kLateClasses = {
     {{L"CIFImageCANVAS", "CIF"}, {L"CIFGraphics", "CIF"}, {L"Assembly", "Geometry"}, {L"ROIRectangle", "ROI"}}};
 
 void* Open(const std::string& file) {
+    const ModuleTrial trial(file);
     void* const module = dlopen(file.c_str(), RTLD_NOW);
     if (module == nullptr) {
         throw Error("cannot load module", file, dlerror());
@@ -81,6 +82,7 @@ Result HostCollection::CreateComponent(tagREFString className, const IID& iid, v
         return m_framework->CreateComponent(className, iid, out);
     }
     try {
+        const ModuleTrial trial = m_modules.Try(late->module);
         const ComponentCreator create = CreatorOf(late->module, className);
         IID wanted = iid;
         return create != nullptr ? create(nullptr, &wanted, out) : E_FAIL;

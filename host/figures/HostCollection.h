@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "contract/Components.h"
+#include "host/base/ModuleTrial.h"
 
 namespace host {
 
@@ -17,6 +18,8 @@ class ModuleFolder {
     explicit ModuleFolder(std::filesystem::path folder) : m_folder(std::move(folder)) {}
 
     const std::filesystem::path& Path() const noexcept { return m_folder; }
+    /// For as long as the code of a module runs that never ran before.
+    ModuleTrial Try(const std::string& name) const { return ModuleTrial(FileOf(name).string()); }
 
     /// The handle of the module in the file NAME.so. Throws Error, in the loader's own words and with the file's whole
     /// path, when it is missing or broken.

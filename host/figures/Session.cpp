@@ -52,12 +52,29 @@ ComponentCreator CreatorOf(CreateFunctionEntry createFunction, std::string_view 
     return creator;
 }
 
+SmartPtr<IComponentCollection> FrameworkOf(ModuleFolder& modules) {
+    const ModuleTrial trial = modules.Try("CollectionsEx");
+    const auto createFunction = modules.Find<CreateFunctionEntry>("CollectionsEx", kCreateFunctionSymbol);
+    const ComponentCreator create = CreatorOf(createFunction, "GlobalComponentCollection");
+    SmartPtr<IComponentCollection> framework;
+    if (create == nullptr || Failed(create(nullptr, &IID_IComponentCollection, framework.ReceiveVoid()))) {
+        throw Error("cannot use module", (modules.Path() / "CollectionsEx.so").string(),
+                    "it gives no component collection");
+    }
+    return framework;
+}
+
+bool MakesTextsAndLists(const ModuleFolder& modules) {
+    const ModuleTrial trial = modules.Try("Collections");
+    return CREFString::CreateString() && CREFString::CreateVariant() && CREFString::CreateCollection() &&
+           BASEObject::CreateParameters();
+}
+
 // What is made once is kept, in this program and in the module: the siblings are not looked for again.
-void FillCaches(const Figure& figure) {
+void FillCaches(const ModuleFolder& modules, const Figure& figure) {
     SmartPtr<INamedCollection> list;
     SmartPtr<INamedCollection> pages;
-    const bool filled = CREFString::CreateString() && CREFString::CreateVariant() && CREFString::CreateCollection() &&
-                        BASEObject::CreateParameters() &&
+    const bool filled = MakesTextsAndLists(modules) &&
                         Succeeded(figure.As<IParametricObject>()->GetParameters(list.Receive(), 0)) &&
                         Succeeded(figure.As<IUIPropertyPageSpecify>()->GetPages(0, pages.Receive(), nullptr));
     if (!filled) {
@@ -74,23 +91,20 @@ Session::Session(const fs::path& folder) {
     for (const char* sibling : {"CollectionsEx", "Collections", "CIF", "Geometry"}) {
         modules.Require(sibling);
     }
-    const auto createFunction = modules.Find<CreateFunctionEntry>("CollectionsEx", kCreateFunctionSymbol);
-    const ComponentCreator create = CreatorOf(createFunction, "GlobalComponentCollection");
-    SmartPtr<IComponentCollection> framework;
-    if (create == nullptr || Failed(create(nullptr, &IID_IComponentCollection, framework.ReceiveVoid()))) {
-        throw Error("cannot use module", (folder / "CollectionsEx.so").string(), "it gives no component collection");
-    }
+    SmartPtr<IComponentCollection> framework = FrameworkOf(modules);
     m_components = SmartPtr<HostCollection>::Adopt(new HostCollection(std::move(modules), std::move(framework)));
     UseComponents(m_components.Get());
-    m_initializeModule = m_components->Modules().Find<InitializeModuleEntry>("ROI", kInitializeModuleSymbol);
-    const auto createFigure = m_components->Modules().Find<CreateFunctionEntry>("ROI", kCreateFunctionSymbol);
+    ModuleFolder& opened = m_components->Modules();
+    const ModuleTrial trial = opened.Try("ROI");
+    m_initializeModule = opened.Find<InitializeModuleEntry>("ROI", kInitializeModuleSymbol);
+    const auto createFigure = opened.Find<CreateFunctionEntry>("ROI", kCreateFunctionSymbol);
     for (const FigureClass* type : FigureClasses()) {
         if (const ComponentCreator creator = CreatorOf(createFigure, type->name)) {
             m_makers.push_back({type, creator});
         }
     }
     m_initializeModule(nullptr, m_components.Get());
-    FillCaches(Create("", FigureClasses().front()->name));
+    FillCaches(opened, Create("", FigureClasses().front()->name));
 }
 
 Session::~Session() {

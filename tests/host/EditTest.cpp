@@ -1,5 +1,6 @@
 // The editing commands of `roi`, run as a user runs them.
 #include <algorithm>
+#include <csignal>
 #include <map>
 #include <nlohmann/json.hpp>
 #include <opencv2/imgcodecs.hpp>
@@ -414,6 +415,48 @@ TEST_F(Edit, AMissingModuleIsOneLineInTheLoadersWords) {
     WriteBytes("a.pgm", "P2 1 1 255 7");
     ExpectOneLine(RunProgram({program, "measure", "a.roi", "a.pgm"}, Folder()), 1,
                   "cannot load module: " + (bin / "ImageCodecs.so").string() + ": the file is cut short");
+}
+
+TEST_F(Edit, AModuleThatCrashesAsItIsOpenedIsOneLine) {
+#if defined(ROI_SANITIZE)
+    GTEST_SKIP() << "sanitizers report crashes their own way";
+#endif
+    Done({"add", "a.roi", "ROIEllipse", "--name", "a"});
+    WriteBytes("a.pgm", "P2 1 1 255 7");
+    Done({"add", "m.roi", "ROIMask", "--name", "m", "--mask", "a.pgm"});
+    const struct {
+        const char* module;
+        const char* where;
+        const char* signal;
+        const char* command;
+    } cases[] = {
+        {"ROI.so", "open", "Aborted", "list a.roi"},
+        {"ROI.so", "stack", "Segmentation fault", "list a.roi"},
+        {"ROI.so", "create", "Segmentation fault", "list a.roi"},
+        {"ROI.so", "initialize", "Floating point exception", "list a.roi"},
+        {"CollectionsEx.so", "open", "Aborted", "classes"},
+        {"CollectionsEx.so", "create", "Segmentation fault", "classes"},
+        {"Collections.so", "open", "Aborted", "list a.roi"},
+        {"Collections.so", "create", "Segmentation fault", "list a.roi"},
+        {"CIF.so", "open", "Aborted", "list m.roi"},
+        {"CIF.so", "create", "Segmentation fault", "list m.roi"},
+        {"ImageCodecs.so", "open", "Aborted", "measure a.roi a.pgm"},
+    };
+    for (const auto& c : cases) {
+        const std::filesystem::path bin = Folder() / c.where / c.module;
+        const std::string program = Install(bin, bin, c.module);
+        std::filesystem::copy_file(BIN_DIR "/ImageCodecs.so", bin / "ImageCodecs.so");
+        std::filesystem::copy_file(FAULTY_DIR "/crashing.so", bin / c.module,
+                                   std::filesystem::copy_options::overwrite_existing);
+        const RunResult result = RunProgram(
+            {"/bin/sh", "-c", std::string("ROI_CRASH=") + c.where + " " + program + " " + c.command}, Folder());
+        EXPECT_EQ(result.exitCode, 1) << c.module << ' ' << c.where;
+        EXPECT_EQ(result.err,
+                  "roi: error: cannot use module: " + (bin / c.module).string() + ": it crashed (" + c.signal + ")\n");
+    }
+    // Whatever else ends it does so as before: here while it waits for an image.
+    const std::string waiting = "mkfifo f; " BIN_DIR "/roi measure a.roi f & exec 3>f; kill -SEGV $!; wait $!";
+    EXPECT_EQ(RunProgram({"/bin/sh", "-c", waiting}, Folder()).exitCode, 128 + SIGSEGV);
 }
 
 TEST_F(Edit, AnInstalledProgramFindsItsModules) {
