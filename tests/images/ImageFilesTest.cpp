@@ -292,6 +292,19 @@ TEST_F(ImageFiles, ThatAreNoneAreRefusedByName) {
     EXPECT_EQ(Refusal("none.png"), "cannot read image: " + File("none.png") + ": No such file or directory");
 }
 
+TEST_F(ImageFiles, ThatArePnmHaveCommentsWhereverABlankMayStand) {
+    for (const char* bytes :
+         {"P2#\n#P3\n3 2#9 9\n99 35 2 3#4 5\n#\n7 8 9#", "P5\n#\n#\n3 #4\n2\n99#255\n#\2\3\7\x08\x09"}) {
+        WriteBytes("x.pgm", bytes);
+        const Raster read = LoadImage(UserPath(File("x.pgm"))).pixels;
+        ASSERT_EQ(read.Size(), (PixelSize{3, 2})) << bytes;
+        const double values[] = {35, 2, 3, 7, 8, 9};
+        for (int i = 0; i < 6; ++i) {
+            EXPECT_EQ(PixelAt(read.View(), i % 3, i / 3)[0], values[i]) << bytes;
+        }
+    }
+}
+
 TEST_F(ImageFiles, TellTheirResolutionAndAnOrientationThatIsNotFollowed) {
     if (!Runs("command -v convert tiffset")) {
         GTEST_SKIP() << "ImageMagick or libtiff's tools are not installed";

@@ -1,4 +1,5 @@
-// PBM, PGM and PPM, plain and raw. libvips takes whatever is missing, or no number, for 0.
+// PBM, PGM and PPM, plain and raw. libvips takes whatever is missing, or no number, for 0, bits that nothing parts for
+// one number, and a comment right behind a number for more of them.
 #include <algorithm>
 #include <bit>
 #include <cstdint>
@@ -33,6 +34,7 @@ class PnmReader : public FileReader {
     std::string Fault() const override { return m_fault.Text(); }
 
   private:
+    int Get();
     int Next();
     std::uint32_t Number();
     void ReadPlain();
@@ -69,18 +71,24 @@ PageInfo PnmReader::Turn(int) {
     return page;
 }
 
-// The next character that is neither blank nor in a comment.
-int PnmReader::Next() {
-    for (int c = std::fgetc(m_file);; c = std::fgetc(m_file)) {
-        while (c == '#') {
-            while (c != '\n' && c != EOF) {
-                c = std::fgetc(m_file);
-            }
-        }
-        if (!IsBlank(c)) {
-            return c;
+// The next character; a comment is the end of its line.
+int PnmReader::Get() {
+    int c = getc_unlocked(m_file);
+    if (c == '#') {
+        while (c != '\n' && c != EOF) {
+            c = getc_unlocked(m_file);
         }
     }
+    return c;
+}
+
+// The next character that is not blank.
+int PnmReader::Next() {
+    int c = Get();
+    while (IsBlank(c)) {
+        c = Get();
+    }
+    return c;
 }
 
 // A number and the character behind it.
@@ -91,7 +99,7 @@ std::uint32_t PnmReader::Number() {
         throw std::runtime_error(Misplaced(c));
     }
     std::uint64_t number = 0;
-    for (; IsDigit(c); c = std::fgetc(m_file)) {
+    for (; IsDigit(c); c = Get()) {
         number = std::min<std::uint64_t>(10 * number + static_cast<unsigned>(c - '0'), kMost);
     }
     return static_cast<std::uint32_t>(number);
