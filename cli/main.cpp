@@ -133,7 +133,7 @@ int main(int argc, char** argv) {
     using host::Error;
     using host::ErrorKind;
     host::KeepFreedMemory();
-    if constexpr (!ROI_SANITIZE) {  // Sanitizers have reports of their own.
+    if (!ROI_SANITIZE) {  // Sanitizers have reports of their own.
         host::ModuleTrial::ReportCrashes(EndByCrash);
     }
     try {
