@@ -54,6 +54,8 @@ const Scenarios& ProfileScenarios() {
                {"GetPoint", {1}, {40, 60, -1.1525719972156676, 4, 5}},
                {"GetPoint", {2}, {100, 60, -kPi / 2, 6, 7}},
                {"SetPoint", {3, 5, 6}},
+               {"SetCenter", {50, 40}},
+               {"Transform", {1, 0, 0, 1, 20, 30}},
                {"GetPoint", {3}, {5, 6, -1000, kAnything, kAnything}},
                {"GetPoint", {4}, {kUntouched, kUntouched, kUntouched, kUntouched, kUntouched}, E_INVALIDARG},
                {"GetPoint", {-1}, {kUntouched, kUntouched, kUntouched, kUntouched, kUntouched}, E_INVALIDARG}})},

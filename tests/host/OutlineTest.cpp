@@ -8,6 +8,7 @@
 
 #include "host/measure/Coverage.h"
 #include "host/measure/Edges.h"
+#include "host/measure/Labels.h"
 #include "tests/host/RunRoi.h"
 #ifdef HAS_GEOS
 #include <geos_c.h>
@@ -523,6 +524,26 @@ TEST(Coverage, EveryPixelOfAnEllipseCountsWithItsPart) {
                 ASSERT_NEAR((found[{i, j}]), part, 1e-9) << rx << ' ' << ry << ": " << i << ' ' << j;
             }
         }
+    }
+}
+
+// A pixel for each of as many figures as 16 bits can number, and of one more.
+TEST(Labels, AreAsWideAsTheLastOneNeeds) {
+    constexpr int kColumns = 300;
+    for (const auto& [count, depth] : {std::pair(65535, host::Depth::u16), {65536, host::Depth::u32}}) {
+        std::vector<host::View> views(static_cast<std::size_t>(count));
+        for (int i = 0; i < count; ++i) {
+            views[static_cast<std::size_t>(i)].pixels.AddSpan(i / kColumns, i % kColumns, i % kColumns);
+        }
+        const host::LabelImage labels =
+            host::LabelsOf(std::make_shared<const std::vector<host::View>>(views), {kColumns, count / kColumns + 1});
+        ASSERT_EQ(labels.image.View().depth, depth);
+        const int row = (count - 1) / kColumns;
+        const int column = (count - 1) % kColumns;
+        EXPECT_EQ(depth == host::Depth::u16 ? labels.image.View().Row<std::uint16_t>(row)[column]
+                                            : labels.image.View().Row<std::uint32_t>(row)[column],
+                  static_cast<std::uint32_t>(count));
+        EXPECT_EQ(std::count(labels.taken.begin(), labels.taken.end(), 0), count);
     }
 }
 

@@ -28,6 +28,7 @@ TEST(Module, ExportsItsTwoEntryPointsAndNeedsOnlyTheStandardLibraries) {
         OutputOf("readelf -d ROI.so | grep NEEDED | grep -vE '\\[(libc|libm|libstdc\\+\\+|libgcc_s)\\.so\\.[0-9]+\\]'"
                  " | wc -l"),
         "0\n");
+    EXPECT_EQ(OutputOf("readelf -n ROI.so 2>&1 | grep -cE '^ *ROI +0x[0-9a-f]+[[:space:]]+NT_VERSION|Warning'"), "1\n");
 }
 
 // ---------------------------------------------------------------------------------------------------
@@ -73,18 +74,45 @@ TEST(Identifier, IsDerivedFromTheName) {
     EXPECT_EQ(bytes("IPoint5"), bytes("IPoint_"));
     EXPECT_EQ(std::memcmp(&IID_IUnknown, "\0\0\0\0\0\0\0\0\xC0\0\0\0\0\0\0\x46", 16), 0);
     EXPECT_EQ(IID_IROIParallelogram, IidModel("IROIParallelogram"));
-    EXPECT_TRUE(IID_IUnknown != IID_IROIParallelogram);
+    for (const std::size_t word : {0, 1, 2, 3}) {
+        IID other = IID_IROIParallelogram;
+        other.words[word] ^= 0x100;
+        EXPECT_TRUE(other != IID_IROIParallelogram && !(other == IID_IROIParallelogram)) << word;
+    }
     EXPECT_FALSE(IID_IUnknown != IID_IUnknown);
 }
 
-TEST(ReferenceString, TellsWhetherItTookTheCharacters) {
-    const std::wstring more(100, L'e');
+TEST(ReferenceString, TakesPiecesOfAnyLengthAndKeepsThemWhereItMoves) {
+    std::wstring whole;
     CREFString string;
-    EXPECT_TRUE(string.Assign(L"ab", 2));
-    EXPECT_TRUE(string.Append(L"cd", 2));
-    EXPECT_TRUE(string.Append(more.data(), 100)) << "beyond the room of short texts";
+    // 20 characters lie in the string itself.
+    for (const int count : {0, 1, -3, 11, 7, 1, 1, 19, 2, 130, 0, 1, 400}) {
+        const std::wstring piece(static_cast<std::size_t>(std::max(count, 0)), L'a' + static_cast<wchar_t>(count % 26));
+        EXPECT_TRUE(string.Append(piece.data(), count));
+        whole += piece;
+        EXPECT_EQ(Wide(string), whole);
+        CREFString there(std::move(string));
+        EXPECT_EQ(Wide(string), L"");  // NOLINT(bugprone-use-after-move): a string that was moved is empty
+        EXPECT_TRUE(string.Assign(L"-", 1) && string.Assign(there.text, there.length));
+        EXPECT_EQ(Wide(there), whole);
+    }
     EXPECT_FALSE(string.Append(L"f", INT_MAX)) << "more than a length can say, and nothing is read";
-    EXPECT_EQ(std::wstring(string.text, static_cast<std::size_t>(string.length)), L"abcd" + more);
+    EXPECT_TRUE(string.Assign(string.text + 1, 2)) << "a part of itself";
+    EXPECT_EQ(Wide(string), whole.substr(1, 2));
+    EXPECT_TRUE(Text(L"a") != Text(L"b") && Text(L"ab") != Text(L"ac") && Text(L"a") != Text(L"ab"));
+    EXPECT_TRUE(CREFString() == Text(L"") && string == Ref(whole.substr(1, 2)));
+}
+
+TEST(Pixels, AreBytesInOnePlaneOfEight) {
+    unsigned char byte = 0;
+    const std::pair<ImagePixels, bool> rows[] = {{{&byte, 1, 1, 1, 1, 8}, true},
+                                                 {{nullptr, 1, 1, 1, 1, 8}, false},
+                                                 {{&byte, 1, 1, 2, 1, 16}, false},
+                                                 {{&byte, 1, 1, 3, 3, 8}, false},
+                                                 {{}, false}};
+    for (const auto& [pixels, areBytes] : rows) {
+        EXPECT_EQ(pixels.AreBytes(), areBytes) << pixels.planes << " of " << pixels.bits;
+    }
 }
 
 }  // namespace

@@ -347,6 +347,39 @@ TEST(Exact, ProfileScalesAThicknessByTheNewDistanceFirst) {
     EXPECT_EQ(Read2([&](double* a, double* b) { return profile->GetThickness(0, a, b); }), Point(6.5, 9.1));
 }
 
+TEST(Exact, ProfileMeasuresFromALineThatIsNormalisedTwice) {
+    struct Case {
+        Point from, to, dragged;
+        double thickness;
+    };
+    for (const Case& c :
+         {Case{{13, 27}, {46, 1}, {33, 14}, 2.1660527931122964}, Case{{58, 55}, {35, 14}, {25, 32}, -17.5279479482345},
+          // The square of its length is no number: it has no direction.
+          Case{{0, 0}, {1e200, 0}, {7, -5}, 0.0}}) {
+        const auto profile = Create<IROIProfile>(L"ROIProfile");
+        profile->AddPoint(c.from.real(), c.from.imag());
+        profile->AddPoint(c.to.real(), c.to.imag());
+        EXPECT_EQ(profile->SetNodePoint(kProfileMiddle2, 0, c.dragged.real(), c.dragged.imag()), S_OK);
+        EXPECT_EQ(Read2([&](double* a, double* b) { return profile->GetThickness(0, a, b); }), Point(20, c.thickness));
+    }
+    // The sine of its bend is 0.0001 to the last bit, and its outlines meet.
+    const auto bend = Segment(2, 3);
+    bend->SetPoint(1, 100, 0);
+    bend->AddPoint(200, 0.010000000050000001);
+    bend->SetThickness(1, 4, 5);
+    EXPECT_LT(Read2([&](double* x, double* y) { return bend->GetNodePoint(kProfileCorner2, 1, x, y); }).real(), -1000);
+}
+
+TEST(Exact, ProfileHasNoExtentWhereItsFirstCornerIsNoNumber) {
+    for (const int index : {0, 1}) {
+        const auto profile = Segment(2, 4);
+        profile->AddPoint(10, 30);
+        profile->SetThickness(index, NAN, 4);
+        const Point size = Read2([&](double* w, double* h) { return profile->GetBoundingSize(w, h); });
+        EXPECT_EQ(std::isnan(size.real()) && std::isnan(size.imag()), index == 0) << size;
+    }
+}
+
 TEST(Exact, ProfileAddsZeroToItsThirdCoordinatesWhenItMoves) {
     struct Lifting final : Lent<ITransform> {
         int calls = 0;

@@ -88,6 +88,27 @@ TEST(Profile, HitsAfterEveryChangeOfHundredsOfPoints) {
     }
 }
 
+TEST(Profile, PreparesHitsOnceAndAnewAfterAChange) {
+    // By box and box, meanwhile, and none behind the last.
+    const auto prepares = [](IROIProfile* figure) {
+        FailAllocation(1, true);
+        const bool found = Hits(figure, {1001, 101}) && !Hits(figure, {1000, 10});
+        const bool failed = AllocationHasFailed();
+        FailAllocation(0);
+        EXPECT_TRUE(found);
+        EXPECT_TRUE(Hits(figure, {1001, 101})) << "and is ready from now on";
+        return failed;
+    };
+    auto figure = Staircase();
+    EXPECT_TRUE(prepares(figure.Get()));
+    double x = 0, y = 0, angle = 0;
+    figure->GetPoint(200, &x, &y, &angle, nullptr, nullptr);
+    EXPECT_EQ(figure->GetBoundingSize(&x, &y), S_OK);
+    EXPECT_FALSE(prepares(figure.Get())) << "questions change no segment";
+    figure->SetThickness(7, 2, 3);
+    EXPECT_TRUE(prepares(figure.Get()));
+}
+
 TEST(Profile, HitsEverySegmentOfHundredsAndNothingBetween) {
     // Along x and, mirrored, along y: the index takes the longer way.
     for (const bool alongY : {false, true}) {
@@ -176,20 +197,41 @@ TEST(Profile, CountsOnFromMinusOne) {
     EXPECT_EQ(Point(x, y), Point(6, 7));
 }
 
+/// Has a count, and nothing else; asks for no memory.
+struct CountStream final : Lent<IDataStream, IFolderStream> {
+    std::uint32_t count = 0;
+    Result WriteBinary(IString*, const void*, int, int) noexcept override { return E_FAIL; }
+    Result ReadBinary(IString*, void* data, int bytes, int) noexcept override {
+        std::memcpy(data, &count, std::min<std::size_t>(static_cast<std::size_t>(bytes), sizeof count));
+        return S_OK;
+    }
+};
+
 TEST(Profile, RefusesAbsurdCountsWithoutAskingForMemory) {
     auto figure = Profile({{9, 9}});
-    BlockStream stream;
+    CountStream stream;
+    // Whether the n-th allocation is asked for, and fails.
+    const auto asks = [&](long n) {
+        FailAllocation(n);
+        const Result code = As<IDataPersist>(figure.Get())->Load(&stream, 0);
+        const bool failed = AllocationHasFailed();
+        FailAllocation(0);
+        EXPECT_EQ(code, E_FAIL) << stream.count;
+        EXPECT_EQ(Count(figure.Get()), 1) << stream.count;
+        return failed;
+    };
+    long n = 1;
     for (const std::uint32_t count : {0xFFFFFFFFu, 16777217u, 0x7FFFFFFFu}) {
-        std::vector<std::uint8_t> block(sizeof count);
-        std::memcpy(block.data(), &count, sizeof count);
-        stream.blocks = {{L"NumberPoints", block}};
-        const long before = LiveAllocations();
-        EXPECT_EQ(As<IDataPersist>(figure.Get())->Load(&stream, 0), E_FAIL);
-        EXPECT_EQ(Count(figure.Get()), 1);
-        EXPECT_LE(LiveAllocations(), before + 100) << "the first one makes what is kept for good";
+        stream.count = count;
+        while (asks(n)) {
+            ++n;
+        }
     }
-    stream.blocks = {{L"NumberPoints", {2, 0}}};
-    EXPECT_EQ(As<IDataPersist>(figure.Get())->Load(&stream, 0), S_OK);
+    stream.count = 16777216;
+    EXPECT_TRUE(asks(n)) << "the most points that are loaded";
+    BlockStream blocks;
+    blocks.blocks = {{L"NumberPoints", {2, 0}}};
+    EXPECT_EQ(As<IDataPersist>(figure.Get())->Load(&blocks, 0), S_OK);
     EXPECT_EQ(Count(figure.Get()), 0) << "a short count is none";
 }
 

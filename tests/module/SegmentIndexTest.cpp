@@ -53,6 +53,7 @@ TEST(SegmentIndex, LooksAtFewBoxesHoweverTheLineRuns) {
         {"few long lines", ToAndFro(4, 20), 12},
         {"long lines", LongLines(100), 4},
         {"long lines along y", Turned(LongLines(100)), 4},
+        {"far apart", {{0, 10, 0, 1}, {90, 100, 0, 1}}, 1},
     };
     for (const auto& row : kRows) {
         SCOPED_TRACE(row.name);
