@@ -301,10 +301,10 @@ TEST_F(ColumnsTest, TheResolutionOfAFileGivesTheUnitAndIsSaid) {
 }
 
 TEST_F(ColumnsTest, ProfilesOfSeveralImagesAndChannels) {
-    Add("ROIProfile", {"--points", "2,5", "6,5"});
+    Add("ROIProfile", {"--points", "7,5", "11,5"});  // to the last column
     cv::Mat colour(12, 12, CV_8UC3, cv::Scalar(30, 20, 10));
     cv::Mat reals(40000, 12, CV_32F, cv::Scalar(7));
-    reals.at<float>(5, 4) = std::numeric_limits<float>::quiet_NaN();
+    reals.at<float>(5, 9) = std::numeric_limits<float>::quiet_NaN();
     const Arguments files = {Save("c.png", colour), Save("r.tif", reals)};
     const json rows = Rows({"profile", "s.roi", "ROIProfile", files[0], files[1], "--channels", "--thickness", "0"});
     ASSERT_EQ(rows.size(), 4U * 5U);

@@ -433,13 +433,25 @@ TEST_F(OutlineTest, LabelsTellWhatLaterFiguresTake) {
 }
 
 TEST_F(OutlineTest, APointIsHitWhereItsOutlineHoldsIt) {
-    Add({Parallelogram("leaning", 60, 50, 60, 20, 0, 45)});
-    const auto hits = [&](const std::string& at, const char* by) {
-        return Roi({"hit", "s.roi", at, "--by", by}).exitCode == 0;
-    };
-    EXPECT_TRUE(hits("35,41", "outline"));
-    EXPECT_FALSE(hits("35,59", "outline"));
-    EXPECT_TRUE(hits("35,59", "module")) << "whose hit test knows no shear";
+    Add({Parallelogram("leaning", 60, 50, 60, 20, 0, 45), Rectangle("box", 100, 20, 24, 10)});
+    // Three pixels of an image, from column 129 to 131 of row 101.
+    WriteBytes("m.pgm", "P5 5 3 255\n" + std::string("\0\0\0\0\0\0\1\1\1\0\0\0\0\0\0", 15));
+    Done({"add", "s.roi", "ROIMask", "--name", "image", "CenterX=130", "CenterY=101", "--mask", "m.pgm"});
+    const struct {
+        const char* at;
+        const char* by;
+        bool hit;
+    } rows[] = {{"35,41", "outline", true},      {"35,59", "outline", false},
+                {"35,59", "module", true},   // whose hit test knows no shear
+                {"88,20", "outline", true},  // the left and the top side count
+                {"112,20", "outline", false},    {"100,15", "outline", true},
+                {"100,25", "outline", false},    {"128.4,101", "outline", false},
+                {"128.6,101", "outline", true},  {"131.4,101", "outline", true},
+                {"131.6,101", "outline", false}, {"129,100.4", "outline", false},
+                {"129,101.4", "outline", true}};
+    for (const auto& row : rows) {
+        EXPECT_EQ(Roi({"hit", "s.roi", row.at, "--by", row.by}).exitCode == 0, row.hit) << row.at << ' ' << row.by;
+    }
 }
 
 TEST_F(OutlineTest, PartsOfPixelsWeighTheirValues) {
