@@ -40,7 +40,11 @@ class FrameworkComponent : public Component<T, Interfaces...> {
 /// A new object of one of the host's own classes as one of its interfaces; empty without memory.
 template <class Interface, class T, class... Arguments>
 SmartPtr<Interface> MakeObject(Arguments&&... arguments) noexcept {
-    return SmartPtr<Interface>::Adopt(new (std::nothrow) T(std::forward<Arguments>(arguments)...));
+    if constexpr (sizeof...(Arguments) == 0) {
+        return SmartPtr<Interface>::Adopt(new (std::nothrow) T);  // With parentheses, all of it would be cleared first.
+    } else {
+        return SmartPtr<Interface>::Adopt(new (std::nothrow) T(std::forward<Arguments>(arguments)...));
+    }
 }
 
 /// Reports a call that breaks the contract, on standard error, and gives the code it fails with.
@@ -51,7 +55,7 @@ inline Result Misuse(const char* operation, const char* what) noexcept {
 
 /// Runs the body of an operation; nothing that it throws leaves the interface. The body returns a Result.
 template <class Body>
-Result Guarded(const char* operation, Body body) noexcept {
+Result Guarded(const char* operation, const Body& body) noexcept {
     try {
         return body();
     } catch (const std::exception& error) {

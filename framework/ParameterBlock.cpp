@@ -126,7 +126,7 @@ bool GetValue(BlockReader* reader, ParameterValue* value) noexcept {
     return false;
 }
 
-bool ReadEntry(BlockReader* reader, ParameterEntry* entry) noexcept {
+bool ReadEntry(BlockReader* reader, ParameterEntries* entries) {
     const auto head = reader->Get<EntryHead>();
     const tagREFString name = reader->GetText(head.nameLength);
     ParameterValue value;
@@ -134,9 +134,8 @@ bool ReadEntry(BlockReader* reader, ParameterEntry* entry) noexcept {
     if (!GetValue(reader, &value) || !reader->Sound()) {
         return false;
     }
-    entry->presentationKind = head.presentationKind;
-    entry->item = MakeItem(value);
-    return entry->item && entry->name.Assign(name.text, name.length);
+    ParameterEntry& entry = entries->emplace_back(MakeItem(value), head.presentationKind);
+    return entry.item && entry.name.Assign(name.text, name.length);
 }
 
 SmartPtr<ICreatableString> BlockName() noexcept {
@@ -191,7 +190,7 @@ Result LoadBlock(IFolderStream& stream, ParameterEntries* entries) {
     entries->reserve(count);
     bool sound = true;
     for (std::uint32_t i = 0; i < count && sound; ++i) {
-        sound = ReadEntry(&reader, &entries->emplace_back());
+        sound = ReadEntry(&reader, entries);
     }
     return sound && reader.Left() == 0 ? S_OK : E_FAIL;
 }

@@ -57,13 +57,11 @@ Result CParametersCreatable::Add(IString* name, IUnknown* value, int reserved, i
             return E_FAIL;
         }
         MakeRoom(&m_entries);
-        ParameterEntry& entry = m_entries.emplace_back();
+        ParameterEntry& entry = m_entries.emplace_back(SmartPtr<IUnknown>::Share(value), presentationKind);
         if (!entry.name.Assign(text.text, text.length)) {
             m_entries.pop_back();
             return E_FAIL;
         }
-        entry.item = SmartPtr<IUnknown>::Share(value);
-        entry.presentationKind = presentationKind;
         return S_OK;
     });
 }
@@ -139,8 +137,7 @@ Result AddElement(tagREFString name, tagREFString text, IUnknown* child, Paramet
         return S_OK;
     }
     MakeRoom(entries);
-    ParameterEntry& entry = entries->emplace_back();
-    entry.item = ItemFromText(text);
+    ParameterEntry& entry = entries->emplace_back(ItemFromText(text));
     return entry.item && entry.name.Assign(name.text, name.length) ? S_OK : E_FAIL;
 }
 

@@ -8,9 +8,12 @@
 
 /// One named value.
 struct ParameterEntry {
+    explicit ParameterEntry(SmartPtr<IUnknown> carrier, int kind = 0) noexcept
+        : item(std::move(carrier)), presentationKind(kind) {}
+
     CREFString name;
     SmartPtr<IUnknown> item;
-    int presentationKind = 0;
+    int presentationKind;
 };
 
 using ParameterEntries = std::vector<ParameterEntry>;
