@@ -66,9 +66,12 @@ class CObject : public IUnknown {
     std::int32_t Decrement() noexcept {
         static_assert(std::is_final_v<T>, "mark the component class final: Release deletes it as that type");
         const std::int32_t left = m_count.fetch_sub(1, std::memory_order_acq_rel) - 1;
-        if (left != 0) {
-            return left;
-        }
+        return left != 0 ? left : Destroy();
+    }
+
+  private:
+    // Apart, so that a Release that destroys nothing stays a handful of instructions.
+    [[gnu::noinline]] std::int32_t Destroy() noexcept {
         // A destructor that briefly adds and releases a reference must not destroy a second time.
         m_count.store(1, std::memory_order_relaxed);
         T* const self = static_cast<T*>(this);
@@ -77,7 +80,6 @@ class CObject : public IUnknown {
         return 0;
     }
 
-  private:
     std::atomic<std::int32_t> m_count{1};
     static_assert(sizeof(std::atomic<std::int32_t>) == 4 && std::atomic<std::int32_t>::is_always_lock_free,
                   "the count is one plain 32-bit field after the interface table");

@@ -26,15 +26,27 @@ inline void CountObjects(std::atomic<int>& count, int change) noexcept {
     count.store(count.load(std::memory_order_relaxed) + change, std::memory_order_relaxed);
 }
 
-/// As Component, with the counts kept.
+/// As Component, with the counts kept where an object's memory comes and goes: a constructor and a destructor that do
+/// something would each set all interface tables once more.
 template <class T, class... Interfaces>
 class FrameworkComponent : public Component<T, Interfaces...> {
-  protected:
-    FrameworkComponent() noexcept {
-        CountObjects(gLiveObjects, +1);
-        CountObjects(gMadeObjects, +1);
+  public:
+    static void* operator new(std::size_t size, const std::nothrow_t& nothrow) noexcept {
+        void* const memory = ::operator new(size, nothrow);
+        if (memory != nullptr) {
+            CountObjects(gLiveObjects, +1);
+            CountObjects(gMadeObjects, +1);
+        }
+        return memory;
     }
-    ~FrameworkComponent() { CountObjects(gLiveObjects, -1); }
+    static void operator delete(void* memory) noexcept {
+        CountObjects(gLiveObjects, -1);
+        ::operator delete(memory);
+    }
+
+  protected:
+    FrameworkComponent() noexcept = default;
+    ~FrameworkComponent() = default;
 };
 
 /// A new object of one of the host's own classes as one of its interfaces; empty without memory.

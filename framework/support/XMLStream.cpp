@@ -1,6 +1,7 @@
 #include "framework/support/XMLStream.h"
 
 #include <algorithm>
+#include <array>
 #include <string_view>
 #include <utility>
 
@@ -22,11 +23,19 @@ constexpr bool IsLetter(char c) noexcept { return (c >= 'a' && c <= 'z') || (c >
 constexpr bool IsNameCharacter(char c) noexcept {
     return IsLetter(c) || (c >= '0' && c <= '9') || c == '-' || c == '.';
 }
+constexpr auto kIsNameCharacter = [] {
+    std::array<bool, 256> table{};
+    for (std::size_t i = 0; i < table.size(); ++i) {
+        table[i] = IsNameCharacter(static_cast<char>(i));
+    }
+    return table;
+}();
 
 // Whether a name can stand as that of an element. Names beyond ASCII stand in the attribute: which of
 // their characters XML takes is a long list.
 bool IsElementName(std::string_view name) noexcept {
-    return !name.empty() && IsLetter(name.front()) && std::all_of(name.begin(), name.end(), IsNameCharacter);
+    return !name.empty() && IsLetter(name.front()) &&
+           std::all_of(name.begin(), name.end(), [](unsigned char c) { return kIsNameCharacter[c]; });
 }
 
 // Line ends other than \n would be rewritten when the document is read; other control characters
@@ -162,15 +171,12 @@ class CXMLStream final : public FrameworkComponent<CXMLStream, IDataStream, IXML
         *child = nullptr;
         return Guarded("IXMLStream::OpenChild", [&] {
             const pugi::xml_node element = m_current && name == m_name.Get() ? m_current : FindChild(name);
-            if (!element) {
-                return E_FAIL;
-            }
-            SmartPtr<CXMLStream> opened = StreamOver(element);
-            if (!opened || (text != nullptr && Failed(opened->GetText(&text->text, &text->length)))) {
-                return E_FAIL;
+            SmartPtr<CXMLStream> opened = element ? StreamOver(element) : nullptr;
+            if (opened && text != nullptr) {
+                *text = opened->TakeText();
             }
             *child = static_cast<IXMLStream*>(opened.Detach());
-            return S_OK;
+            return *child != nullptr ? S_OK : E_FAIL;
         });
     }
 
@@ -181,8 +187,7 @@ class CXMLStream final : public FrameworkComponent<CXMLStream, IDataStream, IXML
         *text = nullptr;
         *length = 0;
         return Guarded("IString::GetText", [&] {
-            m_text.Take(m_element.child_value());
-            const tagREFString taken = m_text.Get();
+            const tagREFString taken = TakeText();
             *text = taken.text;
             *length = taken.length;
             return S_OK;
@@ -195,6 +200,12 @@ class CXMLStream final : public FrameworkComponent<CXMLStream, IDataStream, IXML
     }
 
   private:
+    // The element's text, as long as it is asked for no other.
+    tagREFString TakeText() {
+        m_text.Take(m_element.child_value());
+        return m_text.Get();
+    }
+
     // A stream over a child element. Most receivers let go of one before they open the next: then it serves again.
     SmartPtr<CXMLStream> StreamOver(pugi::xml_node element) noexcept {
         if (m_child && m_child->AddRef() == 2) {
