@@ -69,7 +69,9 @@ class CObject : public IUnknown {
         return left != 0 ? left : Destroy();
     }
 
-  private:
+    // Whether a reference may be held elsewhere. If not, no other thread can add one meanwhile.
+    bool IsShared() const noexcept { return m_count.load(std::memory_order_acquire) != 1; }
+
     // Apart, so that a Release that destroys nothing stays a handful of instructions.
     [[gnu::noinline]] std::int32_t Destroy() noexcept {
         // A destructor that briefly adds and releases a reference must not destroy a second time.
@@ -80,6 +82,7 @@ class CObject : public IUnknown {
         return 0;
     }
 
+  private:
     std::atomic<std::int32_t> m_count{1};
     static_assert(sizeof(std::atomic<std::int32_t>) == 4 && std::atomic<std::int32_t>::is_always_lock_free,
                   "the count is one plain 32-bit field after the interface table");
@@ -132,7 +135,7 @@ class Component : public CObject<T>, public IObjectInfoImpl<T>, public Interface
         return code;
     }
     std::int32_t AddRef() noexcept final { return this->Increment(); }
-    std::int32_t Release() noexcept final { return this->Decrement(); }
+    std::int32_t Release() noexcept override { return this->Decrement(); }
 
   protected:
     Component() noexcept = default;

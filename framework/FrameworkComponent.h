@@ -44,6 +44,9 @@ class FrameworkComponent : public Component<T, Interfaces...> {
         ::operator delete(memory);
     }
 
+    /// Without an atomic decrement where nobody else holds a reference: most of these objects never had a second one.
+    std::int32_t Release() noexcept final { return this->IsShared() ? this->Decrement() : this->Destroy(); }
+
   protected:
     FrameworkComponent() noexcept = default;
     ~FrameworkComponent() = default;
