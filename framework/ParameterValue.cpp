@@ -35,7 +35,7 @@ bool Append(tagREFString characters, IString& text) noexcept {
 // Digits widened, and perhaps more behind them.
 struct WideDigits {
     WideDigits(const char* first, const char* last) noexcept : length(static_cast<int>(last - first)) {
-        std::copy(first, last, characters);
+        CopyPlain(first, static_cast<std::size_t>(length), characters);
     }
     void Add(wchar_t c) noexcept { characters[length++] = c; }
     tagREFString Record() const noexcept { return {length, characters}; }
