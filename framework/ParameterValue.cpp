@@ -7,7 +7,6 @@
 #include <system_error>
 #include <type_traits>
 
-#include "framework/CreatableString.h"
 #include "framework/Variant.h"
 #include "framework/support/PlainText.h"
 
@@ -28,7 +27,7 @@ constexpr bool NeedsEscape(wchar_t c) noexcept {
            code > 0x10FFFF;
 }
 
-bool Append(tagREFString characters, IString& text) noexcept {
+bool Append(tagREFString characters, CCreatableString& text) noexcept {
     return Succeeded(text.Append(characters.length, characters.text));
 }
 
@@ -44,7 +43,7 @@ struct WideDigits {
     wchar_t characters[kLongestNumber];
 };
 
-bool AppendEscape(wchar_t c, IString& text) noexcept {
+bool AppendEscape(wchar_t c, CCreatableString& text) noexcept {
     char digits[8];
     const auto end = std::to_chars(digits, digits + sizeof digits, static_cast<std::uint32_t>(c), 16).ptr;
     WideDigits escape(digits, end);
@@ -52,7 +51,7 @@ bool AppendEscape(wchar_t c, IString& text) noexcept {
     return Append(kEscape, text) && Append(escape.Record(), text);
 }
 
-bool WriteQuoted(tagREFString plain, tagREFString quote, IString& text) noexcept {
+bool WriteQuoted(tagREFString plain, tagREFString quote, CCreatableString& text) noexcept {
     const wchar_t* at = plain.text;
     const wchar_t* const end = at + plain.length;
     bool written = Succeeded(text.SetText(quote.length, quote.text));
@@ -127,7 +126,7 @@ bool ReadNumber(std::wstring_view text, ParameterValue* value) noexcept {
 }
 
 template <class Number>
-bool WriteNumber(Number number, IString& text) noexcept {
+bool WriteNumber(Number number, CCreatableString& text) noexcept {
     char characters[kLongestNumber];
     const char* const end = std::to_chars(characters, characters + sizeof characters, number).ptr;
     WideDigits digits(characters, end);
@@ -211,7 +210,7 @@ SmartPtr<IUnknown> MakeItem(const ParameterValue& value) noexcept {
     return item;
 }
 
-bool WriteText(const ParameterValue& value, IString& text) noexcept {
+bool WriteText(const ParameterValue& value, CCreatableString& text) noexcept {
     switch (value.type) {
         case ValueType::kInteger:
             return WriteNumber(value.integer, text);

@@ -4,8 +4,7 @@
 #include <cstdint>
 #include <string>
 
-#include "contract/Framework.h"
-#include "contract/SmartPtr.h"
+#include "framework/CreatableString.h"
 
 /// What a value is and, for the last two, what carries its text: a variant or a string object.
 enum class ValueType : std::uint32_t { kNone = 0, kInteger = 1, kDouble = 2, kVariantText = 3, kStringText = 4 };
@@ -36,7 +35,7 @@ SmartPtr<IUnknown> MakeItem(const ParameterValue& value) noexcept;
 ///     'text'            the text of a string object
 ///
 /// A NaN keeps its sign and no more.
-bool WriteText(const ParameterValue& value, IString& text) noexcept;
+bool WriteText(const ParameterValue& value, CCreatableString& text) noexcept;
 
 /// A new item that carries what such a text stands for; empty without memory. Blanks around it are ignored, and a text
 /// that has none of these forms is that of a string object.

@@ -95,8 +95,8 @@ Result SaveElements(const ParameterEntries& entries, IXMLStream& stream) {
             return E_FAIL;
         }
     }
-    const auto name = MakeObject<ICreatableString, CCreatableString>();
-    const auto value = MakeObject<ICreatableString, CCreatableString>();
+    const auto name = MakeObject<CCreatableString, CCreatableString>();
+    const auto value = MakeObject<CCreatableString, CCreatableString>();
     if (!name || !value) {
         return E_FAIL;
     }

@@ -27,7 +27,8 @@ inline const tagREFString IObjectInfoImpl<CParametersCreatable>::m_ObjectName = 
 class CParametersCreatable final
     : public FrameworkComponent<CParametersCreatable, IParametersCreatable, IDataPersist, IListingImpl> {
   public:
-    using Answers = InterfaceMap<IObjectInfo, INamedCollection, IParametersCreatable, IDataPersist, IListing>;
+    // Those that are asked for most come first.
+    using Answers = InterfaceMap<IParametersCreatable, IDataPersist, IListing, INamedCollection, IObjectInfo>;
 
     Result GetItem(int index, IUnknown** value) noexcept override;
     Result FindByName(IString* name, int* index) noexcept override;

@@ -530,7 +530,8 @@ inline const tagREFString IObjectInfoImpl<CFolderStream>::m_ObjectName = Text(L"
 
 class CFolderStream final : public FrameworkComponent<CFolderStream, IDataStream, IFolderStream> {
   public:
-    using Answers = InterfaceMap<IObjectInfo, IDataStream, IFolderStream>;
+    // The one that is asked for most comes first.
+    using Answers = InterfaceMap<IFolderStream, IDataStream, IObjectInfo>;
 
     CFolderStream(std::shared_ptr<FolderArchive> archive, std::string folder) noexcept
         : m_archive(std::move(archive)), m_path(std::move(folder)), m_folderLength(m_path.size()) {}

@@ -154,12 +154,13 @@ class CXMLStream final : public FrameworkComponent<CXMLStream, IDataStream, IXML
         return Guarded("IXMLStream::NextChild", [&] {
             const pugi::xml_node next =
                 FirstElementFrom(m_current ? m_current.next_sibling() : m_element.first_child());
-            if (next) {
+            const bool found = static_cast<bool>(next);
+            if (found) {
                 m_name.Take(NameOf(next));
                 *name = m_name.Get();
             }
             m_current = next;
-            return next ? S_OK : E_FAIL;
+            return found ? S_OK : E_FAIL;
         });
     }
 
