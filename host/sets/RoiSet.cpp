@@ -132,6 +132,11 @@ std::vector<const Figure*> RoiSet::Chosen(const std::vector<std::string>& names)
 
 const Figure& RoiSet::At(const std::string& name) const { return m_figures[IndexOf(name)]; }
 
+void RoiSet::Reserve(std::size_t figures) {
+    m_figures.reserve(figures);
+    m_index.reserve(figures);
+}
+
 Figure& RoiSet::Add(const Session& session, const std::string& name, const std::string& className) {
     return Add(session.Create(name, className));
 }

@@ -56,6 +56,8 @@ class RoiSet {
     /// The figures of these names, or all when there is none. Throws Error, with the nearest name, as At does.
     std::vector<const Figure*> Chosen(const std::vector<std::string>& names) const;
 
+    /// Makes room for so many figures in all.
+    void Reserve(std::size_t figures);
     /// Appends a figure with its class's defaults. Throws Error for a bad or taken name or class.
     Figure& Add(const Session& session, const std::string& name, const std::string& className);
     /// Appends a figure. Throws Error for a bad or taken name.

@@ -263,7 +263,9 @@ bool ListsSame(const FolderArchive& one, const FolderArchive& other) {
 RoiSet UnpackFigures(const Session& session, const std::shared_ptr<FolderArchive>& archive) {
     RoiSet set;
     std::uint64_t pixelsLeft = kMostMaskPixels;
-    for (const ListedFigure& entry : FiguresIn(*archive)) {
+    const std::vector<ListedFigure> listing = FiguresIn(*archive);
+    set.Reserve(listing.size());
+    for (const ListedFigure& entry : listing) {
         LoadFigure(set.Add(session, entry.name, entry.className), archive, pixelsLeft);
     }
     return set;
