@@ -5,7 +5,6 @@
 
 #include <cstddef>
 #include <cstring>
-#include <type_traits>
 
 // Four characters side by side, read from either form and written in either.
 inline __m128i LoadFour(const wchar_t* from) noexcept {
@@ -28,16 +27,15 @@ inline void StoreFour(__m128i four, char* to) noexcept {
 /// character.
 template <class From, class To>
 bool CopyPlain(const From* from, std::size_t count, To* to) noexcept {
-    // What lies below the blank wraps, and so has high bits as what lies beyond ASCII has.
     if (count < 4) {
-        unsigned bits = 0;
+        bool plain = true;
         for (std::size_t i = 0; i < count; ++i) {
-            const unsigned code = static_cast<std::make_unsigned_t<From>>(from[i]);
-            bits |= code | (code - ' ');
+            plain = plain && from[i] >= ' ' && from[i] <= 0x7F;
             to[i] = static_cast<To>(from[i]);
         }
-        return bits < 0x80;
+        return plain;
     }
+    // What lies below the blank wraps, and so has high bits as what lies beyond ASCII has.
     __m128i bits = _mm_setzero_si128();
     const auto copyFour = [&](std::size_t at) {
         const __m128i four = LoadFour(from + at);

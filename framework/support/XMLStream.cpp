@@ -23,13 +23,14 @@ constexpr bool IsLetter(char c) noexcept { return (c >= 'a' && c <= 'z') || (c >
 constexpr bool IsNameCharacter(char c) noexcept {
     return IsLetter(c) || (c >= '0' && c <= '9') || c == '-' || c == '.';
 }
-constexpr auto kIsNameCharacter = [] {
+constexpr std::array<bool, 256> NameCharacters() noexcept {
     std::array<bool, 256> table{};
     for (std::size_t i = 0; i < table.size(); ++i) {
         table[i] = IsNameCharacter(static_cast<char>(i));
     }
     return table;
-}();
+}
+constexpr auto kIsNameCharacter = NameCharacters();
 
 // Whether a name can stand as that of an element. Names beyond ASCII stand in the attribute: which of
 // their characters XML takes is a long list.
