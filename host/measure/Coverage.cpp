@@ -355,7 +355,8 @@ class Sweep {
     // About how many pixels the edges go through, or many.
     std::size_t BorderPixels() const noexcept {
         constexpr double kMany = 1 << 16;
-        double count = 0.0;
+        // A block is begun with room for more than it needs.
+        double count = 1.0 * kFew * kBlock * static_cast<double>(m_waiting.size());
         for (const Curve& curve : m_curves) {
             count += 2.0 + (curve.bottom - curve.top) + (curve.right - curve.left);
         }
@@ -422,14 +423,15 @@ class Sweep {
         for (std::size_t i = 1; i < m_chains.size(); ++i) {
             const Track& before = *m_chains[i - 1].track;
             const Track& behind = *m_chains[i].track;
-            const double* const right = before.right.data();
-            const double* const left = behind.left.data();
-            int overlap = 0;
+            const int* const last = before.last.data();
+            const int* const first = behind.first.data();
+            int meets = 0;
             for (int k = row; k < rows; ++k) {
-                overlap |= static_cast<int>(right[k] > left[k] + kRounding);
+                meets |= static_cast<int>(last[k] >= first[k]);
             }
-            for (int k = row; overlap != 0 && k < rows; ++k) {
-                rows = right[k] > left[k] + kRounding && !AreBeside(before, behind, k) ? k : rows;
+            for (int k = row; meets != 0 && k < rows; ++k) {
+                const auto at = static_cast<std::size_t>(k);
+                rows = before.right[at] > behind.left[at] + kRounding && !AreBeside(before, behind, k) ? k : rows;
             }
         }
         return rows;
@@ -482,7 +484,7 @@ class Sweep {
             for (std::size_t i = 0; i < sides.size(); ++i) {
                 const Track& side = *sides[i];
                 const int behind = i + 1 < sides.size() ? sides[i + 1]->first[at] : m_box.width;
-                if (side.isPlain[at] != 0 && before < side.first[at] && side.last[at] < std::min(behind, m_box.width)) {
+                if (side.IsPlain(at) && before < side.first[at] && side.last[at] < std::min(behind, m_box.width)) {
                     m_row.AddPlain(side, m_sides.top, row, i % 2 == 0);
                 } else {
                     AddSide(side, row, i % 2 == 0 ? 1.0 : -1.0);

@@ -12,30 +12,41 @@
 namespace host {
 
 /// As many rows are looked at together.
-inline constexpr int kBlock = 32;
+inline constexpr int kBlock = 64;
+
+/// Of sides that go through so many columns of a row all is known beforehand.
+inline constexpr int kFew = 4;
 
 /// Parts of pixels that are less are rounding.
 inline constexpr double kNothing = 1e-12;
+
+/// By less a chain may lie beside a column's border: what it has of the column is nothing then, or all.
+inline constexpr double kBeside = 1e-5;
 
 /// A chain's way through the rows of a block, in a box of pixels as Curve has it.
 struct Track {
     template <class T>
     using Rows = std::array<T, kBlock>;
 
-    std::array<double, kBlock + 1> xs;  ///< at the top of each row and at the bottom of the last
-    Rows<double> left;                  ///< how far it goes in each row
+    /// At the top of each row and at the bottom of the last; what lies beyond the box is as far as a column beyond.
+    std::array<double, kBlock + 1> xs;
+    Rows<double> left;  ///< how far it goes in each row
     Rows<double> right;
     Rows<const Curve*> curves;  ///< its edge at the top of each row
-    Rows<int> first;            ///< the columns that it goes through, one beyond the box standing for all
+    Rows<double> firstBorder;
+    Rows<double> lastBorder;
+    Rows<int> first;            ///< the columns that it goes through
     Rows<int> last;
-    /// What lies to its right of the first column, and of those behind it together, which of an arc is known of one; of
-    /// a column alone, the same again.
-    Rows<double> head;
-    Rows<double> rest;
-    /// Whether those are known and the first and a second column count in part. Not where it has a joint in the row, or
-    /// is a small arc.
-    Rows<int> isPlain;
+    /// How far it stays away from what of its first and its last column would be nothing or all. 0 where it has a joint
+    /// in the row, or is a small arc.
+    Rows<double> margin;
+    /// What lies to its right of each of the first columns: of two, or of kFew where it goes through more somewhere.
+    std::array<Rows<double>, kFew> shares;
+    bool isNarrow;  ///< whether it goes through two columns at most
+    bool isWide;    ///< whether it goes through more than kFew in some row
 
+    /// Whether its shares of a row are known, or can be found by its edge.
+    bool IsPlain(std::size_t row) const noexcept { return margin[row] > kBeside; }
     /// Follows a chain through rows of a box that is `width` columns wide, through all of which it runs. `begin` is its
     /// edge at the top of the first of them, row `top` of the box.
     void Follow(const Curve& begin, int top, int rows, int width) noexcept;
@@ -50,11 +61,17 @@ class Sides {
     int top = 0;
     std::vector<const Track*> tracks;
 
-    /// Whether each of the rows [row, end) of the block is plain: all sides are followed there, through pixels of their
-    /// own that count in part.
+    /// Whether each of the rows [row, end) of the block is plain: the shares of all sides are known there, and each goes
+    /// through pixels of its own.
     void FindPlain(int row, int end, int width, Track::Rows<int>& isPlain) const noexcept;
     /// Adds the pixels of rows that are.
     void AddPlain(int row, int end, const PixelRect& box, PixelSet& pixels) const;
+
+  private:
+    std::size_t MostParts(int row, int end) const noexcept;
+    Span* WriteSpans(int row, int end, const PixelRect& box, Span* span) const noexcept;
+    template <bool kMayBeWide>
+    PartPixel* WriteParts(int row, int end, const PixelRect& box, PartPixel* part) const noexcept;
 };
 
 }  // namespace host
