@@ -121,7 +121,7 @@ class Geos {
 
     double Parts(const host::PartPixels& border) const {
         double sum = 0.0;
-        for (const host::PartPixel& pixel : border) {
+        for (const host::PartPixel pixel : border) {
             GEOSGeometry* const part =
                 GEOSClipByRect_r(m_geos, m_area, pixel.x - 0.5, pixel.y - 0.5, pixel.x + 0.5, pixel.y + 0.5);
             double area = 0.0;

@@ -368,7 +368,7 @@ void Tint(Pen& pen, const Sketch& sketch, const Frame& frame) {
         boxes.push_back(frame.Map(PixelRect{span.firstX, span.y, span.Length(), 1}));
     }
     pen.Tint(boxes, sketch.colour, 1.0);
-    for (const PartPixel& part : sketch.pixels.parts) {
+    for (const PartPixel part : sketch.pixels.parts) {
         pen.Tint({frame.Map(PixelRect{part.x, part.y, 1, 1})}, sketch.colour, part.weight);
     }
 }

@@ -13,8 +13,8 @@ namespace {
 // All pixels as spans that do not touch, in order.
 Spans Whole(const PixelSet& pixels) {
     Spans spans = pixels.spans;
-    for (const PartPixel& part : pixels.parts) {
-        spans.push_back({part.y, part.x, part.x});
+    for (const PartSpan& span : pixels.parts.spans) {
+        spans.push_back({span.y, span.firstX, span.lastX});
     }
     std::sort(spans.begin(), spans.end(),
               [](const Span& a, const Span& b) { return std::tie(a.y, a.firstX) < std::tie(b.y, b.firstX); });

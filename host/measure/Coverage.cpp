@@ -14,16 +14,6 @@ namespace {
 // By less lines that meet at an end may seem to cross.
 constexpr double kRounding = 1e-11;
 
-// An edge between two places, with its x at them.
-struct Strand {
-    const Curve* curve;
-    double above;
-    double below;
-
-    double Left() const noexcept { return std::min(above, below); }
-    double Right() const noexcept { return std::max(above, below); }
-};
-
 // What of an edge lies in a row.
 Strand WithinRow(const Curve& curve, int row) noexcept {
     return {&curve, curve.top > row ? curve.xTop : curve.X(row),
@@ -47,7 +37,7 @@ class Row {
 
     // Adds, `sign` times, what lies to the right of a strand between two places.
     void Add(const Strand& strand, double sign, double top, double bottom) {
-        Follow(strand, top, bottom, [this, sign](int column, double height, double left) {
+        ForEachColumn(strand, top, bottom, m_box.width, [this, sign](int column, double height, double left) {
             m_steps[static_cast<std::size_t>(column)] += sign * (height - left);
             m_steps[static_cast<std::size_t>(column) + 1] += sign * left;
             if (!m_touched.empty() && m_touched.back().last == column) {
@@ -78,46 +68,6 @@ class Row {
         int first;
         int last;
     };
-
-    // Calls `add` for the columns of a strand from left to right: the height of its part in a column and what of the
-    // column lies to the left of that part. What lies to the left of the row adds to its first column.
-    template <class Adding>
-    void Follow(const Strand& strand, double top, double bottom, Adding add) const {
-        const Curve& curve = *strand.curve;
-        const bool falls = strand.above <= strand.below;
-        double x = strand.Left();
-        double y = falls ? top : bottom;
-        double endX = strand.Right();
-        double endY = falls ? bottom : top;
-        if (x < 0.0) {
-            const double enters = endX > 0.0 ? curve.Y(0.0) : endY;
-            add(0, std::abs(enters - y), 0.0);
-            x = 0.0;
-            y = enters;
-        }
-        if (endX > m_box.width && x < m_box.width) {
-            endX = m_box.width;
-            endY = curve.Y(endX);
-        }
-        if (y == endY || x >= m_box.width) {
-            return;
-        }
-        const auto addPiece = [&](int column, double toX, double toY) {
-            const double height = std::abs(toY - y);
-            double left = 0.5 * height * ((x - column) + (toX - column));
-            if (curve.isArc) {
-                left += curve.Bulge(x, y, toX - x, height);
-            }
-            add(column, height, left);
-            x = toX;
-            y = toY;
-        };
-        int column = static_cast<int>(x);
-        for (; column + 1 < endX; ++column) {
-            addPiece(column, column + 1.0, curve.Y(column + 1.0));
-        }
-        addPiece(column, endX, endY);
-    }
 
     // Moves what is added to the pixels, up to where nothing more changes.
     void Move() {
@@ -170,6 +120,11 @@ class Bands {
         std::sort(strands.begin(), strands.end(), [](const Strand& a, const Strand& b) { return a.Left() < b.Left(); });
         m_winding = 0;
         for (auto strand = strands.begin(); strand != strands.end();) {
+            if (const auto next = strand + 1; IsAlone(*strand, next == strands.end() ? nullptr : &*next, row)) {
+                AddWhole(*strand, row);
+                strand = next;
+                continue;
+            }
             m_curves.clear();
             int winding = m_winding;
             for (double right = strand->Right(); strand != strands.end() && strand->Left() <= right; ++strand) {
@@ -183,6 +138,19 @@ class Bands {
     }
 
   private:
+    // Whether a strand goes through the whole row beside all behind it.
+    static bool IsAlone(const Strand& strand, const Strand* next, int row) noexcept {
+        return strand.curve->top <= row && strand.curve->bottom >= row + 1 &&
+               (next == nullptr || strand.Right() < next->Left());
+    }
+
+    void AddWhole(const Strand& strand, int row) {
+        const int before = std::exchange(m_winding, m_winding + strand.curve->winding);
+        if (before == 0 || m_winding == 0) {
+            m_row.Add(strand, before == 0 ? 1.0 : -1.0, row, row + 1.0);
+        }
+    }
+
     void AddGroup(int row) {
         const double bottom = row + 1.0;
         double from = row;
@@ -307,7 +275,7 @@ class Bands {
 struct Chain {
     const Curve* curve;  ///< the uppermost that has not ended
     double bottom;
-    const Track* track = nullptr;
+    Track* track = nullptr;
 };
 
 // Rows count from the top of the box.
@@ -338,7 +306,8 @@ class Sweep {
     }
 
     PixelSet Run() {
-        m_pixels.parts.reserve(BorderPixels());
+        m_pixels.parts.weights.reserve(BorderPixels());
+        m_pixels.parts.spans.reserve(BorderPixels());
         m_pixels.spans.reserve(BorderPixels() / 2);
         for (int row = 0; row < m_box.height;) {
             if (const int rows = PlainRows(row); rows > 0) {
@@ -356,7 +325,8 @@ class Sweep {
     std::size_t BorderPixels() const noexcept {
         constexpr double kMany = 1 << 16;
         // A block is begun with room for more than it needs.
-        double count = 1.0 * kFew * kBlock * static_cast<double>(m_waiting.size());
+        constexpr std::size_t kFewSides = 4;
+        double count = 1.0 * kFew * kBlock * static_cast<double>(std::min(m_waiting.size(), kFewSides));
         for (const Curve& curve : m_curves) {
             count += 2.0 + (curve.bottom - curve.top) + (curve.right - curve.left);
         }
@@ -476,7 +446,7 @@ class Sweep {
 
     // Adds rows in which some sides are not plain or share pixels.
     void AddSides(int row, int end) {
-        const std::vector<const Track*>& sides = m_sides.tracks;
+        const std::vector<Track*>& sides = m_sides.tracks;
         for (; row < end; ++row) {
             const auto at = static_cast<std::size_t>(row);
             m_row.Begin(m_sides.top + row);
@@ -496,17 +466,9 @@ class Sweep {
     }
 
     void AddSide(const Track& side, int row, double sign) {
-        const auto at = static_cast<std::size_t>(row);
-        const Curve* curve = side.curves[at];
-        double y = m_sides.top + row;
-        double x = side.xs[at];
-        const double bottom = y + 1.0;
-        for (; curve->bottom < bottom; curve = curve->next) {
-            m_row.Add({curve, x, curve->xBottom}, sign, y, curve->bottom);
-            x = curve->xBottom;
-            y = curve->bottom;
-        }
-        m_row.Add({curve, x, side.xs[at + 1]}, sign, y, bottom);
+        side.ForEachStrand(m_sides.top, row, [this, sign](const Strand& strand, double top, double bottom) {
+            m_row.Add(strand, sign, top, bottom);
+        });
     }
 
     // Adds a row in which chains begin, end or cross.

@@ -97,4 +97,55 @@ struct Curve {
     static constexpr double kShort = 0.1;  // What the series leaves out then is 2e-9 of a bulge.
 };
 
+/// An edge between two places, with its x at them.
+struct Strand {
+    const Curve* curve;
+    double above;
+    double below;
+
+    double Left() const noexcept { return std::min(above, below); }
+    double Right() const noexcept { return std::max(above, below); }
+};
+
+/// Calls `add` for the columns of a strand between two places of a row from left to right, in a box of that width: the
+/// height of its part in a column and what of the column lies to the left of that part. What lies to the left of the
+/// box adds to its first column.
+template <class Adding>
+void ForEachColumn(const Strand& strand, double top, double bottom, int width, Adding add) {
+    const Curve& curve = *strand.curve;
+    const bool falls = strand.above <= strand.below;
+    double x = strand.Left();
+    double y = falls ? top : bottom;
+    double endX = strand.Right();
+    double endY = falls ? bottom : top;
+    if (x < 0.0) {
+        const double enters = endX > 0.0 ? curve.Y(0.0) : endY;
+        add(0, std::abs(enters - y), 0.0);
+        x = 0.0;
+        y = enters;
+    }
+    if (endX > width && x < width) {
+        endX = width;
+        endY = curve.Y(endX);
+    }
+    if (y == endY || x >= width) {
+        return;
+    }
+    const auto addPiece = [&](int column, double toX, double toY) {
+        const double height = std::abs(toY - y);
+        double left = 0.5 * height * ((x - column) + (toX - column));
+        if (curve.isArc) {
+            left += curve.Bulge(x, y, toX - x, height);
+        }
+        add(column, height, left);
+        x = toX;
+        y = toY;
+    };
+    int column = static_cast<int>(x);
+    for (; column + 1 < endX; ++column) {
+        addPiece(column, column + 1.0, curve.Y(column + 1.0));
+    }
+    addPiece(column, endX, endY);
+}
+
 }  // namespace host

@@ -21,8 +21,8 @@ PixelRect BoxAround(const PixelSet& pixels) noexcept {
     for (const Span& span : pixels.spans) {
         include(span.y, span.firstX, span.lastX);
     }
-    for (const PartPixel& part : pixels.parts) {
-        include(part.y, part.x, part.x);
+    for (const PartSpan& span : pixels.parts.spans) {
+        include(span.y, span.firstX, span.lastX);
     }
     return pixels.IsEmpty() ? PixelRect{} : PixelRect{left, top, right - left + 1, bottom - top + 1};
 }
@@ -34,7 +34,7 @@ Raster Painted(const PixelSet& pixels, const PixelRect& box) {
         std::memset(image.Row<std::uint8_t>(span.y - box.top) + (span.firstX - box.left), 255,
                     static_cast<std::size_t>(span.Length()));
     }
-    for (const PartPixel& part : pixels.parts) {
+    for (const PartPixel part : pixels.parts) {
         image.Row<std::uint8_t>(part.y - box.top)[part.x - box.left] =
             static_cast<std::uint8_t>(std::lround(255.0 * part.weight));
     }

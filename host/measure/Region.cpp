@@ -104,7 +104,7 @@ View Clip(const Pixels& pixels, PixelSize image) {
             view.pixels.spans.push_back(seen);
         }
     }
-    for (const PartPixel& part : pixels.set.parts) {
+    for (const PartPixel part : pixels.set.parts) {
         const bool any = inside(part.y, image.height) && inside(part.x, image.width);
         lost = lost || !any;
         if (any) {
@@ -127,9 +127,14 @@ bool Exceeds(PixelSize size, PixelSize limit) noexcept {
 
 View Above(const View& view, int rows) {
     View above = view;
-    const auto isBelow = [rows](const auto& item) { return item.y >= rows; };
-    const std::size_t lost = std::erase_if(above.pixels.spans, isBelow) + std::erase_if(above.pixels.parts, isBelow);
-    if (lost > 0) {
+    const auto isBelow = [rows](const auto& span) { return span.y >= rows; };
+    PartPixels& parts = above.pixels.parts;
+    const auto below = std::find_if(parts.spans.begin(), parts.spans.end(), isBelow);
+    if (below != parts.spans.end()) {
+        parts.weights.resize(static_cast<std::size_t>(below->weights));
+    }
+    const auto erase = [isBelow](auto& spans) { return std::erase_if(spans, isBelow); };
+    if (erase(above.pixels.spans) + erase(parts.spans) > 0) {
         above.placement = above.pixels.IsEmpty() ? Placement::outside : Placement::clipped;
     }
     return above;

@@ -30,7 +30,7 @@ struct Rows {
     int top;
     std::ptrdiff_t step;
     std::span<const Span> spans;
-    std::span<const PartPixel> parts;
+    PartView parts;
 
     Value At(int x, int y) const noexcept { return plane.Row<Value>(y - top)[x * step]; }
 
@@ -52,9 +52,13 @@ struct Rows {
     // Calls `use` with every pixel of which a part counts and its value, when that is a number.
     template <class Use>
     void ForEachPart(Use use) const {
-        for (const PartPixel& part : parts) {
-            if (const Value value = At(part.x, part.y); IsNumber(value)) {
-                use(part, value);
+        for (const PartSpan& span : parts.spans) {
+            const Value* value = plane.Row<Value>(span.y - top) + span.firstX * step;
+            const double* weight = parts.weights + span.weights;
+            for (int x = span.firstX; x <= span.lastX; ++x, value += step, ++weight) {
+                if (IsNumber(*value)) {
+                    use(PartPixel{span.y, x, *weight}, *value);
+                }
             }
         }
     }
@@ -68,7 +72,7 @@ struct Rows {
                 }
             }
         }
-        for (const PartPixel& part : parts) {
+        for (const PartPixel part : parts) {
             if (const Value value = At(part.x, part.y); IsNumber(value)) {
                 return value;
             }
@@ -391,7 +395,7 @@ class KeptValues {
 template <class Value>
 class TypedCollector : public ValueCollector {
   public:
-    TypedCollector(const PixelSet& pixels, Wanted wanted) : m_spans(pixels.spans), m_parts(pixels.parts) {
+    TypedCollector(const PixelSet& pixels, Wanted wanted) : m_spans(pixels.spans), m_parts(pixels.parts.View()) {
         if (wanted.shape) {
             m_shape.emplace();
         }
@@ -405,12 +409,15 @@ class TypedCollector : public ValueCollector {
 
     void Add(const RasterView& plane, int top) override {
         const int end = top + plane.size.height;
-        const Rows<Value> rows{plane, top, plane.columnStride / static_cast<std::ptrdiff_t>(sizeof(Value)),
-                               Next(m_spans, end), Next(m_parts, end)};
+        const Rows<Value> rows{plane,
+                               top,
+                               plane.columnStride / static_cast<std::ptrdiff_t>(sizeof(Value)),
+                               Next(m_spans, end),
+                               {Next(m_parts.spans, end), m_parts.weights}};
         for (const Span& span : rows.spans) {
             m_weight += span.Length();
         }
-        for (const PartPixel& part : rows.parts) {
+        for (const PartPixel part : rows.parts) {
             m_weight += part.weight;
         }
         m_moments.Add(rows);
@@ -465,7 +472,7 @@ class TypedCollector : public ValueCollector {
     static constexpr bool kFewValues = std::is_integral_v<Value> && sizeof(Value) <= 2;
 
     std::span<const Span> m_spans;
-    std::span<const PartPixel> m_parts;
+    PartView m_parts;
     double m_weight = 0.0;
     Moments<Value> m_moments;
     std::optional<Shape<Value>> m_shape;
@@ -548,7 +555,7 @@ std::optional<Place> PlaceOf(const PixelSet& set) {
     Place place{};
     double sumX = 0.0;
     double sumY = 0.0;
-    for (const PartPixel& part : set.parts) {
+    for (const PartPixel part : set.parts) {
         place.area += part.weight;
         sumX += part.weight * part.x;
         sumY += part.weight * part.y;
@@ -565,7 +572,7 @@ std::optional<Place> PlaceOf(const PixelSet& set) {
         place.xy += length * x * y;
         place.yy += length * y * y;
     }
-    for (const PartPixel& part : set.parts) {
+    for (const PartPixel part : set.parts) {
         const double x = part.x - place.centroidX;
         const double y = part.y - place.centroidY;
         place.xx += part.weight * x * x;

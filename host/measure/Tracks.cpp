@@ -4,6 +4,14 @@
 #include <cmath>
 #include <numeric>
 
+// Loops that are worth compiling for wider vectors, too: the loader takes what the processor has. The results are the
+// same to the last bit.
+#ifdef ROI_WIDER_VECTORS
+#define ROI_FOR_WIDER_VECTORS [[gnu::target_clones("avx512f", "avx2", "default"), gnu::flatten]]
+#else
+#define ROI_FOR_WIDER_VECTORS
+#endif
+
 namespace host {
 
 namespace {
@@ -159,14 +167,13 @@ void FindArcRows(const Curve& curve, int top, std::size_t row, std::size_t end, 
         double u = arc.U(left);
         double v = arc.V(0.0, base);
         for (std::size_t k = 0; k < kColumns; ++k) {
-            const bool isLast = kColumns == 2 && k == 1;
+            const bool isLast = kColumns < kFew && k + 1 == kColumns;
             const double toX = isLast ? right : std::min(border, right);
             const double toU = arc.U(toX);
             const double toV = isLast ? arc.V(1.0, base) : ArcDepths::V(toU);
             const double toDepth = isLast ? 1.0 : arc.Depth(toV, base);
             const double toBehind = border - toX;
-            track.shares[k][i] =
-                0.5 * (depth + toDepth) * (toX - x) - arc.Bulge(u, v, toU, toV) + (toBehind - behind);
+            track.shares[k][i] = 0.5 * (depth + toDepth) * (toX - x) - arc.Bulge(u, v, toU, toV) + (toBehind - behind);
             x = toX;
             u = toU;
             v = toV;
@@ -178,36 +185,41 @@ void FindArcRows(const Curve& curve, int top, std::size_t row, std::size_t end, 
 }
 
 void FindRows(const Curve& curve, int top, std::size_t row, std::size_t end, Track& track) noexcept {
-    const auto width = [&track](std::size_t i) { return std::abs(track.xs[i + 1] - track.xs[i]); };
+    // It is widest at an end, and not where it leaves the box.
+    const auto width = [&curve, top](std::size_t i) {
+        const double y = top + static_cast<double>(i);
+        return std::abs(curve.X(y + 1.0) - curve.X(y));
+    };
     const double widest = std::max(width(row), width(end - 1));
     const bool isNarrow = widest <= 1.0;
     track.isNarrow &= isNarrow;
     track.isWide |= widest > kFew - 1.0;
     if (!curve.isArc) {
         isNarrow ? FindLineRows<2>(curve, row, end, track) : FindLineRows<kFew>(curve, row, end, track);
-    } else if (curve.IsShort()) {
-        isNarrow ? FindArcRows<2>(curve, top, row, end, track) : FindArcRows<kFew>(curve, top, row, end, track);
+    } else if (isNarrow) {
+        FindArcRows<2>(curve, top, row, end, track);
+    } else if (widest <= 2.0) {
+        FindArcRows<3>(curve, top, row, end, track);
     } else {
-        FindRows(row, end, track, [&track](std::size_t i, double, double, double) { track.margin[i] = 0.0; });
+        FindArcRows<kFew>(curve, top, row, end, track);
     }
 }
 
-// In a row with joints.
-void FindJointRow(int top, std::size_t row, Columns columns, Track& track) noexcept {
-    const auto [least, most] = std::minmax(track.xs[row], track.xs[row + 1]);
-    double left = least;
-    double right = most;
-    const double bottom = top + static_cast<double>(row) + 1.0;
-    for (const Curve* curve = track.curves[row]; curve->next != nullptr && curve->bottom < bottom; curve = curve->next) {
-        const double x = columns.Within(curve->xBottom);
+// Of a row with joints, or of a small arc, only how far it goes.
+void FindReach(int top, std::size_t row, Columns columns, Track& track) noexcept {
+    double left = columns.Within(track.xs[row]);
+    double right = left;
+    track.ForEachStrand(top, static_cast<int>(row), [&](const Strand& strand, double, double) {
+        const double x = columns.Within(strand.below);
         left = std::min(left, x);
         right = std::max(right, x);
-    }
+    });
     track.left[row] = left;
     track.right[row] = right;
     track.firstBorder[row] = Floor(left + 1.0);
     track.lastBorder[row] = Floor(right + 1.0);
     track.margin[row] = 0.0;
+    track.unknown.set(row);
 }
 
 // ---------------------------------------------------------------------------------------------------
@@ -218,93 +230,120 @@ enum class Share { right, rest };
 
 constexpr double Of(Share share, double right) noexcept { return share == Share::right ? right : 1.0 - right; }
 
-// Write the columns behind the first few, up to the last.
-void WriteLine(const Track& track, std::size_t at, Share share, PartPixel* part) noexcept {
-    const auto [y, x, weight] = *part;
+// Write the weights of the columns behind the first few, up to the last.
+void WriteLine(const Track& track, std::size_t at, Share share, double* weights) noexcept {
     const double rise = std::abs(track.curves[at]->rise);
     const double begun = track.first[at] + 0.5 - track.left[at];
     const int columns = track.last[at] - track.first[at];
     for (int i = kFew; i < columns; ++i) {
-        part[i] = {y, x + i, Of(share, (begun + i) * rise)};
+        weights[i] = Of(share, (begun + i) * rise);
     }
     const double ended = track.right[at] - track.last[at];
-    part[columns] = {y, x + columns, Of(share, 1.0 - 0.5 * ended * ended * rise)};
+    weights[columns] = Of(share, 1.0 - 0.5 * ended * ended * rise);
 }
 
-void WriteArc(const Track& track, std::size_t at, int row, Share share, PartPixel* part) noexcept {
-    const auto [y, x, weight] = *part;
+ROI_FOR_WIDER_VECTORS
+void WriteArc(const Track& track, std::size_t at, int row, Share share, double* weights) noexcept {
     const ArcDepths arc(*track.curves[at]);
     const double base = arc.Base(row);
+    const double first = track.first[at];
     const int columns = track.last[at] - track.first[at];
-    double border = track.first[at] + kFew;
-    double u = arc.U(border);
-    double v = ArcDepths::V(u);
-    for (int i = kFew; i < columns; ++i) {
-        border += 1.0;
-        const double toU = arc.U(border);
-        const double toV = ArcDepths::V(toU);
-        const double chord = 0.5 * (arc.Depth(v, base) + arc.Depth(toV, base));
-        part[i] = {y, x + i, Of(share, chord - arc.Bulge(u, v, toU, toV))};
-        u = toU;
-        v = toV;
+    double* const vs = weights;  // at the columns' left borders, each until its weight is known
+    for (int i = kFew; i <= columns; ++i) {
+        vs[i] = ArcDepths::V(arc.U(first + i));
     }
+    for (int i = kFew; i < columns; ++i) {
+        const double v = vs[i];
+        const double toV = vs[i + 1];
+        const double chord = 0.5 * (arc.Depth(v, base) + arc.Depth(toV, base));
+        weights[i] = Of(share, chord - arc.Bulge(arc.U(first + i), v, arc.U(first + i + 1), toV));
+    }
+    const double v = vs[columns];
     const double right = track.right[at];
-    const double left = 0.5 * (1.0 - arc.Depth(v, base)) * (right - border);
-    part[columns] = {y, x + columns, Of(share, 1.0 - left - arc.Bulge(u, v, arc.U(right), arc.V(1.0, base)))};
+    const double left = 0.5 * (1.0 - arc.Depth(v, base)) * (right - track.last[at]);
+    weights[columns] = Of(share, 1.0 - left - arc.Bulge(arc.U(track.last[at]), v, arc.U(right), arc.V(1.0, base)));
 }
 
-// Writes a side's pixels in a row of a block, which is row `row` of the box and y of the image; there is room for
-// kFew, whatever it needs. The place behind them.
+// Writes the weights of a side's pixels in a row of a block, which is row `row` of the box. There is room for kFew,
+// whatever it needs.
 template <Share kShare, bool kMayBeWide>
-[[gnu::always_inline]] inline PartPixel* Write(const Track& track, std::size_t at, int row, int y, int boxLeft,
-                                               PartPixel* part) noexcept {
-    const int x = boxLeft + track.first[at];
-    const int columns = track.last[at] - track.first[at];
-    part[0] = {y, x, Of(kShare, track.shares[0][at])};
-    part[1] = {y, x + 1, Of(kShare, track.shares[1][at])};
-    if (!track.isNarrow) {
-        part[2] = {y, x + 2, Of(kShare, track.shares[2][at])};
-        part[3] = {y, x + 3, Of(kShare, track.shares[3][at])};
-        if (kMayBeWide && columns >= kFew) {
-            track.curves[at]->isArc ? WriteArc(track, at, row, kShare, part) : WriteLine(track, at, kShare, part);
-        }
+void WriteWeights(const Track& track, std::size_t at, int row, double* weights) noexcept {
+    weights[0] = Of(kShare, track.shares[0][at]);
+    weights[1] = Of(kShare, track.shares[1][at]);
+    if (track.isNarrow) {
+        return;
     }
-    return part + columns + 1;
+    weights[2] = Of(kShare, track.shares[2][at]);
+    weights[3] = Of(kShare, track.shares[3][at]);
+    if (kMayBeWide && track.last[at] - track.first[at] >= kFew) {
+        track.curves[at]->isArc ? WriteArc(track, at, row, kShare, weights) : WriteLine(track, at, kShare, weights);
+    }
 }
 
 }  // namespace
 
+ROI_FOR_WIDER_VECTORS
 void Track::Follow(const Curve& begin, int top, int rows, int width) noexcept {
     const Columns columns(width);
     FindXs(begin, top, rows, columns, *this);
+    unknown.reset();
     isNarrow = true;
     isWide = false;
     for (int row = 0; row < rows;) {
         const Curve& curve = *curves[static_cast<std::size_t>(row)];
         // It runs through the rows before this one.
         const int end = static_cast<int>(std::min(std::floor(curve.bottom - top), 1.0 * rows));
-        if (row < end) {
+        if (row < end && (!curve.isArc || curve.IsShort())) {
             FindRows(curve, top, static_cast<std::size_t>(row), static_cast<std::size_t>(end), *this);
             row = end;
         } else {
-            FindJointRow(top, static_cast<std::size_t>(row++), columns, *this);
+            FindReach(top, static_cast<std::size_t>(row++), columns, *this);
         }
     }
     FindColumns(rows, *this);
 }
 
-void Track::AddParts(int top, int row, const PixelRect& box, bool isLeft, PartPixels& parts) const {
-    const auto at = static_cast<std::size_t>(row);
-    const std::size_t before = parts.size();
-    parts.resize(before + static_cast<std::size_t>(last[at] - first[at] + kFew));
-    PartPixel* const part = parts.data() + before;
-    const int y = box.top + top + row;
-    const PartPixel* const end = isLeft ? Write<Share::right, true>(*this, at, top + row, y, box.left, part)
-                                        : Write<Share::rest, true>(*this, at, top + row, y, box.left, part);
-    parts.resize(static_cast<std::size_t>(end - parts.data()));
+void Track::FindShares(int top, std::size_t row, int width) noexcept {
+    unknown.reset(row);
+    const int begin = first[row];
+    const int count = last[row] + 1 - begin;
+    if (begin < 0 || begin + count > width || count > kFew) {
+        return;
+    }
+    // By how much more lies to the right from column to column.
+    std::array<double, kFew + 1> steps{};
+    ForEachStrand(top, static_cast<int>(row), [&](const Strand& strand, double above, double below) {
+        ForEachColumn(strand, above, below, width, [&](int column, double height, double toLeft) {
+            double* const step = &steps[static_cast<std::size_t>(column - begin)];
+            step[0] += height - toLeft;
+            step[1] += toLeft;
+        });
+    });
+    double share = 0.0;
+    double least = 1.0;
+    for (std::size_t k = 0; k < static_cast<std::size_t>(count); ++k) {
+        share += steps[k];
+        shares[k][row] = share;
+        least = std::min({least, share, 1.0 - share});
+    }
+    margin[row] = least > kNothing ? 1.0 : 0.0;
+    isNarrow &= count <= 2;
 }
 
-void Sides::FindPlain(int row, int end, int width, Track::Rows<int>& isPlain) const noexcept {
+void Track::AddParts(int top, int row, const PixelRect& box, bool isLeft, PartPixels& parts) const {
+    const auto at = static_cast<std::size_t>(row);
+    const std::size_t begin = parts.weights.size();
+    const auto columns = static_cast<std::size_t>(last[at] - first[at] + 1);
+    parts.spans.push_back({box.top + top + row, box.left + first[at], box.left + last[at], static_cast<int>(begin)});
+    parts.weights.resize(begin + columns + kFew);
+    double* const weights = parts.weights.data() + begin;
+    isLeft ? WriteWeights<Share::right, true>(*this, at, top + row, weights)
+           : WriteWeights<Share::rest, true>(*this, at, top + row, weights);
+    parts.weights.resize(begin + columns);
+}
+
+ROI_FOR_WIDER_VECTORS
+void Sides::FindPlain(int row, int end, int width, Track::Rows<int>& isPlain) noexcept {
     static constexpr auto kNone = [] {
         Track::Rows<int> none{};
         none.fill(-1);
@@ -312,47 +351,72 @@ void Sides::FindPlain(int row, int end, int width, Track::Rows<int>& isPlain) co
     }();
     const Track::Rows<int>* before = &kNone;
     std::fill(isPlain.begin() + row, isPlain.begin() + end, 1);
-    for (const Track* const side : tracks) {
+    for (Track* const side : tracks) {
+        for (auto i = static_cast<std::size_t>(row); side->unknown.any() && i < static_cast<std::size_t>(end); ++i) {
+            if (side->unknown[i]) {
+                side->FindShares(top, i, width);
+            }
+        }
         for (auto i = static_cast<std::size_t>(row); i < static_cast<std::size_t>(end); ++i) {
-            isPlain[i] &= static_cast<int>(side->margin[i] > kBeside) & static_cast<int>(side->first[i] > (*before)[i]) &
-                          static_cast<int>(side->last[i] < width);
+            isPlain[i] &= static_cast<int>(side->margin[i] > kBeside) &
+                          static_cast<int>(side->first[i] > (*before)[i]) & static_cast<int>(side->last[i] < width);
         }
         before = &side->last;
     }
 }
 
-// The place behind those written.
-Span* Sides::WriteSpans(int row, int end, const PixelRect& box, Span* span) const noexcept {
-    const auto [boxLeft, boxTop, width, height] = box;
-    const int y = boxTop + top;
-    for (int i = row; i < end; ++i) {
-        const auto at = static_cast<std::size_t>(i);
+// Calls `write` for every row and pair of a left and a right side.
+template <class Writing>
+void Sides::ForEachPair(int row, int end, Writing write) const noexcept {
+    const auto from = static_cast<std::size_t>(row);
+    const auto to = static_cast<std::size_t>(end);
+    if (tracks.size() == 2) {  // Mostly; what is known of them stays known from row to row.
+        const Track& left = *tracks[0];
+        const Track& right = *tracks[1];
+        for (std::size_t at = from; at < to; ++at) {
+            write(at, left, right);
+        }
+        return;
+    }
+    for (std::size_t at = from; at < to; ++at) {
         for (auto side = tracks.begin(); side != tracks.end(); side += 2) {
-            const int before = side[0]->last[at];
-            const int behind = side[1]->first[at];
-            *span = {y + i, boxLeft + before + 1, boxLeft + behind - 1};
-            span += before + 1 < behind ? 1 : 0;
+            write(at, *side[0], *side[1]);
         }
     }
+}
+
+// The place behind those written.
+Span* Sides::WriteSpans(int row, int end, const PixelRect& box, Span* span) const noexcept {
+    const int boxLeft = box.left;
+    const int y = box.top + top;
+    ForEachPair(row, end, [=, &span](std::size_t at, const Track& left, const Track& right) {
+        const int before = left.last[at];
+        const int behind = right.first[at];
+        *span = {y + static_cast<int>(at), boxLeft + before + 1, boxLeft + behind - 1};
+        span += before + 1 < behind ? 1 : 0;
+    });
     return span;
 }
 
 template <bool kMayBeWide>
-PartPixel* Sides::WriteParts(int row, int end, const PixelRect& box, PartPixel* part) const noexcept {
-    const auto [boxLeft, boxTop, width, height] = box;
-    const int y = boxTop + top;
+int Sides::WriteParts(int row, int end, const PixelRect& box, int count, PartSpan* spans,
+                      double* weights) const noexcept {
+    const int boxLeft = box.left;
+    const int boxTop = box.top;
     const int blockTop = top;
-    for (int i = row; i < end; ++i) {
-        const auto at = static_cast<std::size_t>(i);
-        for (auto side = tracks.begin(); side != tracks.end(); side += 2) {
-            part = Write<Share::right, kMayBeWide>(*side[0], at, blockTop + i, y + i, boxLeft, part);
-            part = Write<Share::rest, kMayBeWide>(*side[1], at, blockTop + i, y + i, boxLeft, part);
-        }
-    }
-    return part;
+    ForEachPair(row, end, [=, &spans, &count](std::size_t at, const Track& left, const Track& right) {
+        const int inBox = blockTop + static_cast<int>(at);
+        *spans++ = {boxTop + inBox, boxLeft + left.first[at], boxLeft + left.last[at], count};
+        WriteWeights<Share::right, kMayBeWide>(left, at, inBox, weights + count);
+        count += left.last[at] - left.first[at] + 1;
+        *spans++ = {boxTop + inBox, boxLeft + right.first[at], boxLeft + right.last[at], count};
+        WriteWeights<Share::rest, kMayBeWide>(right, at, inBox, weights + count);
+        count += right.last[at] - right.first[at] + 1;
+    });
+    return count;
 }
 
-// Not fewer than WriteParts writes, those that it overwrites included.
+// Not fewer weights than WriteParts writes, those that it overwrites included.
 std::size_t Sides::MostParts(int row, int end) const noexcept {
     const auto rows = static_cast<std::size_t>(end - row);
     std::size_t most = kFew;
@@ -369,18 +433,21 @@ std::size_t Sides::MostParts(int row, int end) const noexcept {
 }
 
 void Sides::AddPlain(int row, int end, const PixelRect& box, PixelSet& pixels) const {
-    const auto rows = static_cast<std::size_t>(end - row);
-    const std::size_t partsBefore = pixels.parts.size();
+    const std::size_t count = static_cast<std::size_t>(end - row) * tracks.size();
     const std::size_t spansBefore = pixels.spans.size();
-    pixels.parts.resize(partsBefore + MostParts(row, end));
-    pixels.spans.resize(spansBefore + rows * tracks.size() / 2);
-    PartPixel* const part = pixels.parts.data() + partsBefore;
+    pixels.spans.resize(spansBefore + count / 2);
     const Span* const spansEnd = WriteSpans(row, end, box, pixels.spans.data() + spansBefore);
-    const bool mayBeWide = std::any_of(tracks.begin(), tracks.end(), [](const Track* side) { return side->isWide; });
-    const PartPixel* const partsEnd =
-        mayBeWide ? WriteParts<true>(row, end, box, part) : WriteParts<false>(row, end, box, part);
-    pixels.parts.resize(static_cast<std::size_t>(partsEnd - pixels.parts.data()));
     pixels.spans.resize(static_cast<std::size_t>(spansEnd - pixels.spans.data()));
+
+    auto& [spans, weights] = pixels.parts;
+    const auto before = static_cast<int>(weights.size());
+    weights.resize(weights.size() + MostParts(row, end));
+    spans.resize(spans.size() + count);
+    PartSpan* const next = spans.data() + (spans.size() - count);
+    const bool mayBeWide = std::any_of(tracks.begin(), tracks.end(), [](const Track* side) { return side->isWide; });
+    const int after = mayBeWide ? WriteParts<true>(row, end, box, before, next, weights.data())
+                                : WriteParts<false>(row, end, box, before, next, weights.data());
+    weights.resize(static_cast<std::size_t>(after));
 }
 
 }  // namespace host

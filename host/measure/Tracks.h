@@ -3,6 +3,8 @@
 #pragma once
 
 #include <array>
+#include <bitset>
+#include <cstddef>
 #include <vector>
 
 #include "host/base/Plane.h"
@@ -20,8 +22,8 @@ inline constexpr int kFew = 4;
 /// Parts of pixels that are less are rounding.
 inline constexpr double kNothing = 1e-12;
 
-/// By less a chain may lie beside a column's border: what it has of the column is nothing then, or all.
-inline constexpr double kBeside = 1e-5;
+/// By less a chain may lie beside a column's border: what it has of the column may be rounding then.
+inline constexpr double kBeside = 1e-4;
 
 /// A chain's way through the rows of a block, in a box of pixels as Curve has it.
 struct Track {
@@ -33,23 +35,43 @@ struct Track {
     Rows<double> left;  ///< how far it goes in each row
     Rows<double> right;
     Rows<const Curve*> curves;  ///< its edge at the top of each row
-    Rows<double> firstBorder;
-    Rows<double> lastBorder;
     Rows<int> first;            ///< the columns that it goes through
     Rows<int> last;
-    /// How far it stays away from what of its first and its last column would be nothing or all. 0 where it has a joint
-    /// in the row, or is a small arc.
+    Rows<double> firstBorder;  ///< the borders behind these
+    Rows<double> lastBorder;
+    /// How far it stays away from the borders where it would have nothing of its first column or all of its last; 0
+    /// where its shares are not known.
     Rows<double> margin;
     /// What lies to its right of each of the first columns: of two, or of kFew where it goes through more somewhere.
     std::array<Rows<double>, kFew> shares;
-    bool isNarrow;  ///< whether it goes through two columns at most
-    bool isWide;    ///< whether it goes through more than kFew in some row
+    std::bitset<kBlock> unknown;  ///< the rows of which FindShares is to be asked for the shares and the margin
+    bool isNarrow;                ///< whether it goes through two columns at most
+    bool isWide;                  ///< whether it goes through more than kFew in some row
 
-    /// Whether its shares of a row are known, or can be found by its edge.
-    bool IsPlain(std::size_t row) const noexcept { return margin[row] > kBeside; }
     /// Follows a chain through rows of a box that is `width` columns wide, through all of which it runs. `begin` is its
     /// edge at the top of the first of them, row `top` of the box.
     void Follow(const Curve& begin, int top, int rows, int width) noexcept;
+    /// Finds the shares of a row of a block that begins at row `top` of a box of that width, by all edges, of whatever
+    /// kind, that it follows there.
+    void FindShares(int top, std::size_t row, int width) noexcept;
+    /// Whether all columns of a row count in part, as its shares say or, in those behind the first few, its edge.
+    bool IsPlain(std::size_t row) const noexcept { return margin[row] > kBeside; }
+    /// Calls `use` for the edges that it follows in a row of a block that begins at row `top` of the box, each with its
+    /// way and the places where that begins and ends.
+    template <class Using>
+    void ForEachStrand(int top, int row, Using use) const {
+        const auto at = static_cast<std::size_t>(row);
+        const Curve* curve = curves[at];
+        double y = top + row;
+        double x = xs[at];
+        const double bottom = y + 1.0;
+        for (; curve->bottom < bottom; curve = curve->next) {
+            use(Strand{curve, x, curve->xBottom}, y, curve->bottom);
+            x = curve->xBottom;
+            y = curve->bottom;
+        }
+        use(Strand{curve, x, xs[at + 1]}, y, bottom);
+    }
     /// Adds the pixels of a row in which it is plain, a row of the block that begins at row `top` of the box. What is
     /// to the right of a left side counts, and the rest at a right one.
     void AddParts(int top, int row, const PixelRect& box, bool isLeft, PartPixels& parts) const;
@@ -59,19 +81,21 @@ struct Track {
 class Sides {
   public:
     int top = 0;
-    std::vector<const Track*> tracks;
+    std::vector<Track*> tracks;
 
-    /// Whether each of the rows [row, end) of the block is plain: the shares of all sides are known there, and each goes
-    /// through pixels of its own.
-    void FindPlain(int row, int end, int width, Track::Rows<int>& isPlain) const noexcept;
+    /// Whether each of the rows [row, end) of the block is plain: the shares of all sides are known there, and each
+    /// goes through pixels of its own.
+    void FindPlain(int row, int end, int width, Track::Rows<int>& isPlain) noexcept;
     /// Adds the pixels of rows that are.
     void AddPlain(int row, int end, const PixelRect& box, PixelSet& pixels) const;
 
   private:
     std::size_t MostParts(int row, int end) const noexcept;
+    template <class Writing>
+    void ForEachPair(int row, int end, Writing write) const noexcept;
     Span* WriteSpans(int row, int end, const PixelRect& box, Span* span) const noexcept;
     template <bool kMayBeWide>
-    PartPixel* WriteParts(int row, int end, const PixelRect& box, PartPixel* part) const noexcept;
+    int WriteParts(int row, int end, const PixelRect& box, int count, PartSpan* spans, double* weights) const noexcept;
 };
 
 }  // namespace host

@@ -203,7 +203,7 @@ py::array CoverageArray(const PixelSet& pixels, PixelSize size) {
     for (const Span& span : pixels.spans) {
         std::fill_n(coverage.mutable_data(span.y, span.firstX), span.Length(), 1.0);
     }
-    for (const PartPixel& part : pixels.parts) {
+    for (const PartPixel part : pixels.parts) {
         *coverage.mutable_data(part.y, part.x) = part.weight;
     }
     return coverage;

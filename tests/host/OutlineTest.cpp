@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 #include <numeric>
 #include <opencv2/imgcodecs.hpp>
+#include <random>
 
 #include "host/measure/Coverage.h"
 #include "host/measure/Edges.h"
@@ -515,7 +516,7 @@ double InEllipse(double rx, double ry, double left, double top, double right, do
 std::map<std::pair<int, int>, double> CoveredOf(const host::Contour& contour, const host::PixelRect& field) {
     std::map<std::pair<int, int>, double> covered;
     const host::PixelSet pixels = host::CoverageOf(host::EdgesOf({{contour}, {}, false}), field);
-    for (const host::PartPixel& part : pixels.parts) {
+    for (const host::PartPixel part : pixels.parts) {
         covered[{part.x, part.y}] += part.weight;
     }
     for (const host::Span& span : pixels.spans) {
@@ -556,6 +557,32 @@ TEST(Labels, AreAsWideAsTheLastOneNeeds) {
                                             : labels.image.View().Row<std::uint32_t>(row)[column],
                   static_cast<std::uint32_t>(count));
         EXPECT_EQ(std::count(labels.taken.begin(), labels.taken.end(), 0), count);
+    }
+}
+
+// Its border cuts sides at any place, of which the pixels inside know nothing.
+TEST(Coverage, AFieldShowsOfAFigureWhatALargerOneHas) {
+    std::mt19937 random(5);
+    const auto between = [&random](double low, double high) { return low + (high - low) * random() / 0x1p32; };
+    for (int trial = 0; trial < 400; ++trial) {
+        const host::ImagePoint center{between(0.0, 60.0), between(0.0, 50.0)};
+        host::Contour contour{host::Arc{center, between(0.4, 70.0), between(0.3, 50.0), 0.0, 2.0 * M_PI}};
+        if (trial % 2 != 0) {
+            contour.clear();
+            for (int corner = 0; corner < 3 + trial % 6; ++corner) {
+                contour.emplace_back(
+                    host::ImagePoint{center.x + between(-60.0, 60.0), center.y + between(-45.0, 45.0)});
+            }
+        }
+        const host::PixelRect field{trial % 13, trial % 17, 30 + trial % 19, 25 + trial % 11};
+        auto large = CoveredOf(contour, {-100, -100, 280, 260});
+        auto found = CoveredOf(contour, field);
+        for (int j = field.top; j < field.Bottom(); ++j) {
+            for (int i = field.left; i < field.Right(); ++i) {
+                ASSERT_NEAR((found[{i, j}]), (large[{i, j}]), 1e-9) << trial << ": " << i << ' ' << j;
+            }
+        }
+        EXPECT_LE(found.size(), static_cast<std::size_t>(field.width) * static_cast<std::size_t>(field.height));
     }
 }
 
