@@ -4,13 +4,7 @@
 #include <cmath>
 #include <numeric>
 
-// Loops that are worth compiling for wider vectors, too: the loader takes what the processor has. The results are the
-// same to the last bit.
-#ifdef ROI_WIDER_VECTORS
-#define ROI_FOR_WIDER_VECTORS [[gnu::target_clones("avx512f", "avx2", "default"), gnu::flatten]]
-#else
-#define ROI_FOR_WIDER_VECTORS
-#endif
+#include "host/base/WidestVectors.h"
 
 namespace host {
 
@@ -222,6 +216,26 @@ void FindReach(int top, std::size_t row, Columns columns, Track& track) noexcept
     track.unknown.set(row);
 }
 
+void FollowChain(Track* track, const Curve* begin, int top, int rows, int width) noexcept {
+    const Columns columns(width);
+    FindXs(*begin, top, rows, columns, *track);
+    track->unknown.reset();
+    track->isNarrow = true;
+    track->isWide = false;
+    for (int row = 0; row < rows;) {
+        const Curve& curve = *track->curves[static_cast<std::size_t>(row)];
+        // It runs through the rows before this one.
+        const int end = static_cast<int>(std::min(std::floor(curve.bottom - top), 1.0 * rows));
+        if (row < end && (!curve.isArc || curve.IsShort())) {
+            FindRows(curve, top, static_cast<std::size_t>(row), static_cast<std::size_t>(end), *track);
+            row = end;
+        } else {
+            FindReach(top, static_cast<std::size_t>(row++), columns, *track);
+        }
+    }
+    FindColumns(rows, *track);
+}
+
 // ---------------------------------------------------------------------------------------------------
 // Writing the pixels that a side goes through
 
@@ -242,8 +256,8 @@ void WriteLine(const Track& track, std::size_t at, Share share, double* weights)
     weights[columns] = Of(share, 1.0 - 0.5 * ended * ended * rise);
 }
 
-ROI_FOR_WIDER_VECTORS
-void WriteArc(const Track& track, std::size_t at, int row, Share share, double* weights) noexcept {
+void WriteArc(const Track* side, std::size_t at, int row, Share share, double* weights) noexcept {
+    const Track& track = *side;
     const ArcDepths arc(*track.curves[at]);
     const double base = arc.Base(row);
     const double first = track.first[at];
@@ -276,31 +290,24 @@ void WriteWeights(const Track& track, std::size_t at, int row, double* weights) 
     weights[2] = Of(kShare, track.shares[2][at]);
     weights[3] = Of(kShare, track.shares[3][at]);
     if (kMayBeWide && track.last[at] - track.first[at] >= kFew) {
-        track.curves[at]->isArc ? WriteArc(track, at, row, kShare, weights) : WriteLine(track, at, kShare, weights);
+        track.curves[at]->isArc ? OnWidestVectors<WriteArc>(&track, at, row, kShare, weights)
+                                : WriteLine(track, at, kShare, weights);
+    }
+}
+
+// Keeps of the plain rows those in which a side is plain, behind what the one before it goes through.
+void KeepPlain(const Track* side, const Track::Rows<int>* before, int row, int end, int width,
+               Track::Rows<int>* isPlain) noexcept {
+    for (auto i = static_cast<std::size_t>(row); i < static_cast<std::size_t>(end); ++i) {
+        (*isPlain)[i] &= static_cast<int>(side->margin[i] > kBeside) & static_cast<int>(side->first[i] > (*before)[i]) &
+                         static_cast<int>(side->last[i] < width);
     }
 }
 
 }  // namespace
 
-ROI_FOR_WIDER_VECTORS
 void Track::Follow(const Curve& begin, int top, int rows, int width) noexcept {
-    const Columns columns(width);
-    FindXs(begin, top, rows, columns, *this);
-    unknown.reset();
-    isNarrow = true;
-    isWide = false;
-    for (int row = 0; row < rows;) {
-        const Curve& curve = *curves[static_cast<std::size_t>(row)];
-        // It runs through the rows before this one.
-        const int end = static_cast<int>(std::min(std::floor(curve.bottom - top), 1.0 * rows));
-        if (row < end && (!curve.isArc || curve.IsShort())) {
-            FindRows(curve, top, static_cast<std::size_t>(row), static_cast<std::size_t>(end), *this);
-            row = end;
-        } else {
-            FindReach(top, static_cast<std::size_t>(row++), columns, *this);
-        }
-    }
-    FindColumns(rows, *this);
+    OnWidestVectors<FollowChain>(this, &begin, top, rows, width);
 }
 
 void Track::FindShares(int top, std::size_t row, int width) noexcept {
@@ -342,7 +349,6 @@ void Track::AddParts(int top, int row, const PixelRect& box, bool isLeft, PartPi
     parts.weights.resize(begin + columns);
 }
 
-ROI_FOR_WIDER_VECTORS
 void Sides::FindPlain(int row, int end, int width, Track::Rows<int>& isPlain) noexcept {
     static constexpr auto kNone = [] {
         Track::Rows<int> none{};
@@ -357,10 +363,7 @@ void Sides::FindPlain(int row, int end, int width, Track::Rows<int>& isPlain) no
                 side->FindShares(top, i, width);
             }
         }
-        for (auto i = static_cast<std::size_t>(row); i < static_cast<std::size_t>(end); ++i) {
-            isPlain[i] &= static_cast<int>(side->margin[i] > kBeside) &
-                          static_cast<int>(side->first[i] > (*before)[i]) & static_cast<int>(side->last[i] < width);
-        }
+        OnWidestVectors<KeepPlain>(side, before, row, end, width, &isPlain);
         before = &side->last;
     }
 }

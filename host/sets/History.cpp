@@ -1,10 +1,9 @@
 #include "host/sets/History.h"
 
-#include <fmt/chrono.h>
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <ctime>
+#include <chrono>
 #include <nlohmann/json.hpp>
 #include <stdexcept>
 #include <string_view>
@@ -25,6 +24,18 @@ constexpr const char* kBlocks = "blocks/";
 constexpr std::size_t kLongestLog = std::size_t{1} << 16;
 // With room for the log and for what an archive adds.
 constexpr std::size_t kLongestBlock = 2 * History::kMostBytes;
+
+// In UTC, which takes no file of time zones, as the C library's calendar would.
+std::string Now() {
+    using namespace std::chrono;
+    const auto now = floor<seconds>(system_clock::now());
+    const auto midnight = floor<days>(now);
+    const year_month_day date(midnight);
+    const hh_mm_ss time(now - midnight);
+    return fmt::format("{:04}-{:02}-{:02}T{:02}:{:02}:{:02}Z", static_cast<int>(date.year()),
+                       static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()), time.hours().count(),
+                       time.minutes().count(), time.seconds().count());
+}
 
 // At most as many bytes, and no character in part.
 std::string Shortened(const std::string& text) {
@@ -138,8 +149,7 @@ bool History::Record(const std::string& what, const FolderArchive& before, const
         return true;
     }
     m_changes.resize(m_done);
-    m_changes.push_back({Shortened(what), fmt::format("{:%Y-%m-%dT%H:%M:%SZ}", fmt::gmtime(std::time(nullptr))),
-                         Shared(std::move(difference))});
+    m_changes.push_back({Shortened(what), Now(), Shared(std::move(difference))});
     m_done = m_changes.size();
     return m_changes.back().otherSide->size() <= kMostBytes;
 }
