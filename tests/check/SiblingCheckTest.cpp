@@ -15,7 +15,10 @@ struct Operation {
 };
 
 const Operation kOperations[] = {
-    {"descriptors", "CollectionsEx", "ComponentString IComponentString 5", {"pretend", "refuse", "keepCreated"}},
+    {"descriptors",
+     "CollectionsEx",
+     "ComponentString IComponentString 5",
+     {"pretend", "refuse", "keepCreated", "createNothing"}},
     {"descriptors", "CollectionsEx", "ComponentString IComponentString 6", {"pretend", "refuse"}},
     {"collection",
      "CollectionsEx",

@@ -198,6 +198,10 @@ ComponentCreator gRealCreator = nullptr;
 
 Result CreateBent(void* outer, IID* iid, void** result) {
     const Result code = gRealCreator(outer, iid, result);
+    if (code == S_OK && std::strcmp(TheFault().way, "createNothing") == 0) {
+        static_cast<IUnknown*>(std::exchange(*result, nullptr))->Release();
+        return S_OK;
+    }
     if (code == S_OK) {
         Bend(static_cast<IUnknown*>(*result));
     }
