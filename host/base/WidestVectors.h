@@ -24,8 +24,8 @@ template <auto kFunction, class... Values>
 }
 
 /// Calls a function with everything that it calls compiled for the widest vectors that the processor has. The results
-/// are the same to the last bit. What the C library knows of the processor is asked, since to ask the processor itself
-/// takes longer than all of many a command where it is a virtual one.
+/// are the same to the last bit. What the C library knows of the processor is asked, since the processor itself answers
+/// slowly where it is a virtual one, and a library that asks does so at every start.
 template <auto kFunction, class... Values>
 void OnWidestVectors(Values... values) noexcept {
     static void (*const call)(Values...) = CPU_FEATURE_ACTIVE(AVX512F) ? OnAvx512<kFunction, Values...>

@@ -340,7 +340,7 @@ void Track::FindShares(int top, std::size_t row, int width) noexcept {
 void Track::AddParts(int top, int row, const PixelRect& box, bool isLeft, PartPixels& parts) const {
     const auto at = static_cast<std::size_t>(row);
     const std::size_t begin = parts.weights.size();
-    const auto columns = static_cast<std::size_t>(last[at] - first[at] + 1);
+    const std::size_t columns = static_cast<std::size_t>(last[at] - first[at]) + 1;
     parts.spans.push_back({box.top + top + row, box.left + first[at], box.left + last[at], static_cast<int>(begin)});
     parts.weights.resize(begin + columns + kFew);
     double* const weights = parts.weights.data() + begin;
