@@ -1,10 +1,22 @@
 // Texts of plain characters, which most are: they read the same in bytes and in 32-bit characters.
 #pragma once
 
-#include <emmintrin.h>
-
 #include <cstddef>
 #include <cstring>
+#include <type_traits>
+
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
+
+/// Copies characters as they are and says whether that was right: whether all are ASCII and none is a control
+/// character.
+template <class From, class To>
+bool CopyPlain(const From* from, std::size_t count, To* to) noexcept;
+
+// What lies below the blank wraps, and so has high bits as what lies beyond ASCII has.
+
+#ifdef __SSE2__
 
 // Four characters side by side, read from either form and written in either.
 inline __m128i LoadFour(const wchar_t* from) noexcept {
@@ -23,8 +35,6 @@ inline void StoreFour(__m128i four, char* to) noexcept {
     std::memcpy(to, &bytes, sizeof bytes);
 }
 
-/// Copies characters as they are and says whether that was right: whether all are ASCII and none is a control
-/// character.
 template <class From, class To>
 bool CopyPlain(const From* from, std::size_t count, To* to) noexcept {
     if (count < 4) {
@@ -35,7 +45,6 @@ bool CopyPlain(const From* from, std::size_t count, To* to) noexcept {
         }
         return plain;
     }
-    // What lies below the blank wraps, and so has high bits as what lies beyond ASCII has.
     __m128i bits = _mm_setzero_si128();
     const auto copyFour = [&](std::size_t at) {
         const __m128i four = LoadFour(from + at);
@@ -48,3 +57,17 @@ bool CopyPlain(const From* from, std::size_t count, To* to) noexcept {
     copyFour(count - 4);  // Some of these perhaps a second time.
     return _mm_movemask_epi8(_mm_cmpeq_epi32(_mm_srli_epi32(bits, 7), _mm_setzero_si128())) == 0xFFFF;
 }
+
+#else
+
+template <class From, class To>
+bool CopyPlain(const From* from, std::size_t count, To* to) noexcept {
+    From bits = 0;
+    for (std::size_t i = 0; i < count; ++i) {
+        bits |= static_cast<From>(from[i] | static_cast<From>(from[i] - ' '));
+        to[i] = static_cast<To>(from[i]);
+    }
+    return static_cast<std::make_unsigned_t<From>>(bits) < 0x80;
+}
+
+#endif

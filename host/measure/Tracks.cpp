@@ -78,8 +78,6 @@ void FindRows(std::size_t row, std::size_t end, Track& track, Sharing share) noe
         const double behindLast = Floor(right + 1.0);
         track.left[i] = left;
         track.right[i] = right;
-        track.firstBorder[i] = behindFirst;
-        track.lastBorder[i] = behindLast;
         track.margin[i] = std::min(behindFirst - left, right + 1.0 - behindLast);
         share(i, left, right, behindFirst);
     }
@@ -87,8 +85,8 @@ void FindRows(std::size_t row, std::size_t end, Track& track, Sharing share) noe
 
 void FindColumns(int rows, Track& track) noexcept {
     for (std::size_t i = 0; i < static_cast<std::size_t>(rows); ++i) {
-        track.first[i] = static_cast<int>(track.firstBorder[i]) - 1;
-        track.last[i] = static_cast<int>(track.lastBorder[i]) - 1;
+        track.first[i] = static_cast<int>(track.left[i] + 1.0) - 1;
+        track.last[i] = static_cast<int>(track.right[i] + 1.0) - 1;
     }
 }
 
@@ -210,8 +208,6 @@ void FindReach(int top, std::size_t row, Columns columns, Track& track) noexcept
     });
     track.left[row] = left;
     track.right[row] = right;
-    track.firstBorder[row] = Floor(left + 1.0);
-    track.lastBorder[row] = Floor(right + 1.0);
     track.margin[row] = 0.0;
     track.unknown.set(row);
 }

@@ -37,8 +37,6 @@ struct Track {
     Rows<const Curve*> curves;  ///< its edge at the top of each row
     Rows<int> first;            ///< the columns that it goes through
     Rows<int> last;
-    Rows<double> firstBorder;  ///< the borders behind these
-    Rows<double> lastBorder;
     /// How far it stays away from the borders where it would have nothing of its first column or all of its last; 0
     /// where its shares are not known.
     Rows<double> margin;
