@@ -3,8 +3,10 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <span>
 #include <utility>
 
+#include "host/base/WidestVectors.h"
 #include "host/measure/Tracks.h"
 
 namespace host {
@@ -58,6 +60,27 @@ class Row {
         m_covered = isLeft ? 1.0 : 0.0;
     }
 
+    // Adds sides that share pixels, to the right of all that is added, from a left or a right one on. Of all of them
+    // the shares are known.
+    void AddShares(std::span<Track* const> sides, bool isLeft, std::size_t at) {
+        Move();
+        const double covered = m_covered;
+        int last = 0;
+        AddRun(sides[0]->first[at]);
+        for (const Track* const side : sides) {
+            last = std::max(last, side->last[at]);
+        }
+        for (int column = sides[0]->first[at]; column <= last; ++column) {
+            m_covered = covered;
+            double sign = isLeft ? 1.0 : -1.0;
+            for (const Track* const side : sides) {
+                m_covered += std::exchange(sign, -sign) * side->ShareOf(column, at);
+            }
+            AddRun(column + 1);
+        }
+        m_covered = (sides.size() % 2 == 0) == isLeft ? 0.0 : 1.0;
+    }
+
     void End() {
         Move();
         AddRun(m_box.width);
@@ -71,6 +94,9 @@ class Row {
 
     // Moves what is added to the pixels, up to where nothing more changes.
     void Move() {
+        if (m_touched.empty()) {
+            return;
+        }
         std::sort(m_touched.begin(), m_touched.end(), [](const Run& a, const Run& b) { return a.first < b.first; });
         for (const Run& run : m_touched) {
             AddRun(run.first);
@@ -110,81 +136,104 @@ class Row {
 // ---------------------------------------------------------------------------------------------------
 // Bands of a row between which edges begin, end or cross
 
+// An edge in a row, or a chain that goes through the whole of it.
+struct Piece {
+    Strand strand;
+    const Track* track;  // of the chain; null where it begins, ends or goes on with another edge
+};
+
 class Bands {
   public:
-    Bands(Row& row, int boxTop) : m_row(row), m_boxTop(boxTop) {}
+    Bands(Row& row, const PixelRect& box) : m_row(row), m_width(box.width), m_boxTop(box.top) {}
 
-    // Adds what lies inside of a row of the box, given all that runs through it, level edges too. Strands apart from
-    // the others are looked at for themselves: between them no edge is crossed from the row's top to its bottom.
-    void Add(int row, std::vector<Strand>& strands) {
-        std::sort(strands.begin(), strands.end(), [](const Strand& a, const Strand& b) { return a.Left() < b.Left(); });
+    // Adds what lies inside of a row of a block that begins at row `top` of the box, given all that runs through it,
+    // level edges too. Pieces apart from the others are looked at for themselves: between them no edge is crossed from
+    // the row's top to its bottom.
+    void Add(int top, int row, std::vector<Piece>& pieces) {
+        std::sort(pieces.begin(), pieces.end(),
+                  [](const Piece& a, const Piece& b) { return a.strand.Left() < b.strand.Left(); });
         m_winding = 0;
-        for (auto strand = strands.begin(); strand != strands.end();) {
-            if (const auto next = strand + 1; IsAlone(*strand, next == strands.end() ? nullptr : &*next, row)) {
-                AddWhole(*strand, row);
-                strand = next;
-                continue;
+        int column = -1;  // The last so far; what lies to the left of the row is in the first.
+        for (auto piece = pieces.begin(); piece != pieces.end();) {
+            const auto begin = piece;
+            double right = piece->strand.Right();
+            for (++piece; piece != pieces.end() && piece->strand.Left() <= right; ++piece) {
+                right = std::max(right, piece->strand.Right());
             }
-            m_curves.clear();
-            int winding = m_winding;
-            for (double right = strand->Right(); strand != strands.end() && strand->Left() <= right; ++strand) {
-                right = std::max(right, strand->Right());
-                m_curves.push_back(strand->curve);
-                winding += strand->curve->top <= row ? strand->curve->winding : 0;
+            const int behind = piece == pieces.end() ? m_width : ColumnOf(piece->strand.Left());
+            if (begin + 1 == piece && begin->strand.curve->GoesThrough(top + row)) {
+                AddWhole(*begin, top, row, column, behind);
+            } else {
+                AddGroup(begin, piece, top + row);
             }
-            AddGroup(row);
-            m_winding = winding;
+            column = ColumnOf(right);
         }
     }
 
   private:
-    // Whether a strand goes through the whole row beside all behind it.
-    static bool IsAlone(const Strand& strand, const Strand* next, int row) noexcept {
-        return strand.curve->top <= row && strand.curve->bottom >= row + 1 &&
-               (next == nullptr || strand.Right() < next->Left());
-    }
+    using Pieces = std::vector<Piece>::const_iterator;
 
-    void AddWhole(const Strand& strand, int row) {
-        const int before = std::exchange(m_winding, m_winding + strand.curve->winding);
-        if (before == 0 || m_winding == 0) {
-            m_row.Add(strand, before == 0 ? 1.0 : -1.0, row, row + 1.0);
+    int ColumnOf(double x) const noexcept { return static_cast<int>(Between(x, 0.0, m_width)); }
+
+    // Adds an edge that goes through the whole row, between two columns that others go through.
+    void AddWhole(const Piece& piece, int top, int row, int before, int behind) {
+        const Strand& strand = piece.strand;
+        const int outside = std::exchange(m_winding, m_winding + strand.curve->winding);
+        const bool isLeft = outside == 0;
+        if (!isLeft && m_winding != 0) {
+            return;
+        }
+        const auto at = static_cast<std::size_t>(row);
+        const Track* const track = piece.track;
+        if (track != nullptr && track->IsPlain(at) && before < track->first[at] && track->last[at] < behind) {
+            m_row.AddPlain(*track, top, row, isLeft);
+        } else {
+            m_row.Add(strand, isLeft ? 1.0 : -1.0, top + row, top + row + 1.0);
         }
     }
 
-    void AddGroup(int row) {
+    void AddGroup(Pieces begin, Pieces end, int row) {
+        m_curves.clear();
+        int winding = m_winding;
+        for (; begin != end; ++begin) {
+            const Curve* const curve = begin->strand.curve;
+            m_curves.push_back(curve);
+            winding += curve->top <= row ? curve->winding : 0;
+        }
         const double bottom = row + 1.0;
         double from = row;
-        for (const double to : Ends(row)) {
+        FindEnds(row);
+        for (const double to : m_ends) {
             if (from < to && to < bottom) {
                 AddBand(from, to);
                 from = to;
             }
         }
         AddBand(from, bottom);
+        m_winding = winding;
     }
 
-    // Where in a row edges begin or end, or may meet.
-    std::vector<double> Ends(int row) const {
-        std::vector<double> ends;
+    // Finds where in a row edges begin or end, or may meet.
+    void FindEnds(int row) {
         if (std::any_of(m_curves.begin(), m_curves.end(), [](const Curve* curve) { return curve->isArc; })) {
             std::vector<Edge> edges;
             for (const Curve* const curve : m_curves) {
                 edges.push_back(*curve->edge);
             }
-            ends = MeetingRows(edges);
-            std::for_each(ends.begin(), ends.end(), [this](double& end) { end -= m_boxTop - 0.5; });
-            return ends;
+            m_ends = MeetingRows(edges);
+            std::for_each(m_ends.begin(), m_ends.end(), [this](double& end) { end -= m_boxTop - 0.5; });
+            return;
         }
+        m_ends.clear();
         for (const Curve* const curve : m_curves) {
             if (curve->top > row) {
-                ends.push_back(curve->top);
+                m_ends.push_back(curve->top);
             }
             if (curve->bottom < row + 1) {
-                ends.push_back(curve->bottom);
+                m_ends.push_back(curve->bottom);
             }
         }
-        std::sort(ends.begin(), ends.end());
-        return ends;
+        std::sort(m_ends.begin(), m_ends.end());
     }
 
     // In a band edges neither begin nor end.
@@ -263,9 +312,11 @@ class Bands {
     }
 
     Row& m_row;
+    int m_width;
     int m_boxTop;
     int m_winding = 0;  // to the left of those that are looked at
     std::vector<const Curve*> m_curves;
+    std::vector<double> m_ends;
     std::vector<Strand> m_strands;
 };
 
@@ -273,16 +324,16 @@ class Bands {
 // All rows
 
 struct Chain {
-    const Curve* curve;  ///< the uppermost that has not ended
+    const Curve* curve;  // the uppermost that has not ended
     double bottom;
-    Track* track = nullptr;
+    Track* track = nullptr;  // through the whole rows that it goes through in the block
 };
 
 // Rows count from the top of the box.
 class Sweep {
   public:
     Sweep(const std::vector<Edge>& edges, const PixelRect& box)
-        : m_box(box), m_row(box, m_pixels), m_bands(m_row, box.top) {
+        : m_box(box), m_row(box, m_pixels), m_bands(m_row, box) {
         const std::vector<Link> links = LinksOf(edges);
         m_curves.reserve(edges.size());
         for (const Edge& edge : edges) {
@@ -309,13 +360,8 @@ class Sweep {
         m_pixels.parts.weights.reserve(BorderPixels());
         m_pixels.parts.spans.reserve(BorderPixels());
         m_pixels.spans.reserve(BorderPixels() / 2);
-        for (int row = 0; row < m_box.height;) {
-            if (const int rows = PlainRows(row); rows > 0) {
-                AddBlock(row, rows);
-                row += rows;
-            } else {
-                AddMixed(row++);
-            }
+        for (int top = 0; top < m_box.height; top += kBlock) {
+            AddBlock(top, std::min(kBlock, m_box.height - top));
         }
         return std::move(m_pixels);
     }
@@ -333,46 +379,75 @@ class Sweep {
         return static_cast<std::size_t>(std::min(count, kMany));
     }
 
-    // Ends the chains that end at a row and begins those that begin there. How many rows of a block follow before
-    // others do.
-    int PlainRows(int row) {
-        std::erase_if(m_chains, [row](const Chain& chain) { return chain.bottom <= row; });
-        for (; !m_waiting.empty() && m_waiting.back().curve->top <= row; m_waiting.pop_back()) {
-            if (m_waiting.back().bottom > row) {
+    // Adds as many rows as are followed together, or what is left of them.
+    void AddBlock(int top, int rows) {
+        m_sides.top = top;
+        FollowChains(rows);
+        for (int row = 0; row < rows;) {
+            const int end = OrderEnd(row, ChangeRow(row, rows));
+            if (row < end) {
+                AddOrdered(row, end);
+                row = end;
+            } else {
+                AddMixed(row++);
+            }
+        }
+    }
+
+    // Follows all chains through the whole rows of a block that they go through.
+    void FollowChains(int rows) {
+        const int top = m_sides.top;
+        const auto behind = std::find_if(m_waiting.rbegin(), m_waiting.rend(),
+                                         [=](const Chain& chain) { return chain.curve->top >= top + rows; });
+        const auto forEach = [&](auto use) {
+            const auto useWhole = [&](Chain& chain) {
+                const auto row = static_cast<int>(Between(std::ceil(chain.curve->top - top), 0.0, rows));
+                const auto end = static_cast<int>(Between(std::floor(chain.bottom - top), 0.0, rows));
+                if (row < end) {
+                    use(chain, row, end);
+                }
+            };
+            std::for_each(m_chains.begin(), m_chains.end(), useWhole);
+            std::for_each(m_waiting.rbegin(), behind, useWhole);
+        };
+        std::size_t count = 0;
+        forEach([&count](Chain& /*chain*/, int /*row*/, int /*end*/) { ++count; });
+        if (m_tracks.size() < count) {
+            m_tracks.clear();  // They are found anew for each block.
+            m_tracks.resize(std::min(2 * count, m_chains.size() + m_waiting.size()));
+        }
+        auto track = m_tracks.begin();
+        forEach([this, top, &track](Chain& chain, int row, int end) {
+            const Curve* curve = chain.curve;
+            while (curve->bottom <= top + row) {
+                curve = curve->next;
+            }
+            chain.track = &*track++;
+            chain.track->Follow(*curve, top, row, end, m_box.width);
+        });
+    }
+
+    // Ends the chains that end at a row of the block and begins those that begin there. The row in which the next ones
+    // do, or `rows`.
+    int ChangeRow(int row, int rows) {
+        const int inBox = m_sides.top + row;
+        std::erase_if(m_chains, [inBox](const Chain& chain) { return chain.bottom <= inBox; });
+        for (; !m_waiting.empty() && m_waiting.back().curve->top <= inBox; m_waiting.pop_back()) {
+            if (m_waiting.back().bottom > inBox) {
                 m_chains.push_back(m_waiting.back());
             }
         }
-        double end = std::min(m_box.height, row + kBlock);
+        double end = m_sides.top + rows;
         if (!m_waiting.empty()) {
             end = std::min(end, m_waiting.back().curve->top);
         }
         for (Chain& chain : m_chains) {
             end = std::min(end, chain.bottom);
-            while (chain.curve->bottom <= row) {
+            while (chain.curve->bottom <= inBox) {
                 chain.curve = chain.curve->next;
             }
         }
-        return static_cast<int>(std::floor(end)) - row;
-    }
-
-    // Adds rows through which the same chains run.
-    void AddBlock(int top, int rows) {
-        m_sides.top = top;
-        m_tracks.resize(std::max(m_tracks.size(), m_chains.size()));
-        auto track = m_tracks.begin();
-        for (Chain& chain : m_chains) {
-            track->Follow(*chain.curve, top, rows, m_box.width);
-            chain.track = &*track++;
-        }
-        for (int row = 0; row < rows;) {
-            Sort(row);
-            if (const int end = OrderEnd(row, rows); end > row) {
-                AddOrdered(row, end);
-                row = end;
-            } else {
-                AddMixed(top + row++);
-            }
-        }
+        return static_cast<int>(std::floor(end)) - m_sides.top;
     }
 
     // They stay nearly in order from block to block.
@@ -388,29 +463,37 @@ class Sweep {
         }
     }
 
-    // The first row from `row` on in which some do not lie side by side in the order of that row.
-    int OrderEnd(int row, int rows) const noexcept {
-        for (std::size_t i = 1; i < m_chains.size(); ++i) {
-            const Track& before = *m_chains[i - 1].track;
-            const Track& behind = *m_chains[i].track;
-            const int* const last = before.last.data();
-            const int* const first = behind.first.data();
-            int meets = 0;
-            for (int k = row; k < rows; ++k) {
-                meets |= static_cast<int>(last[k] >= first[k]);
-            }
-            for (int k = row; meets != 0 && k < rows; ++k) {
-                const auto at = static_cast<std::size_t>(k);
-                rows = before.right[at] > behind.left[at] + kRounding && !AreBeside(before, behind, k) ? k : rows;
-            }
+    // The first of the rows [row, rows), through which the same chains run, in which some do not lie side by side in
+    // the order of the first.
+    int OrderEnd(int row, int rows) noexcept {
+        if (row < rows) {
+            Sort(row);
+            OnWidestVectors<FindOrderEnd>(&m_chains, m_sides.top, row, &rows);
         }
         return rows;
     }
 
+    static void FindOrderEnd(const std::vector<Chain>* chains, int top, int row, int* rows) noexcept {
+        int end = *rows;
+        for (std::size_t i = 1; i < chains->size(); ++i) {
+            const Track& before = *(*chains)[i - 1].track;
+            const Track& behind = *(*chains)[i].track;
+            int meets = 0;
+            for (auto at = static_cast<std::size_t>(row); at < static_cast<std::size_t>(end); ++at) {
+                meets |= static_cast<int>(before.last[at] >= behind.first[at]);
+            }
+            for (int k = row; meets != 0 && k < end; ++k) {
+                const auto at = static_cast<std::size_t>(k);
+                end = before.right[at] > behind.left[at] + kRounding && !AreBeside(before, behind, top + k + 1, at)
+                          ? k
+                          : end;
+            }
+        }
+        *rows = end;
+    }
+
     // Whether both are lines that do not cross in a row.
-    bool AreBeside(const Track& before, const Track& behind, int row) const noexcept {
-        const auto at = static_cast<std::size_t>(row);
-        const double bottom = m_sides.top + row + 1;
+    static bool AreBeside(const Track& before, const Track& behind, double bottom, std::size_t at) noexcept {
         const auto isLine = [bottom](const Curve& curve) { return !curve.isArc && curve.bottom >= bottom; };
         return before.xs[at] <= behind.xs[at] && before.xs[at + 1] <= behind.xs[at + 1] && isLine(*before.curves[at]) &&
                isLine(*behind.curves[at]);
@@ -446,22 +529,44 @@ class Sweep {
 
     // Adds rows in which some sides are not plain or share pixels.
     void AddSides(int row, int end) {
-        const std::vector<Track*>& sides = m_sides.tracks;
         for (; row < end; ++row) {
-            const auto at = static_cast<std::size_t>(row);
             m_row.Begin(m_sides.top + row);
-            int before = -1;
-            for (std::size_t i = 0; i < sides.size(); ++i) {
-                const Track& side = *sides[i];
-                const int behind = i + 1 < sides.size() ? sides[i + 1]->first[at] : m_box.width;
-                if (side.IsPlain(at) && before < side.first[at] && side.last[at] < std::min(behind, m_box.width)) {
-                    m_row.AddPlain(side, m_sides.top, row, i % 2 == 0);
-                } else {
-                    AddSide(side, row, i % 2 == 0 ? 1.0 : -1.0);
-                }
-                before = std::max(side.last[at], 0);  // What lies to the left of the row is in its first column.
+            bool isLeft = true;
+            for (std::span<Track* const> sides = m_sides.tracks; !sides.empty();) {
+                const auto group = sides.first(GroupSize(sides, static_cast<std::size_t>(row)));
+                AddGroup(group, isLeft, row);
+                isLeft = isLeft == (group.size() % 2 == 0);
+                sides = sides.subspan(group.size());
             }
             m_row.End();
+        }
+    }
+
+    // How many sides share pixels with the ones before them, from the first on.
+    static std::size_t GroupSize(std::span<Track* const> sides, std::size_t at) noexcept {
+        std::size_t size = 0;
+        int last = 0;  // What lies to the left of the row is in its first column.
+        do {
+            last = std::max(sides[size++]->last[at], last);
+        } while (size < sides.size() && sides[size]->first[at] <= last);
+        return size;
+    }
+
+    // Adds sides that share pixels in a row, from a left or a right one on.
+    void AddGroup(std::span<Track* const> sides, bool isLeft, int row) {
+        const auto at = static_cast<std::size_t>(row);
+        const auto isKnown = [&](const Track* side) {
+            return side->first[at] >= 0 && side->last[at] < m_box.width &&
+                   (sides.size() == 1 ? side->IsPlain(at) : side->HasShares(at));
+        };
+        if (std::all_of(sides.begin(), sides.end(), isKnown)) {
+            sides.size() == 1 ? m_row.AddPlain(*sides[0], m_sides.top, row, isLeft)
+                              : m_row.AddShares(sides, isLeft, at);
+            return;
+        }
+        for (const Track* const side : sides) {
+            AddSide(*side, row, isLeft ? 1.0 : -1.0);
+            isLeft = !isLeft;
         }
     }
 
@@ -473,22 +578,27 @@ class Sweep {
 
     // Adds a row in which chains begin, end or cross.
     void AddMixed(int row) {
-        m_strands.clear();
-        const auto add = [&](const Chain& chain) { AppendStrands(chain.curve, row); };
+        m_pieces.clear();
+        const auto add = [&](const Chain& chain) { AppendPieces(chain, row); };
         std::for_each(m_chains.begin(), m_chains.end(), add);
-        for (auto chain = m_waiting.rbegin(); chain != m_waiting.rend() && chain->curve->top < row + 1; ++chain) {
+        const int inBox = m_sides.top + row;
+        for (auto chain = m_waiting.rbegin(); chain != m_waiting.rend() && chain->curve->top < inBox + 1; ++chain) {
             add(*chain);
         }
-        m_row.Begin(row);
-        m_bands.Add(row, m_strands);
+        m_row.Begin(inBox);
+        m_bands.Add(m_sides.top, row, m_pieces);
         m_row.End();
     }
 
-    // Those of a chain that run through a row or a part of it, from one on.
-    void AppendStrands(const Curve* curve, int row) {
-        for (; curve != nullptr && curve->top < row + 1; curve = curve->next) {
-            if (curve->bottom > row) {
-                m_strands.push_back(WithinRow(*curve, row));
+    // What a chain has of a row, from its edge that has not ended on.
+    void AppendPieces(const Chain& chain, int row) {
+        const int inBox = m_sides.top + row;
+        for (const Curve* curve = chain.curve; curve != nullptr && curve->top < inBox + 1; curve = curve->next) {
+            if (curve->GoesThrough(inBox)) {
+                const auto at = static_cast<std::size_t>(row);
+                m_pieces.push_back({{curve, chain.track->xs[at], chain.track->xs[at + 1]}, chain.track});
+            } else if (curve->bottom > inBox) {
+                m_pieces.push_back({WithinRow(*curve, inBox), nullptr});
             }
         }
     }
@@ -503,7 +613,7 @@ class Sweep {
     PixelSet m_pixels;
     Row m_row;
     Bands m_bands;
-    std::vector<Strand> m_strands;
+    std::vector<Piece> m_pieces;
 };
 
 // The pixels whose squares an outline may reach.

@@ -53,6 +53,8 @@ struct Curve {
           curvature(std::abs(inverse.x * inverse.y)),
           edge(&ofImage) {}
 
+    /// Whether it has all of a row of pixels.
+    bool GoesThrough(int row) const noexcept { return top <= row && bottom >= row + 1; }
     bool RunsRight() const noexcept { return xTop <= xBottom; }
 
     double X(double y) const noexcept { return isArc ? ArcX(y) : LineX(y); }

@@ -1,7 +1,9 @@
 #include "host/measure/Tracks.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
+#include <cstring>
 #include <numeric>
 
 #include "host/base/WidestVectors.h"
@@ -21,13 +23,24 @@ class Columns {
     double m_end;
 };
 
-void FindXs(const Curve& curve, double y, int count, Columns columns, double* xs) noexcept {
+// How many rows a loop runs through: beyond those that are asked for it writes what is not looked at, or written anew.
+constexpr std::size_t WholeVectors(std::size_t rows) noexcept { return (rows + kLanes - 1) / kLanes * kLanes; }
+
+// 0, 1, 2 ...
+constexpr auto kNumbers = [] {
+    Track::Rows<double> numbers{};
+    std::iota(numbers.begin(), numbers.end(), 0.0);
+    return numbers;
+}();
+
+void FindXs(const Curve& curve, double y, std::size_t count, Columns columns, double* xs) noexcept {
+    const std::size_t whole = WholeVectors(count);
     Curve local = curve;
     local.left = columns.Within(curve.left);
     local.right = columns.Within(curve.right);
     const auto find = [&](auto x) {
-        for (int i = 0; i < count; ++i) {
-            xs[i] = x(y + i);
+        for (std::size_t i = 0; i < whole; ++i) {
+            xs[i] = x(y + kNumbers[i]);
         }
     };
     if (curve.isArc) {
@@ -37,45 +50,34 @@ void FindXs(const Curve& curve, double y, int count, Columns columns, double* xs
     }
 }
 
-void FindXs(const Curve& begin, int top, int rows, Columns columns, Track& track) noexcept {
-    const Curve* curve = &begin;
-    for (int row = 0; row <= rows; curve = curve->next) {
+void FindXs(const Curve& begin, int top, int row, int end, Columns columns, Track& track) noexcept {
+    for (const Curve* curve = &begin; row <= end; curve = curve->next) {
         // It is at the top of the rows before this one.
-        const int end = static_cast<int>(std::min(std::ceil(curve->bottom - top), rows + 1.0));
-        FindXs(*curve, top + row, end - row, columns, &track.xs[static_cast<std::size_t>(row)]);
-        std::fill(track.curves.begin() + row, track.curves.begin() + std::max(row, std::min(end, rows)), curve);
-        row = std::max(row, end);
-        if (curve->next == nullptr && row <= rows) {  // The chain ends with the last row.
-            track.xs[static_cast<std::size_t>(rows)] = columns.Within(curve->xBottom);
+        const int behind = static_cast<int>(std::min(std::ceil(curve->bottom - top), end + 1.0));
+        if (row < behind) {
+            FindXs(*curve, top + row, static_cast<std::size_t>(behind - row), columns,
+                   &track.xs[static_cast<std::size_t>(row)]);
+            std::fill(track.curves.begin() + row, track.curves.begin() + std::min(behind, end), curve);
+            row = behind;
+        }
+        if (curve->next == nullptr && row <= end) {  // The chain ends with the last row.
+            track.xs[static_cast<std::size_t>(end)] = columns.Within(curve->xBottom);
             return;
         }
     }
 }
 
-// The whole number that is not above one that is not negative; in a loop it takes no branch.
-double Floor(double value) noexcept {
-    // Of numbers beside it only whole ones are kept.
-    constexpr double kLarge = 6755399441055744.0;
-    const double whole = (value + kLarge) - kLarge;
-    return whole - (whole > value ? 1.0 : 0.0);
-}
-
-// 0, 1, 2 ...
-constexpr auto kNumbers = [] {
-    Track::Rows<double> numbers{};
-    std::iota(numbers.begin(), numbers.end(), 0.0);
-    return numbers;
-}();
-
 // Finds how it goes through rows; `share` what lies to its right in one, given its ends and the first border between
 // columns behind the left one.
 template <class Sharing>
 void FindRows(std::size_t row, std::size_t end, Track& track, Sharing share) noexcept {
-    for (std::size_t i = row; i < end; ++i) {
+    const std::size_t whole = WholeVectors(end - row);
+    for (std::size_t k = 0; k < whole; ++k) {
+        const std::size_t i = row + k;
         const double left = std::min(track.xs[i], track.xs[i + 1]);
         const double right = std::max(track.xs[i], track.xs[i + 1]);
-        const double behindFirst = Floor(left + 1.0);
-        const double behindLast = Floor(right + 1.0);
+        const double behindFirst = static_cast<int>(left + 1.0);
+        const double behindLast = static_cast<int>(right + 1.0);
         track.left[i] = left;
         track.right[i] = right;
         track.margin[i] = std::min(behindFirst - left, right + 1.0 - behindLast);
@@ -83,8 +85,10 @@ void FindRows(std::size_t row, std::size_t end, Track& track, Sharing share) noe
     }
 }
 
-void FindColumns(int rows, Track& track) noexcept {
-    for (std::size_t i = 0; i < static_cast<std::size_t>(rows); ++i) {
+void FindColumns(std::size_t row, std::size_t end, Track& track) noexcept {
+    const std::size_t whole = WholeVectors(end - row);
+    for (std::size_t k = 0; k < whole; ++k) {
+        const std::size_t i = row + k;
         track.first[i] = static_cast<int>(track.left[i] + 1.0) - 1;
         track.last[i] = static_cast<int>(track.right[i] + 1.0) - 1;
     }
@@ -147,7 +151,8 @@ class ArcDepths {
     double m_square;
 };
 
-// Of an arc it is what its chord cuts off, less its bulge.
+// Of an arc it is what its chord cuts off, less its bulge. It goes through so many columns at most; more than kFew
+// stand for any number, of which the first few are found.
 template <int kColumns>
 void FindArcRows(const Curve& curve, int top, std::size_t row, std::size_t end, Track& track) noexcept {
     const ArcDepths arc(curve);
@@ -158,8 +163,8 @@ void FindArcRows(const Curve& curve, int top, std::size_t row, std::size_t end, 
         double behind = 0.0;
         double u = arc.U(left);
         double v = arc.V(0.0, base);
-        for (std::size_t k = 0; k < kColumns; ++k) {
-            const bool isLast = kColumns < kFew && k + 1 == kColumns;
+        for (std::size_t k = 0; k < std::min(kColumns, kFew); ++k) {
+            const bool isLast = k + 1 == kColumns;
             const double toX = isLast ? right : std::min(border, right);
             const double toU = arc.U(toX);
             const double toV = isLast ? arc.V(1.0, base) : ArcDepths::V(toU);
@@ -184,16 +189,19 @@ void FindRows(const Curve& curve, int top, std::size_t row, std::size_t end, Tra
     };
     const double widest = std::max(width(row), width(end - 1));
     const bool isNarrow = widest <= 1.0;
+    const bool isWide = widest > kFew - 1.0;
     track.isNarrow &= isNarrow;
-    track.isWide |= widest > kFew - 1.0;
+    track.isWide |= isWide;
     if (!curve.isArc) {
         isNarrow ? FindLineRows<2>(curve, row, end, track) : FindLineRows<kFew>(curve, row, end, track);
     } else if (isNarrow) {
         FindArcRows<2>(curve, top, row, end, track);
     } else if (widest <= 2.0) {
         FindArcRows<3>(curve, top, row, end, track);
-    } else {
+    } else if (!isWide) {
         FindArcRows<kFew>(curve, top, row, end, track);
+    } else {
+        FindArcRows<kFew + 1>(curve, top, row, end, track);
     }
 }
 
@@ -209,27 +217,28 @@ void FindReach(int top, std::size_t row, Columns columns, Track& track) noexcept
     track.left[row] = left;
     track.right[row] = right;
     track.margin[row] = 0.0;
-    track.unknown.set(row);
+    track.unknown |= std::uint64_t{1} << row;
 }
 
-void FollowChain(Track* track, const Curve* begin, int top, int rows, int width) noexcept {
+void FollowChain(Track* track, const Curve* begin, int top, int row, int end, int width) noexcept {
     const Columns columns(width);
-    FindXs(*begin, top, rows, columns, *track);
-    track->unknown.reset();
+    FindXs(*begin, top, row, end, columns, *track);
+    track->unknown = 0;
     track->isNarrow = true;
     track->isWide = false;
-    for (int row = 0; row < rows;) {
-        const Curve& curve = *track->curves[static_cast<std::size_t>(row)];
+    const auto behind = static_cast<std::size_t>(end);
+    for (auto at = static_cast<std::size_t>(row); at < behind;) {
+        const Curve& curve = *track->curves[at];
         // It runs through the rows before this one.
-        const int end = static_cast<int>(std::min(std::floor(curve.bottom - top), 1.0 * rows));
-        if (row < end && (!curve.isArc || curve.IsShort())) {
-            FindRows(curve, top, static_cast<std::size_t>(row), static_cast<std::size_t>(end), *track);
-            row = end;
+        const auto next = static_cast<std::size_t>(std::min(std::floor(curve.bottom - top), 1.0 * end));
+        if (at < next && (!curve.isArc || curve.IsShort())) {
+            FindRows(curve, top, at, next, *track);
+            at = next;
         } else {
-            FindReach(top, static_cast<std::size_t>(row++), columns, *track);
+            FindReach(top, at++, columns, *track);
         }
     }
-    FindColumns(rows, *track);
+    FindColumns(static_cast<std::size_t>(row), behind, *track);
 }
 
 // ---------------------------------------------------------------------------------------------------
@@ -274,18 +283,27 @@ void WriteArc(const Track* side, std::size_t at, int row, Share share, double* w
     weights[columns] = Of(share, 1.0 - left - arc.Bulge(arc.U(track.last[at]), v, arc.U(right), arc.V(1.0, base)));
 }
 
-// Writes the weights of a side's pixels in a row of a block, which is row `row` of the box. There is room for kFew,
-// whatever it needs.
+// Writes the weights of two pixels side by side.
+template <Share kShare>
+void WriteTwo(double left, double right, double* weights) noexcept {
+    using Two [[gnu::vector_size(2 * sizeof(double))]] = double;
+    Two two{left, right};
+    if (kShare == Share::rest) {
+        two = 1.0 - two;
+    }
+    std::memcpy(weights, &two, sizeof two);
+}
+
+// Writes the weights of a side's pixels in so many columns of a row of a block, which is row `row` of the box. There is
+// room for kFew, whatever it needs.
 template <Share kShare, bool kMayBeWide>
-void WriteWeights(const Track& track, std::size_t at, int row, double* weights) noexcept {
-    weights[0] = Of(kShare, track.shares[0][at]);
-    weights[1] = Of(kShare, track.shares[1][at]);
+void WriteWeights(const Track& track, std::size_t at, int row, int columns, double* weights) noexcept {
+    WriteTwo<kShare>(track.shares[0][at], track.shares[1][at], weights);
     if (track.isNarrow) {
         return;
     }
-    weights[2] = Of(kShare, track.shares[2][at]);
-    weights[3] = Of(kShare, track.shares[3][at]);
-    if (kMayBeWide && track.last[at] - track.first[at] >= kFew) {
+    WriteTwo<kShare>(track.shares[2][at], track.shares[3][at], weights + 2);
+    if (kMayBeWide && columns > kFew) {
         track.curves[at]->isArc ? OnWidestVectors<WriteArc>(&track, at, row, kShare, weights)
                                 : WriteLine(track, at, kShare, weights);
     }
@@ -294,7 +312,9 @@ void WriteWeights(const Track& track, std::size_t at, int row, double* weights) 
 // Keeps of the plain rows those in which a side is plain, behind what the one before it goes through.
 void KeepPlain(const Track* side, const Track::Rows<int>* before, int row, int end, int width,
                Track::Rows<int>* isPlain) noexcept {
-    for (auto i = static_cast<std::size_t>(row); i < static_cast<std::size_t>(end); ++i) {
+    const std::size_t whole = WholeVectors(static_cast<std::size_t>(end - row));
+    for (std::size_t k = 0; k < whole; ++k) {
+        const std::size_t i = static_cast<std::size_t>(row) + k;
         (*isPlain)[i] &= static_cast<int>(side->margin[i] > kBeside) & static_cast<int>(side->first[i] > (*before)[i]) &
                          static_cast<int>(side->last[i] < width);
     }
@@ -302,12 +322,22 @@ void KeepPlain(const Track* side, const Track::Rows<int>* before, int row, int e
 
 }  // namespace
 
-void Track::Follow(const Curve& begin, int top, int rows, int width) noexcept {
-    OnWidestVectors<FollowChain>(this, &begin, top, rows, width);
+void Track::Follow(const Curve& begin, int top, int row, int end, int width) noexcept {
+    OnWidestVectors<FollowChain>(this, &begin, top, row, end, width);
+}
+
+void Track::FindShares(int top, int row, int end, int width) noexcept {
+    for (std::uint64_t rest = unknown >> row; rest != 0; rest &= rest - 1) {
+        const int next = row + std::countr_zero(rest);
+        if (next >= end) {
+            return;
+        }
+        FindShares(top, static_cast<std::size_t>(next), width);
+    }
 }
 
 void Track::FindShares(int top, std::size_t row, int width) noexcept {
-    unknown.reset(row);
+    unknown &= ~(std::uint64_t{1} << row);
     const int begin = first[row];
     const int count = last[row] + 1 - begin;
     if (begin < 0 || begin + count > width || count > kFew) {
@@ -336,13 +366,14 @@ void Track::FindShares(int top, std::size_t row, int width) noexcept {
 void Track::AddParts(int top, int row, const PixelRect& box, bool isLeft, PartPixels& parts) const {
     const auto at = static_cast<std::size_t>(row);
     const std::size_t begin = parts.weights.size();
-    const std::size_t columns = static_cast<std::size_t>(last[at] - first[at]) + 1;
+    const int columns = last[at] - first[at] + 1;
     parts.spans.push_back({box.top + top + row, box.left + first[at], box.left + last[at], static_cast<int>(begin)});
-    parts.weights.resize(begin + columns + kFew);
+    const std::size_t end = begin + static_cast<std::size_t>(columns);
+    parts.weights.resize(end + kFew);
     double* const weights = parts.weights.data() + begin;
-    isLeft ? WriteWeights<Share::right, true>(*this, at, top + row, weights)
-           : WriteWeights<Share::rest, true>(*this, at, top + row, weights);
-    parts.weights.resize(begin + columns);
+    isLeft ? WriteWeights<Share::right, true>(*this, at, top + row, columns, weights)
+           : WriteWeights<Share::rest, true>(*this, at, top + row, columns, weights);
+    parts.weights.resize(end);
 }
 
 void Sides::FindPlain(int row, int end, int width, Track::Rows<int>& isPlain) noexcept {
@@ -354,11 +385,7 @@ void Sides::FindPlain(int row, int end, int width, Track::Rows<int>& isPlain) no
     const Track::Rows<int>* before = &kNone;
     std::fill(isPlain.begin() + row, isPlain.begin() + end, 1);
     for (Track* const side : tracks) {
-        for (auto i = static_cast<std::size_t>(row); side->unknown.any() && i < static_cast<std::size_t>(end); ++i) {
-            if (side->unknown[i]) {
-                side->FindShares(top, i, width);
-            }
-        }
+        side->FindShares(top, row, end, width);
         OnWidestVectors<KeepPlain>(side, before, row, end, width, &isPlain);
         before = &side->last;
     }
@@ -405,12 +432,19 @@ int Sides::WriteParts(int row, int end, const PixelRect& box, int count, PartSpa
     const int blockTop = top;
     ForEachPair(row, end, [=, &spans, &count](std::size_t at, const Track& left, const Track& right) {
         const int inBox = blockTop + static_cast<int>(at);
-        *spans++ = {boxTop + inBox, boxLeft + left.first[at], boxLeft + left.last[at], count};
-        WriteWeights<Share::right, kMayBeWide>(left, at, inBox, weights + count);
-        count += left.last[at] - left.first[at] + 1;
-        *spans++ = {boxTop + inBox, boxLeft + right.first[at], boxLeft + right.last[at], count};
-        WriteWeights<Share::rest, kMayBeWide>(right, at, inBox, weights + count);
-        count += right.last[at] - right.first[at] + 1;
+        // What the sides have is asked for once: the compiler must suppose that writing spans changes it.
+        const int leftFirst = left.first[at];
+        const int leftLast = left.last[at];
+        *spans++ = {boxTop + inBox, boxLeft + leftFirst, boxLeft + leftLast, count};
+        const int leftColumns = leftLast - leftFirst + 1;
+        WriteWeights<Share::right, kMayBeWide>(left, at, inBox, leftColumns, weights + count);
+        count += leftColumns;
+        const int rightFirst = right.first[at];
+        const int rightLast = right.last[at];
+        *spans++ = {boxTop + inBox, boxLeft + rightFirst, boxLeft + rightLast, count};
+        const int rightColumns = rightLast - rightFirst + 1;
+        WriteWeights<Share::rest, kMayBeWide>(right, at, inBox, rightColumns, weights + count);
+        count += rightColumns;
     });
     return count;
 }

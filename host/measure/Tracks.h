@@ -3,8 +3,8 @@
 #pragma once
 
 #include <array>
-#include <bitset>
 #include <cstddef>
+#include <cstdint>
 #include <vector>
 
 #include "host/base/Plane.h"
@@ -14,7 +14,10 @@
 namespace host {
 
 /// As many rows are looked at together.
-inline constexpr int kBlock = 64;
+inline constexpr int kBlock = 64;  // as many as `unknown` has bits
+
+/// Loops over rows may run on to a multiple of it, so that no vector is filled in part.
+inline constexpr int kLanes = 8;
 
 /// Of sides that go through so many columns of a row all is known beforehand.
 inline constexpr int kFew = 4;
@@ -25,13 +28,13 @@ inline constexpr double kNothing = 1e-12;
 /// By less a chain may lie beside a column's border: what it has of the column may be rounding then.
 inline constexpr double kBeside = 1e-4;
 
-/// A chain's way through the rows of a block, in a box of pixels as Curve has it.
+/// A chain's way through rows of a block, in a box of pixels as Curve has it.
 struct Track {
     template <class T>
-    using Rows = std::array<T, kBlock>;
+    using Rows = std::array<T, kBlock + kLanes>;
 
     /// At the top of each row and at the bottom of the last; what lies beyond the box is as far as a column beyond.
-    std::array<double, kBlock + 1> xs;
+    Rows<double> xs;
     Rows<double> left;  ///< how far it goes in each row
     Rows<double> right;
     Rows<const Curve*> curves;  ///< its edge at the top of each row
@@ -42,18 +45,27 @@ struct Track {
     Rows<double> margin;
     /// What lies to its right of each of the first columns: of two, or of kFew where it goes through more somewhere.
     std::array<Rows<double>, kFew> shares;
-    std::bitset<kBlock> unknown;  ///< the rows of which FindShares is to be asked for the shares and the margin
-    bool isNarrow;                ///< whether it goes through two columns at most
-    bool isWide;                  ///< whether it goes through more than kFew in some row
+    std::uint64_t unknown;  ///< a bit for each row of which FindShares has not found the shares and the margin
+    bool isNarrow;          ///< whether it goes through two columns at most
+    bool isWide;            ///< whether it goes through more than kFew in some row
 
-    /// Follows a chain through rows of a box that is `width` columns wide, through all of which it runs. `begin` is its
-    /// edge at the top of the first of them, row `top` of the box.
-    void Follow(const Curve& begin, int top, int rows, int width) noexcept;
-    /// Finds the shares of a row of a block that begins at row `top` of a box of that width, by all edges, of whatever
-    /// kind, that it follows there.
-    void FindShares(int top, std::size_t row, int width) noexcept;
+    /// Follows a chain through rows [row, end), through all of which it runs, of a block that begins at row `top` of a
+    /// box of that width. `begin` is its edge at the top of the first of them.
+    void Follow(const Curve& begin, int top, int row, int end, int width) noexcept;
+    /// Finds the shares of the rows [row, end) of which they are unknown, by all edges, of whatever kind, that it
+    /// follows there.
+    void FindShares(int top, int row, int end, int width) noexcept;
     /// Whether all columns of a row count in part, as its shares say or, in those behind the first few, its edge.
     bool IsPlain(std::size_t row) const noexcept { return margin[row] > kBeside; }
+    /// Whether it goes through so few columns of a row that its shares, once they are found, are those of all.
+    bool HasShares(std::size_t row) const noexcept { return last[row] - first[row] < kFew; }
+    /// What lies to its right of any column of a row that it has the shares of.
+    double ShareOf(int column, std::size_t row) const noexcept {
+        if (column < first[row]) {
+            return 0.0;
+        }
+        return column > last[row] ? 1.0 : shares[static_cast<std::size_t>(column - first[row])][row];
+    }
     /// Calls `use` for the edges that it follows in a row of a block that begins at row `top` of the box, each with its
     /// way and the places where that begins and ends.
     template <class Using>
@@ -73,6 +85,9 @@ struct Track {
     /// Adds the pixels of a row in which it is plain, a row of the block that begins at row `top` of the box. What is
     /// to the right of a left side counts, and the rest at a right one.
     void AddParts(int top, int row, const PixelRect& box, bool isLeft, PartPixels& parts) const;
+
+  private:
+    void FindShares(int top, std::size_t row, int width) noexcept;
 };
 
 /// The tracks between which a region lies, by turns its left and its right sides; `top` is the first row of the block.
