@@ -108,8 +108,10 @@ class Scan {
         for (int y = std::max(crossing.firstRow, m_top);; crossing.edge = Below(crossing.edge)) {
             const Edge& edge = At(crossing.edge);
             const int edgeEnd = std::min(RowAt(edge.bottom), end);
-            FindColumns(edge, y, edgeEnd - y, columns.data() + (y - m_top));
-            y = std::max(y, edgeEnd);
+            if (y < edgeEnd) {
+                FindColumns(edge, y, edgeEnd - y, columns.data() + (y - m_top));
+                y = edgeEnd;
+            }
             if (y == end) {
                 break;
             }
