@@ -2,9 +2,9 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdint>
 #include <span>
 #include <utility>
+#include <vector>
 
 #include "host/base/WidestVectors.h"
 #include "host/measure/Tracks.h"
@@ -146,10 +146,10 @@ class Bands {
   public:
     Bands(Row& row, const PixelRect& box) : m_row(row), m_width(box.width), m_boxTop(box.top) {}
 
-    // Adds what lies inside of a row of a block that begins at row `top` of the box, given all that runs through it,
-    // level edges too. Pieces apart from the others are looked at for themselves: between them no edge is crossed from
-    // the row's top to its bottom.
-    void Add(int top, int row, std::vector<Piece>& pieces) {
+    // Adds what lies inside of a row of a block that begins at row `blockTop` of the box, given all that runs through
+    // it, level edges too. Pieces apart from the others are looked at for themselves: between them no edge is crossed
+    // from the row's top to its bottom.
+    void Add(int blockTop, int row, std::vector<Piece>& pieces) {
         std::sort(pieces.begin(), pieces.end(),
                   [](const Piece& a, const Piece& b) { return a.strand.Left() < b.strand.Left(); });
         m_winding = 0;
@@ -161,10 +161,10 @@ class Bands {
                 right = std::max(right, piece->strand.Right());
             }
             const int behind = piece == pieces.end() ? m_width : ColumnOf(piece->strand.Left());
-            if (begin + 1 == piece && begin->strand.curve->GoesThrough(top + row)) {
-                AddWhole(*begin, top, row, column, behind);
+            if (begin + 1 == piece && begin->track != nullptr) {
+                AddWhole(*begin, blockTop, row, column, behind);
             } else {
-                AddGroup(begin, piece, top + row);
+                AddGroup(begin, piece, blockTop + row);
             }
             column = ColumnOf(right);
         }
@@ -176,7 +176,7 @@ class Bands {
     int ColumnOf(double x) const noexcept { return static_cast<int>(Between(x, 0.0, m_width)); }
 
     // Adds an edge that goes through the whole row, between two columns that others go through.
-    void AddWhole(const Piece& piece, int top, int row, int before, int behind) {
+    void AddWhole(const Piece& piece, int blockTop, int row, int before, int behind) {
         const Strand& strand = piece.strand;
         const int outside = std::exchange(m_winding, m_winding + strand.curve->winding);
         const bool isLeft = outside == 0;
@@ -184,25 +184,26 @@ class Bands {
             return;
         }
         const auto at = static_cast<std::size_t>(row);
-        const Track* const track = piece.track;
-        if (track != nullptr && track->IsPlain(at) && before < track->first[at] && track->last[at] < behind) {
-            m_row.AddPlain(*track, top, row, isLeft);
+        const Track& track = *piece.track;
+        if (track.IsPlain(at) && before < track.first[at] && track.last[at] < behind) {
+            m_row.AddPlain(track, blockTop, row, isLeft);
         } else {
-            m_row.Add(strand, isLeft ? 1.0 : -1.0, top + row, top + row + 1.0);
+            m_row.Add(strand, isLeft ? 1.0 : -1.0, blockTop + row, blockTop + row + 1.0);
         }
     }
 
-    void AddGroup(Pieces begin, Pieces end, int row) {
+    // Adds edges that meet in a row of the box, or of which one begins or ends there.
+    void AddGroup(Pieces begin, Pieces end, int inBox) {
         m_curves.clear();
         int winding = m_winding;
-        for (; begin != end; ++begin) {
-            const Curve* const curve = begin->strand.curve;
+        for (auto piece = begin; piece != end; ++piece) {
+            const Curve* const curve = piece->strand.curve;
             m_curves.push_back(curve);
-            winding += curve->top <= row ? curve->winding : 0;
+            winding += curve->top <= inBox ? curve->winding : 0;
         }
-        const double bottom = row + 1.0;
-        double from = row;
-        FindEnds(row);
+        const double bottom = inBox + 1.0;
+        double from = inBox;
+        FindEnds(inBox);
         for (const double to : m_ends) {
             if (from < to && to < bottom) {
                 AddBand(from, to);
@@ -213,8 +214,8 @@ class Bands {
         m_winding = winding;
     }
 
-    // Finds where in a row edges begin or end, or may meet.
-    void FindEnds(int row) {
+    // Finds where in a row of the box edges begin or end, or may meet.
+    void FindEnds(int inBox) {
         if (std::any_of(m_curves.begin(), m_curves.end(), [](const Curve* curve) { return curve->isArc; })) {
             std::vector<Edge> edges;
             for (const Curve* const curve : m_curves) {
@@ -226,10 +227,10 @@ class Bands {
         }
         m_ends.clear();
         for (const Curve* const curve : m_curves) {
-            if (curve->top > row) {
+            if (curve->top > inBox) {
                 m_ends.push_back(curve->top);
             }
-            if (curve->bottom < row + 1) {
+            if (curve->bottom < inBox + 1) {
                 m_ends.push_back(curve->bottom);
             }
         }
@@ -396,39 +397,43 @@ class Sweep {
 
     // Follows all chains through the whole rows of a block that they go through.
     void FollowChains(int rows) {
-        const int top = m_sides.top;
-        const auto behind = std::find_if(m_waiting.rbegin(), m_waiting.rend(),
-                                         [=](const Chain& chain) { return chain.curve->top >= top + rows; });
-        const auto forEach = [&](auto use) {
-            const auto useWhole = [&](Chain& chain) {
-                const auto row = static_cast<int>(Between(std::ceil(chain.curve->top - top), 0.0, rows));
-                const auto end = static_cast<int>(Between(std::floor(chain.bottom - top), 0.0, rows));
-                if (row < end) {
-                    use(chain, row, end);
-                }
-            };
-            std::for_each(m_chains.begin(), m_chains.end(), useWhole);
-            std::for_each(m_waiting.rbegin(), behind, useWhole);
+        m_whole.clear();
+        const auto add = [this, rows](Chain& chain) {
+            if (const auto [row, end] = WholeRows(chain, rows); row < end) {
+                m_whole.push_back(&chain);
+            }
         };
-        std::size_t count = 0;
-        forEach([&count](Chain& /*chain*/, int /*row*/, int /*end*/) { ++count; });
-        if (m_tracks.size() < count) {
-            m_tracks.clear();  // They are found anew for each block.
-            m_tracks.resize(std::min(2 * count, m_chains.size() + m_waiting.size()));
+        std::for_each(m_chains.begin(), m_chains.end(), add);
+        const double behind = m_sides.top + rows;
+        for (auto chain = m_waiting.rbegin(); chain != m_waiting.rend() && chain->curve->top < behind; ++chain) {
+            add(*chain);
         }
-        auto track = m_tracks.begin();
-        forEach([this, top, &track](Chain& chain, int row, int end) {
+        if (m_tracks.size() < m_whole.size()) {
+            m_tracks = {};  // None is kept from block to block, so nothing need be copied.
+            m_tracks.resize(m_whole.size() + m_whole.size() / 2);
+        }
+        for (std::size_t i = 0; i < m_whole.size(); ++i) {
+            Chain& chain = *m_whole[i];
+            const auto [row, end] = WholeRows(chain, rows);
             const Curve* curve = chain.curve;
-            while (curve->bottom <= top + row) {
+            while (curve->bottom <= m_sides.top + row) {
                 curve = curve->next;
             }
-            chain.track = &*track++;
-            chain.track->Follow(*curve, top, row, end, m_box.width);
-        });
+            chain.track = &m_tracks[i];
+            chain.track->Follow(*curve, m_sides.top, row, end, m_box.width);
+        }
     }
 
-    // Ends the chains that end at a row of the block and begins those that begin there. The row in which the next ones
-    // do, or `rows`.
+    // The rows of a block of that many that a chain goes through from top to bottom: the first and the one behind the
+    // last.
+    std::pair<int, int> WholeRows(const Chain& chain, int rows) const noexcept {
+        const int top = m_sides.top;
+        return {static_cast<int>(Between(std::ceil(chain.curve->top - top), 0.0, rows)),
+                static_cast<int>(Between(std::floor(chain.bottom - top), 0.0, rows))};
+    }
+
+    // Ends the chains that end at a row of the block, begins those that begin there and moves all on to their edges at
+    // it. The row in which the next ones end or begin, or `rows`.
     int ChangeRow(int row, int rows) {
         const int inBox = m_sides.top + row;
         std::erase_if(m_chains, [inBox](const Chain& chain) { return chain.bottom <= inBox; });
@@ -450,7 +455,7 @@ class Sweep {
         return static_cast<int>(std::floor(end)) - m_sides.top;
     }
 
-    // They stay nearly in order from block to block.
+    // They stay nearly in order from row to row.
     void Sort(int row) noexcept {
         const auto at = static_cast<std::size_t>(row);
         const auto isBefore = [at](const Chain& a, const Chain& b) {
@@ -463,18 +468,18 @@ class Sweep {
         }
     }
 
-    // The first of the rows [row, rows), through which the same chains run, in which some do not lie side by side in
-    // the order of the first.
-    int OrderEnd(int row, int rows) noexcept {
-        if (row < rows) {
+    // Puts the chains in the order of a row. The first of the rows [row, end), through which the same chains run, in
+    // which some do not lie side by side in that order; `end` where there is none.
+    int OrderEnd(int row, int end) noexcept {
+        if (row < end) {
             Sort(row);
-            OnWidestVectors<FindOrderEnd>(&m_chains, m_sides.top, row, &rows);
+            OnWidestVectors<FindOrderEnd>(&m_chains, m_sides.top, row, &end);
         }
-        return rows;
+        return end;
     }
 
-    static void FindOrderEnd(const std::vector<Chain>* chains, int top, int row, int* rows) noexcept {
-        int end = *rows;
+    static void FindOrderEnd(const std::vector<Chain>* chains, int top, int row, int* orderEnd) noexcept {
+        int end = *orderEnd;
         for (std::size_t i = 1; i < chains->size(); ++i) {
             const Track& before = *(*chains)[i - 1].track;
             const Track& behind = *(*chains)[i].track;
@@ -489,7 +494,7 @@ class Sweep {
                           : end;
             }
         }
-        *rows = end;
+        *orderEnd = end;
     }
 
     // Whether both are lines that do not cross in a row.
@@ -607,7 +612,8 @@ class Sweep {
     std::vector<Curve> m_curves;
     std::vector<Chain> m_waiting;  // the next one to begin last
     std::vector<Chain> m_chains;
-    std::vector<Track> m_tracks;
+    std::vector<Chain*> m_whole;  // those with whole rows in the block
+    std::vector<Track> m_tracks;  // Loops run on into rows that were never found: they must be initialised.
     Sides m_sides;
     Track::Rows<int> m_isPlain;
     PixelSet m_pixels;

@@ -347,7 +347,8 @@ void Track::FindShares(int top, std::size_t row, int width) noexcept {
     std::array<double, kFew + 1> steps{};
     ForEachStrand(top, static_cast<int>(row), [&](const Strand& strand, double above, double below) {
         ForEachColumn(strand, above, below, width, [&](int column, double height, double toLeft) {
-            double* const step = &steps[static_cast<std::size_t>(column - begin)];
+            // A place a rounding to the left of a border is in the column behind it already.
+            double* const step = &steps[static_cast<std::size_t>(std::max(column - begin, 0))];
             step[0] += height - toLeft;
             step[1] += toLeft;
         });

@@ -43,7 +43,7 @@ struct Track {
     /// How far it stays away from the borders where it would have nothing of its first column or all of its last; 0
     /// where its shares are not known.
     Rows<double> margin;
-    /// What lies to its right of each of the first columns: of two, or of kFew where it goes through more somewhere.
+    /// What lies to its right of each of the first columns, of two at least and of kFew at most.
     std::array<Rows<double>, kFew> shares;
     std::uint64_t unknown;  ///< a bit for each row of which FindShares has not found the shares and the margin
     bool isNarrow;          ///< whether it goes through two columns at most
@@ -57,8 +57,12 @@ struct Track {
     void FindShares(int top, int row, int end, int width) noexcept;
     /// Whether all columns of a row count in part, as its shares say or, in those behind the first few, its edge.
     bool IsPlain(std::size_t row) const noexcept { return margin[row] > kBeside; }
-    /// Whether it goes through so few columns of a row that its shares, once they are found, are those of all.
-    bool HasShares(std::size_t row) const noexcept { return last[row] - first[row] < kFew; }
+    /// Whether its shares, once they are found, are those of all columns that it goes through in a row. A row may have
+    /// a column more by rounding; then the margin is next to nothing.
+    bool HasShares(std::size_t row) const noexcept {
+        const int more = last[row] - first[row];
+        return more < 2 || (more < kFew && IsPlain(row));
+    }
     /// What lies to its right of any column of a row that it has the shares of.
     double ShareOf(int column, std::size_t row) const noexcept {
         if (column < first[row]) {

@@ -513,9 +513,9 @@ double InEllipse(double rx, double ry, double left, double top, double right, do
 }
 
 // How much of every pixel counts, by column and row.
-std::map<std::pair<int, int>, double> CoveredOf(const host::Contour& contour, const host::PixelRect& field) {
+std::map<std::pair<int, int>, double> CoveredOf(const host::Outline& outline, const host::PixelRect& field) {
     std::map<std::pair<int, int>, double> covered;
-    const host::PixelSet pixels = host::CoverageOf(host::EdgesOf({{contour}, {}, false}), field);
+    const host::PixelSet pixels = host::CoverageOf(host::EdgesOf(outline), field);
     for (const host::PartPixel part : pixels.parts) {
         covered[{part.x, part.y}] += part.weight;
     }
@@ -530,7 +530,7 @@ std::map<std::pair<int, int>, double> CoveredOf(const host::Contour& contour, co
 TEST(Coverage, EveryPixelOfAnEllipseCountsWithItsPart) {
     for (const auto& [x, y, rx, ry] : {std::array{66.3, 52.7, 61.5, 42.5}, std::array{144.0, 88.0, 69.52, 55.51},
                                        std::array{40.25, 30.5, 9.3, 5.1}, std::array{100.0, 90.5, 21.0, 80.0}}) {
-        auto found = CoveredOf({host::Arc{{x, y}, rx, ry, 0.0, 2.0 * M_PI}}, {20, 10, 180, 150});
+        auto found = CoveredOf({{{host::Arc{{x, y}, rx, ry, 0.0, 2.0 * M_PI}}}, {}, false}, {20, 10, 180, 150});
         for (int j = 10; j < 160; ++j) {
             for (int i = 20; i < 200; ++i) {
                 const double part = InEllipse(rx, ry, i - 0.5 - x, j - 0.5 - y, i + 0.5 - x, j + 0.5 - y);
@@ -575,8 +575,8 @@ TEST(Coverage, AFieldShowsOfAFigureWhatALargerOneHas) {
             }
         }
         const host::PixelRect field{trial % 13, trial % 17, 30 + trial % 19, 25 + trial % 11};
-        auto large = CoveredOf(contour, {-100, -100, 280, 260});
-        auto found = CoveredOf(contour, field);
+        auto large = CoveredOf({{contour}, {}, false}, {-100, -100, 280, 260});
+        auto found = CoveredOf({{contour}, {}, false}, field);
         for (int j = field.top; j < field.Bottom(); ++j) {
             for (int i = field.left; i < field.Right(); ++i) {
                 ASSERT_NEAR((found[{i, j}]), (large[{i, j}]), 1e-9) << trial << ": " << i << ' ' << j;
@@ -586,13 +586,43 @@ TEST(Coverage, AFieldShowsOfAFigureWhatALargerOneHas) {
     }
 }
 
+// Corners a few roundings beside the border of a column, which may seem to be in it or not, of a side that slants and
+// of one that goes on with another edge.
+TEST(Coverage, ASideAHairBesideABorderCountsAsOneOnIt) {
+    const auto outlineOf = [](bool hasJoint, double left, double hair) {
+        // From its corner on all columns are counted.
+        host::Contour first{host::ImagePoint{-0.5, -0.5}, host::ImagePoint{0.5, -0.5}, host::ImagePoint{-0.5, 7.5}};
+        host::Contour second{host::ImagePoint{left + hair, -0.5}, host::ImagePoint{left + 1.0, -0.5},
+                             host::ImagePoint{left + 9.0, 7.5}, host::ImagePoint{left + 8.0, 7.5}};
+        if (hasJoint) {
+            second = {host::ImagePoint{left + hair, -0.5}, host::ImagePoint{left + 9.0, -0.5},
+                      host::ImagePoint{left + 9.0, 7.5}, host::ImagePoint{left + hair, 7.5},
+                      host::ImagePoint{left + hair, 3.2}};
+        }
+        return host::Outline{{first, second}, {}, false};
+    };
+    const host::PixelRect field{0, 0, 30, 10};
+    for (const auto& [hasJoint, left] : {std::pair(false, 3.5), {false, 16.5}, {true, 3.5}, {true, 7.5}}) {
+        auto exact = CoveredOf(outlineOf(hasJoint, left, 0.0), field);
+        for (int i = -40; i <= 40; ++i) {
+            const double hair = std::copysign(std::ldexp(1.0, -54 + std::abs(i) / 4), i);
+            auto found = CoveredOf(outlineOf(hasJoint, left, hair), field);
+            for (int pixel = 0; pixel < 300; ++pixel) {
+                const std::pair place{pixel % 30, pixel / 30};
+                ASSERT_NEAR(found[place], exact[place], 1e-9)
+                    << left << ' ' << hair << ": " << place.first << ' ' << place.second;
+            }
+        }
+    }
+}
+
 // Legs of different lengths under a bar, out of which a notch is cut that begins and ends within a row.
 TEST(Coverage, SidesFarApartCountWithTheLevelEdgesBetweenThem) {
     const host::Contour table{host::ImagePoint{2.2, 1.7},  host::ImagePoint{30.4, 1.7}, host::ImagePoint{30.4, 9.1},
                               host::ImagePoint{24.6, 9.1}, host::ImagePoint{24.6, 4.3}, host::ImagePoint{20.0, 4.3},
                               host::ImagePoint{20.0, 4.0}, host::ImagePoint{12.5, 4.0}, host::ImagePoint{12.5, 4.3},
                               host::ImagePoint{8.1, 4.3},  host::ImagePoint{8.1, 7.9},  host::ImagePoint{2.2, 7.9}};
-    auto found = CoveredOf(table, {0, 0, 40, 12});
+    auto found = CoveredOf({{table}, {}, false}, {0, 0, 40, 12});
     for (int j = 0; j < 12; ++j) {
         for (int i = 0; i < 40; ++i) {
             const auto within = [i, j](double left, double top, double right, double bottom) {
