@@ -335,13 +335,23 @@ class Sweep {
   public:
     Sweep(const std::vector<Edge>& edges, const PixelRect& box)
         : m_box(box), m_row(box, m_pixels), m_bands(m_row, box) {
-        const std::vector<Link> links = LinksOf(edges);
+        std::vector<Link> links = LinksOf(edges);
         m_curves.reserve(edges.size());
         for (const Edge& edge : edges) {
             m_curves.emplace_back(edge, box.left, box.top);
         }
         for (std::size_t i = 0; i < edges.size(); ++i) {
-            m_curves[i].next = links[i].below < 0 ? nullptr : &m_curves[static_cast<std::size_t>(links[i].below)];
+            if (links[i].below < 0) {
+                continue;
+            }
+            const auto below = static_cast<std::size_t>(links[i].below);
+            // An edge may have lost its height by rounding. A chain has one place at the border of two rows, so it ends
+            // there.
+            if (m_curves[i].IsLevel() || m_curves[below].IsLevel()) {
+                links[below].begins = true;
+            } else {
+                m_curves[i].next = &m_curves[below];
+            }
         }
         for (std::size_t i = 0; i < edges.size(); ++i) {
             if (!links[i].begins) {
@@ -489,19 +499,21 @@ class Sweep {
             }
             for (int k = row; meets != 0 && k < end; ++k) {
                 const auto at = static_cast<std::size_t>(k);
-                end = before.right[at] > behind.left[at] + kRounding && !AreBeside(before, behind, top + k + 1, at)
-                          ? k
-                          : end;
+                end =
+                    before.right[at] > behind.left[at] + kRounding && !AreBeside(before, behind, top + k, at) ? k : end;
             }
         }
         *orderEnd = end;
     }
 
-    // Whether both are lines that do not cross in a row.
-    static bool AreBeside(const Track& before, const Track& behind, double bottom, std::size_t at) noexcept {
-        const auto isLine = [bottom](const Curve& curve) { return !curve.isArc && curve.bottom >= bottom; };
-        return before.xs[at] <= behind.xs[at] && before.xs[at + 1] <= behind.xs[at + 1] && isLine(*before.curves[at]) &&
-               isLine(*behind.curves[at]);
+    // Whether both are lines that do not cross in a row of the box, given all of their way: beside the box, too, which
+    // tracks do not have.
+    static bool AreBeside(const Track& before, const Track& behind, int inBox, std::size_t at) noexcept {
+        const Curve& a = *before.curves[at];
+        const Curve& b = *behind.curves[at];
+        const double bottom = inBox + 1.0;
+        return !a.isArc && !b.isArc && a.bottom >= bottom && b.bottom >= bottom && a.LineX(inBox) <= b.LineX(inBox) &&
+               a.LineX(bottom) <= b.LineX(bottom);
     }
 
     // Adds rows in which the chains lie side by side in their order.

@@ -53,6 +53,7 @@ struct Curve {
           curvature(std::abs(inverse.x * inverse.y)),
           edge(&ofImage) {}
 
+    bool IsLevel() const noexcept { return top == bottom; }
     /// Whether it runs through a row from its top to its bottom.
     bool GoesThrough(int row) const noexcept { return top <= row && bottom >= row + 1; }
     bool RunsRight() const noexcept { return xTop <= xBottom; }

@@ -343,14 +343,16 @@ void Track::FindShares(int top, std::size_t row, int width) noexcept {
     if (begin < 0 || begin + count > width || count > kFew) {
         return;
     }
-    // By how much more lies to the right from column to column.
+    // By how much more lies to the right from column to column. What is a rounding to the left of a border seems to be
+    // in the column behind it already.
     std::array<double, kFew + 1> steps{};
+    const auto add = [&steps, begin](int column, double more) {
+        steps[static_cast<std::size_t>(std::max(column - begin, 0))] += more;
+    };
     ForEachStrand(top, static_cast<int>(row), [&](const Strand& strand, double above, double below) {
-        ForEachColumn(strand, above, below, width, [&](int column, double height, double toLeft) {
-            // A place a rounding to the left of a border is in the column behind it already.
-            double* const step = &steps[static_cast<std::size_t>(std::max(column - begin, 0))];
-            step[0] += height - toLeft;
-            step[1] += toLeft;
+        ForEachColumn(strand, above, below, width, [&add](int column, double height, double toLeft) {
+            add(column, height - toLeft);
+            add(column + 1, toLeft);
         });
     });
     double share = 0.0;

@@ -616,6 +616,27 @@ TEST(Coverage, ASideAHairBesideABorderCountsAsOneOnIt) {
     }
 }
 
+// A pixel beside whose corners edges cross, lose their height or seem to be a column further on.
+TEST(Coverage, EdgesThatMeetCornersOfPixelsKeepTheirPlaces) {
+    const struct {
+        std::vector<host::ImagePoint> corners;
+        host::PixelRect field;
+        std::pair<int, int> pixel;
+        double part;
+    } cases[] = {
+        {{{8.5, 1.5}, {-0.5, 3.5}, {5.5, 4.5}, {0.5, 2.5}}, {5, 0, 50, 50}, {5, 4}, 7.0 / 60.0},
+        {{{0.0, -0.5 - 0x1p-51}, {0.0, 2.5}, {3.3, 2.5 + 0x1p-51}, {3.3, 6.0}, {12.0, 6.0}, {12.0, -0.5}},
+         {-2, -2, 50, 50},
+         {1, 2},
+         1.0},
+        {{{3.5, 10.0}, {3.5 - 0x1p-50, 15.0}, {15.0, 15.0}, {15.0, 1.0}}, {1, 1, 50, 50}, {4, 10}, 121.0 / 144.0},
+    };
+    for (const auto& [corners, field, pixel, part] : cases) {
+        const host::Contour contour(corners.begin(), corners.end());
+        EXPECT_NEAR(CoveredOf({{contour}, {}, false}, field)[pixel], part, 1e-9) << pixel.first << ' ' << pixel.second;
+    }
+}
+
 // Legs of different lengths under a bar, out of which a notch is cut that begins and ends within a row.
 TEST(Coverage, SidesFarApartCountWithTheLevelEdgesBetweenThem) {
     const host::Contour table{host::ImagePoint{2.2, 1.7},  host::ImagePoint{30.4, 1.7}, host::ImagePoint{30.4, 9.1},
