@@ -47,12 +47,12 @@ constexpr Signature kSignatures[] = {
     {Format::jpeg2000, "JPEG 2000", kRareCodecs, "\xFF\x4F\xFF\x51"sv},
     {Format::fits, "FITS", kRareCodecs, "SIMPLE  ="sv},
     {Format::openExr, "OpenEXR", kRareCodecs, "v/1\x01"sv},
-    {Format::pnm, "PNM", kOwnCodecs, "P1"sv},
-    {Format::pnm, "PNM", kOwnCodecs, "P2"sv},
-    {Format::pnm, "PNM", kOwnCodecs, "P3"sv},
-    {Format::pnm, "PNM", kOwnCodecs, "P4"sv},
-    {Format::pnm, "PNM", kOwnCodecs, "P5"sv},
-    {Format::pnm, "PNM", kOwnCodecs, "P6"sv},
+    {Format::pnm, "PNM", kRareCodecs, "P1"sv},
+    {Format::pnm, "PNM", kRareCodecs, "P2"sv},
+    {Format::pnm, "PNM", kRareCodecs, "P3"sv},
+    {Format::pnm, "PNM", kRareCodecs, "P4"sv},
+    {Format::pnm, "PNM", kRareCodecs, "P5"sv},
+    {Format::pnm, "PNM", kRareCodecs, "P6"sv},
     {Format::bmp, "BMP", kRareCodecs, "BM"sv},
 };
 

@@ -41,8 +41,6 @@ extern "C" [[gnu::visibility("default")]] host::FileReader* OpenImageFile(host::
             return host::OpenPng(file).release();
         case host::Format::jpeg:
             return host::OpenJpeg(file).release();
-        case host::Format::pnm:
-            return host::OpenPnm(file).release();
         default:
             return host::OpenTiff(file).release();
     }

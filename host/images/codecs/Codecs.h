@@ -17,7 +17,6 @@ namespace host {
 std::unique_ptr<FileReader> OpenPng(std::FILE* file);
 std::unique_ptr<FileReader> OpenJpeg(std::FILE* file);
 std::unique_ptr<FileReader> OpenTiff(std::FILE* file);
-std::unique_ptr<FileReader> OpenPnm(std::FILE* file);
 
 void WritePng(std::FILE* file, const RasterView& image);
 void WriteJpeg(std::FILE* file, const RasterView& image);

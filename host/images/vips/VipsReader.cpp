@@ -10,6 +10,7 @@
 
 #include "host/images/FileReader.h"
 #include "host/images/vips/FileHeaders.h"
+#include "host/images/vips/PnmSource.h"
 #include "host/images/vips/Start.h"
 
 namespace host {
@@ -34,6 +35,8 @@ Loader LoaderOf(Format format) {
             return {"fitsload", false};
         case Format::openExr:
             return {"openexrload", false};
+        case Format::pnm:
+            return {"ppmload_source", false};
         default:
             return {"magickload", false};
     }
@@ -79,26 +82,32 @@ using Picture = std::unique_ptr<VipsImage, Unreferenced>;
 class VipsReader : public FileReader {
   public:
     VipsReader(Format format, std::FILE* file)
-        : m_format(format), m_loader(LoaderOf(format)), m_path("/proc/self/fd/" + std::to_string(fileno(file))) {
-        CheckHeader(file);
+        : m_format(format),
+          m_loader(LoaderOf(format)),
+          m_file(file),
+          m_path("/proc/self/fd/" + std::to_string(fileno(file))) {
+        CheckHeader();
         m_image = Load(0, VIPS_FAIL_ON_NONE);
     }
 
     int Pages() const override { return m_loader.hasPages ? vips_image_get_n_pages(m_image.get()) : 1; }
     PageInfo Turn(int page) override;
     bool ReadRow(std::byte* row) override;
-    std::string Fault() const override { return m_fault; }
+    std::string Fault() const override { return m_fault.empty() && m_pnm ? m_pnm->Fault() : m_fault; }
 
   private:
-    Picture Load(int page, VipsFailOn failOn) const;
-    void CheckHeader(std::FILE* file);
+    Picture Load(int page, VipsFailOn failOn);
+    int Call(VipsImage** image, int page, VipsFailOn failOn);
+    void CheckHeader();
     Picture AsStored(Picture picture) const;
     bool PrepareBand();
     void Begin(VipsFailOn failOn);
 
     Format m_format;
     Loader m_loader;
+    std::FILE* m_file;
     std::string m_path;
+    std::unique_ptr<PnmSource> m_pnm;  // Of a PNM file; as new as the image that is read from it.
     int m_shift = 0;
     std::vector<std::string> m_warnings;
     Picture m_image;
@@ -111,12 +120,9 @@ class VipsReader : public FileReader {
     std::size_t m_rowBytes = 0;
 };
 
-Picture VipsReader::Load(int page, VipsFailOn failOn) const {
+Picture VipsReader::Load(int page, VipsFailOn failOn) {
     VipsImage* image = nullptr;
-    const int failure = m_loader.hasPages ? vips_call(m_loader.name, m_path.c_str(), &image, "access",
-                                                      VIPS_ACCESS_SEQUENTIAL, "fail_on", failOn, "page", page, nullptr)
-                                          : vips_call(m_loader.name, m_path.c_str(), &image, "access",
-                                                      VIPS_ACCESS_SEQUENTIAL, "fail_on", failOn, nullptr);
+    const int failure = Call(&image, page, failOn);
     Picture picture(image);
     if (failure != 0) {
         throw std::runtime_error(LastFault());
@@ -124,16 +130,32 @@ Picture VipsReader::Load(int page, VipsFailOn failOn) const {
     return picture;
 }
 
-void VipsReader::CheckHeader(std::FILE* file) {
+// Calls the loader, and answers as it does.
+int VipsReader::Call(VipsImage** image, int page, VipsFailOn failOn) {
+    if (m_format == Format::pnm) {
+        m_image.reset();
+        m_pnm = std::make_unique<PnmSource>(m_file);
+        m_shift = m_pnm->Shift();
+        return vips_call(m_loader.name, m_pnm->Source(), image, "access", VIPS_ACCESS_SEQUENTIAL, nullptr);
+    }
+    if (m_loader.hasPages) {
+        return vips_call(m_loader.name, m_path.c_str(), image, "access", VIPS_ACCESS_SEQUENTIAL, "fail_on", failOn,
+                         "page", page, nullptr);
+    }
+    return vips_call(m_loader.name, m_path.c_str(), image, "access", VIPS_ACCESS_SEQUENTIAL, "fail_on", failOn,
+                     nullptr);
+}
+
+void VipsReader::CheckHeader() {
     if (m_format == Format::jpeg2000) {
-        m_shift = ShiftOf(file);
+        m_shift = ShiftOf(m_file);
     } else if (m_format == Format::openExr) {
-        m_warnings = LossesOf(file);
+        m_warnings = LossesOf(m_file);
     }
 }
 
 // The library gives the alpha of an OpenEXR file from 0 to 255, where the file says 0 to 1, and moves the values of
-// JPEG 2000 to the top of their bytes.
+// JPEG 2000 and bits to the top of their bytes.
 Picture VipsReader::AsStored(Picture picture) const {
     constexpr int kBands = 4;
     VipsImage* stored = nullptr;
@@ -168,7 +190,7 @@ PageInfo VipsReader::Turn(int page) {
     info.size = {vips_image_get_width(image), vips_image_get_height(image)};
     info.channels = vips_image_get_bands(image);
     info.depth = DepthOf(vips_image_get_format(image));
-    info.bits = 8 * static_cast<int>(BytesOf(info.depth)) - m_shift;
+    info.bits = m_pnm ? m_pnm->Bits() : 8 * static_cast<int>(BytesOf(info.depth)) - m_shift;
     info.warnings = m_warnings;
     const VipsInterpretation kind = vips_image_get_interpretation(image);
     if (kind == VIPS_INTERPRETATION_CMYK) {
@@ -223,6 +245,9 @@ bool VipsReader::ReadRow(std::byte* row) {
         if (!PrepareBand()) {
             return false;
         }
+    }
+    if (m_pnm && m_next >= m_pnm->WholeRows()) {
+        return false;
     }
     std::copy_n(m_band.data() + m_rowBytes * static_cast<std::size_t>(m_next - m_begun), m_rowBytes, row);
     ++m_next;
