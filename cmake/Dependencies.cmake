@@ -9,6 +9,23 @@ find_package(nlohmann_json REQUIRED)
 find_package(fmt REQUIRED)
 find_package(ZLIB REQUIRED)
 pkg_check_modules(minizip REQUIRED IMPORTED_TARGET GLOBAL minizip)
+
+# What every command needs. Opening a shared library takes a good part of the time of a short one: programs hold these
+# themselves, where there are archives. Those are not compiled for shared objects.
+function(add_held_library name shared)
+    find_library(${name}_ARCHIVE lib${name}.a)
+    add_library(held_${name} INTERFACE)
+    if(${name}_ARCHIVE)
+        target_link_libraries(held_${name} INTERFACE
+            $<IF:$<STREQUAL:$<TARGET_PROPERTY:TYPE>,EXECUTABLE>,${${name}_ARCHIVE},${shared}>)
+    else()
+        target_link_libraries(held_${name} INTERFACE ${shared})
+    endif()
+endfunction()
+add_held_library(pugixml pugixml::pugixml)
+add_held_library(minizip PkgConfig::minizip)
+add_held_library(z ZLIB::ZLIB)
+
 pkg_check_modules(libpng REQUIRED IMPORTED_TARGET GLOBAL libpng)
 pkg_check_modules(libisal REQUIRED IMPORTED_TARGET GLOBAL libisal)
 pkg_check_modules(libjpeg REQUIRED IMPORTED_TARGET GLOBAL libjpeg)
