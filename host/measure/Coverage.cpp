@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "host/base/WidestVectors.h"
+#include "host/measure/NearlySorted.h"
 #include "host/measure/Tracks.h"
 
 namespace host {
@@ -150,8 +151,7 @@ class Bands {
     // it, level edges too. Pieces apart from the others are looked at for themselves: between them no edge is crossed
     // from the row's top to its bottom.
     void Add(int blockTop, int row, std::vector<Piece>& pieces) {
-        std::sort(pieces.begin(), pieces.end(),
-                  [](const Piece& a, const Piece& b) { return a.strand.Left() < b.strand.Left(); });
+        Sort(pieces);
         m_winding = 0;
         int column = -1;  // The last so far; what lies to the left of the row is in the first.
         for (auto piece = pieces.begin(); piece != pieces.end();) {
@@ -172,6 +172,16 @@ class Bands {
 
   private:
     using Pieces = std::vector<Piece>::const_iterator;
+
+    static void Sort(std::vector<Piece>& pieces) {
+        constexpr std::size_t kLittle = 64;
+        const auto isBefore = [](const Piece& a, const Piece& b) { return a.strand.Left() < b.strand.Left(); };
+        if (pieces.size() <= kLittle) {
+            SortNearlySorted(pieces.begin(), pieces.end(), isBefore);
+        } else {
+            std::sort(pieces.begin(), pieces.end(), isBefore);
+        }
+    }
 
     int ColumnOf(double x) const noexcept { return static_cast<int>(Between(x, 0.0, m_width)); }
 
@@ -405,12 +415,19 @@ class Sweep {
         }
     }
 
+    // A chain with the rows of the block that it goes through from top to bottom, the last one behind them.
+    struct Whole {
+        Chain* chain;
+        int row;
+        int end;
+    };
+
     // Follows all chains through the whole rows of a block that they go through.
     void FollowChains(int rows) {
         m_whole.clear();
         const auto add = [this, rows](Chain& chain) {
-            if (const auto [row, end] = WholeRows(chain, rows); row < end) {
-                m_whole.push_back(&chain);
+            if (const Whole whole = WholeRows(chain, rows); whole.row < whole.end) {
+                m_whole.push_back(whole);
             }
         };
         std::for_each(m_chains.begin(), m_chains.end(), add);
@@ -422,24 +439,21 @@ class Sweep {
             m_tracks = {};  // None is kept from block to block, so nothing need be copied.
             m_tracks.resize(m_whole.size() + m_whole.size() / 2);
         }
-        for (std::size_t i = 0; i < m_whole.size(); ++i) {
-            Chain& chain = *m_whole[i];
-            const auto [row, end] = WholeRows(chain, rows);
-            const Curve* curve = chain.curve;
+        auto track = m_tracks.begin();
+        for (const auto& [chain, row, end] : m_whole) {
+            const Curve* curve = chain->curve;
             while (curve->bottom <= m_sides.top + row) {
                 curve = curve->next;
             }
-            chain.track = &m_tracks[i];
-            chain.track->Follow(*curve, m_sides.top, row, end, m_box.width);
+            chain->track = &*track++;
+            chain->track->Follow(*curve, m_sides.top, row, end, m_box.width);
         }
     }
 
-    // The rows of a block of that many that a chain goes through from top to bottom: the first and the one behind the
-    // last.
-    std::pair<int, int> WholeRows(const Chain& chain, int rows) const noexcept {
-        const int top = m_sides.top;
-        return {static_cast<int>(Between(std::ceil(chain.curve->top - top), 0.0, rows)),
-                static_cast<int>(Between(std::floor(chain.bottom - top), 0.0, rows))};
+    Whole WholeRows(Chain& chain, int rows) const noexcept {
+        const double above = Between(chain.curve->top - m_sides.top, 0.0, rows);
+        const int row = static_cast<int>(above);
+        return {&chain, row < above ? row + 1 : row, static_cast<int>(Between(chain.bottom - m_sides.top, 0.0, rows))};
     }
 
     // Ends the chains that end at a row of the block, begins those that begin there and moves all on to their edges at
@@ -468,14 +482,9 @@ class Sweep {
     // They stay nearly in order from row to row.
     void Sort(int row) noexcept {
         const auto at = static_cast<std::size_t>(row);
-        const auto isBefore = [at](const Chain& a, const Chain& b) {
+        SortNearlySorted(m_chains.begin(), m_chains.end(), [at](const Chain& a, const Chain& b) {
             return a.track->xs[at] + a.track->xs[at + 1] < b.track->xs[at] + b.track->xs[at + 1];
-        };
-        for (std::size_t i = 1; i < m_chains.size(); ++i) {
-            for (std::size_t j = i; j > 0 && isBefore(m_chains[j], m_chains[j - 1]); --j) {
-                std::swap(m_chains[j], m_chains[j - 1]);
-            }
-        }
+        });
     }
 
     // Puts the chains in the order of a row. The first of the rows [row, end), through which the same chains run, in
@@ -624,8 +633,8 @@ class Sweep {
     std::vector<Curve> m_curves;
     std::vector<Chain> m_waiting;  // the next one to begin last
     std::vector<Chain> m_chains;
-    std::vector<Chain*> m_whole;  // those with whole rows in the block
-    std::vector<Track> m_tracks;  // Loops run on into rows that were never found: they must be initialised.
+    std::vector<Whole> m_whole;
+    std::vector<Track, Unwritten<Track>> m_tracks;
     Sides m_sides;
     Track::Rows<int> m_isPlain;
     PixelSet m_pixels;

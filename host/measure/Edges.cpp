@@ -43,12 +43,9 @@ class Tracer {
                 return false;
             }
         }
-        if (m_begun) {
+        if (m_begun && !LeavesOutJoint()) {
             LineTo(m_begin);
-        }
-        if (m_first < std::ssize(m_edges)) {
-            m_edges.back().next = static_cast<int>(m_first);
-            LeaveOutJoint();
+            Close();
         }
         return true;
     }
@@ -125,33 +122,48 @@ class Tracer {
         return &edge;
     }
 
+    void Close() {
+        if (m_first < std::ssize(m_edges)) {
+            m_edges.back().next = static_cast<int>(m_first);
+        }
+    }
+
     // Two contours side by side, as the stretches of a band are, run along the line between them to and fro: what lies
     // inside is the same without it. The one before then goes on with this one, whose last edge takes the line's place.
-    void LeaveOutJoint() {
+    bool LeavesOutJoint() {
         constexpr std::ptrdiff_t kFew = 4;
         const auto before = m_edges.begin() + m_before;
         const auto first = m_edges.begin() + m_first;
-        if (first - before > kFew || m_edges.end() - first > kFew || m_edges.end() - first < 3) {
-            return;
+        const std::ptrdiff_t count = m_edges.end() - first;
+        if (first - before > kFew || count >= kFew || count < 2 || m_edges.back().IsArc()) {
+            return false;
         }
-        const auto joint = std::find_if(
-            before, first, [&closing = m_edges.back()](const Edge& edge) { return AreOpposite(edge, closing); });
+        const auto joint =
+            std::find_if(before, first, [this](const Edge& edge) { return IsLine(edge, m_begin, m_at); });
         const auto place = static_cast<int>(joint - m_edges.begin());
         const auto to = std::find_if(before, first, [place](const Edge& edge) { return edge.next == place; });
         if (joint == first || to == first) {
-            return;
+            return false;
         }
-        m_edges.pop_back();
         to->next = static_cast<int>(m_first);
-        m_edges.back().next = joint->next;
-        *joint = m_edges.back();
+        // One by one: taken together they would wait for what is just written.
+        const Edge& last = m_edges.back();
+        joint->top = last.top;
+        joint->bottom = last.bottom;
+        joint->xTop = last.xTop;
+        joint->xBottom = last.xBottom;
+        joint->winding = last.winding;
         m_edges.pop_back();
         m_edges.back().next = place;
+        return true;
     }
 
-    static bool AreOpposite(const Edge& a, const Edge& b) noexcept {
-        return a.top == b.top && a.bottom == b.bottom && a.xTop == b.xTop && a.xBottom == b.xBottom &&
-               a.winding == -b.winding && !a.IsArc() && !b.IsArc();
+    // Whether an edge is the line from one point to another.
+    static bool IsLine(const Edge& edge, const ImagePoint& from, const ImagePoint& to) noexcept {
+        const ImagePoint& above = edge.winding > 0 ? from : to;
+        const ImagePoint& below = edge.winding > 0 ? to : from;
+        return edge.top == above.y && edge.bottom == below.y && edge.xTop == above.x && edge.xBottom == below.x &&
+               !edge.IsArc();
     }
 
     std::vector<Edge> m_edges;

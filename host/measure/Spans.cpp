@@ -6,6 +6,8 @@
 #include <iterator>
 #include <utility>
 
+#include "host/measure/NearlySorted.h"
+
 namespace host {
 
 namespace {
@@ -204,14 +206,9 @@ class Scan {
     // They stay nearly in order from row to row. The order of those in the same column does not matter: no pixel lies
     // between them.
     void Sort(int y) noexcept {
-        const auto isBefore = [row = y - m_top](const Crossing& a, const Crossing& b) {
+        SortNearlySorted(m_first, m_next, [row = y - m_top](const Crossing& a, const Crossing& b) {
             return a.columns[row] < b.columns[row];
-        };
-        for (auto crossing = m_first; crossing != m_next; ++crossing) {
-            for (auto to = crossing; to != m_first && isBefore(*to, to[-1]); --to) {
-                std::swap(*to, to[-1]);
-            }
-        }
+        });
     }
 
     // The first row behind `top` that is crossed in another order.

@@ -34,9 +34,10 @@ struct Track {
     using Rows = std::array<T, kBlock + kLanes>;
 
     /// At the top of each row and at the bottom of the last; what lies beyond the box is as far as a column beyond.
-    Rows<double> xs;
-    Rows<double> left;  ///< how far it goes in each row
-    Rows<double> right;
+    /// Loops run on into rows that were never found: these three must be numbers there, too.
+    Rows<double> xs{};
+    Rows<double> left{};  ///< how far it goes in each row
+    Rows<double> right{};
     Rows<const Curve*> curves;  ///< its edge at the top of each row
     Rows<int> first;            ///< the columns that it goes through
     Rows<int> last;
