@@ -115,11 +115,18 @@ class Row {
     // Adds the pixels up to a column, which are all covered alike.
     void AddRun(int end) {
         const int first = std::exchange(m_column, std::max(m_column, std::min(end, m_box.width)));
-        if (first < m_column && m_covered >= 1.0 - kNothing) {
+        if (m_covered > kNothing && first < m_column) {
+            AddCovered(first);
+        }
+    }
+
+    // Adds the pixels from a column on.
+    void AddCovered(int first) {
+        if (m_covered >= 1.0 - kNothing) {
             m_pixels.AddSpan(m_y, m_box.left + first, m_box.left + m_column - 1);
             return;
         }
-        for (int column = first; m_covered > kNothing && column < m_column; ++column) {
+        for (int column = first; column < m_column; ++column) {
             m_pixels.parts.push_back({m_y, m_box.left + column, m_covered});
         }
     }

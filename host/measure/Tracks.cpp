@@ -188,17 +188,15 @@ void FindRows(const Curve& curve, int top, std::size_t row, std::size_t end, Tra
         return std::abs(curve.X(y + 1.0) - curve.X(y));
     };
     const double widest = std::max(width(row), width(end - 1));
-    const bool isNarrow = widest <= 1.0;
-    const bool isWide = widest > kFew - 1.0;
-    track.isNarrow &= isNarrow;
-    track.isWide |= isWide;
+    const Reach reach = widest <= 1.0 ? Reach::narrow : widest <= kFew - 1.0 ? Reach::few : Reach::wide;
+    track.reach = std::max(track.reach, reach);
     if (!curve.isArc) {
-        isNarrow ? FindLineRows<2>(curve, row, end, track) : FindLineRows<kFew>(curve, row, end, track);
-    } else if (isNarrow) {
+        reach == Reach::narrow ? FindLineRows<2>(curve, row, end, track) : FindLineRows<kFew>(curve, row, end, track);
+    } else if (reach == Reach::narrow) {
         FindArcRows<2>(curve, top, row, end, track);
     } else if (widest <= 2.0) {
         FindArcRows<3>(curve, top, row, end, track);
-    } else if (!isWide) {
+    } else if (reach == Reach::few) {
         FindArcRows<kFew>(curve, top, row, end, track);
     } else {
         FindArcRows<kFew + 1>(curve, top, row, end, track);
@@ -224,8 +222,7 @@ void FollowChain(Track* track, const Curve* begin, int top, int row, int end, in
     const Columns columns(width);
     FindXs(*begin, top, row, end, columns, *track);
     track->unknown = 0;
-    track->isNarrow = true;
-    track->isWide = false;
+    track->reach = Reach::narrow;
     const auto behind = static_cast<std::size_t>(end);
     for (auto at = static_cast<std::size_t>(row); at < behind;) {
         const Curve& curve = *track->curves[at];
@@ -295,15 +292,15 @@ void WriteTwo(double left, double right, double* weights) noexcept {
 }
 
 // Writes the weights of a side's pixels in so many columns of a row of a block, which is row `row` of the box. There is
-// room for kFew, whatever it needs.
-template <Share kShare, bool kMayBeWide>
+// room for kFew, whatever it needs. No row of the side reaches farther than kReach.
+template <Share kShare, Reach kReach>
 void WriteWeights(const Track& track, std::size_t at, int row, int columns, double* weights) noexcept {
     WriteTwo<kShare>(track.shares[0][at], track.shares[1][at], weights);
-    if (track.isNarrow) {
+    if (kReach == Reach::narrow || track.reach == Reach::narrow) {
         return;
     }
     WriteTwo<kShare>(track.shares[2][at], track.shares[3][at], weights + 2);
-    if (kMayBeWide && columns > kFew) {
+    if (kReach == Reach::wide && columns > kFew) {
         track.curves[at]->isArc ? OnWidestVectors<WriteArc>(&track, at, row, kShare, weights)
                                 : WriteLine(track, at, kShare, weights);
     }
@@ -363,7 +360,7 @@ void Track::FindShares(int top, std::size_t row, int width) noexcept {
         least = std::min({least, share, 1.0 - share});
     }
     margin[row] = least > kNothing ? 1.0 : 0.0;
-    isNarrow &= count <= 2;
+    reach = std::max(reach, count <= 2 ? Reach::narrow : Reach::few);
 }
 
 void Track::AddParts(int top, int row, const PixelRect& box, bool isLeft, PartPixels& parts) const {
@@ -374,8 +371,8 @@ void Track::AddParts(int top, int row, const PixelRect& box, bool isLeft, PartPi
     const std::size_t end = begin + static_cast<std::size_t>(columns);
     parts.weights.resize(end + kFew);
     double* const weights = parts.weights.data() + begin;
-    isLeft ? WriteWeights<Share::right, true>(*this, at, top + row, columns, weights)
-           : WriteWeights<Share::rest, true>(*this, at, top + row, columns, weights);
+    isLeft ? WriteWeights<Share::right, Reach::wide>(*this, at, top + row, columns, weights)
+           : WriteWeights<Share::rest, Reach::wide>(*this, at, top + row, columns, weights);
     parts.weights.resize(end);
 }
 
@@ -427,7 +424,7 @@ Span* Sides::WriteSpans(int row, int end, const PixelRect& box, Span* span) cons
     return span;
 }
 
-template <bool kMayBeWide>
+template <Reach kReach>
 int Sides::WriteParts(int row, int end, const PixelRect& box, int count, PartSpan* spans,
                       double* weights) const noexcept {
     const int boxLeft = box.left;
@@ -440,13 +437,13 @@ int Sides::WriteParts(int row, int end, const PixelRect& box, int count, PartSpa
         const int leftLast = left.last[at];
         *spans++ = {boxTop + inBox, boxLeft + leftFirst, boxLeft + leftLast, count};
         const int leftColumns = leftLast - leftFirst + 1;
-        WriteWeights<Share::right, kMayBeWide>(left, at, inBox, leftColumns, weights + count);
+        WriteWeights<Share::right, kReach>(left, at, inBox, leftColumns, weights + count);
         count += leftColumns;
         const int rightFirst = right.first[at];
         const int rightLast = right.last[at];
         *spans++ = {boxTop + inBox, boxLeft + rightFirst, boxLeft + rightLast, count};
         const int rightColumns = rightLast - rightFirst + 1;
-        WriteWeights<Share::rest, kMayBeWide>(right, at, inBox, rightColumns, weights + count);
+        WriteWeights<Share::rest, kReach>(right, at, inBox, rightColumns, weights + count);
         count += rightColumns;
     });
     return count;
@@ -457,8 +454,8 @@ std::size_t Sides::MostParts(int row, int end) const noexcept {
     const auto rows = static_cast<std::size_t>(end - row);
     std::size_t most = kFew;
     for (const Track* const side : tracks) {
-        if (!side->isWide) {
-            most += (side->isNarrow ? 2 : kFew) * rows;
+        if (side->reach != Reach::wide) {
+            most += (side->reach == Reach::narrow ? 2 : kFew) * rows;
             continue;
         }
         for (auto at = static_cast<std::size_t>(row); at < static_cast<std::size_t>(end); ++at) {
@@ -480,9 +477,14 @@ void Sides::AddPlain(int row, int end, const PixelRect& box, PixelSet& pixels) c
     weights.resize(weights.size() + MostParts(row, end));
     spans.resize(spans.size() + count);
     PartSpan* const next = spans.data() + (spans.size() - count);
-    const bool mayBeWide = std::any_of(tracks.begin(), tracks.end(), [](const Track* side) { return side->isWide; });
-    const int after = mayBeWide ? WriteParts<true>(row, end, box, before, next, weights.data())
-                                : WriteParts<false>(row, end, box, before, next, weights.data());
+    Reach reach = Reach::narrow;
+    for (const Track* const side : tracks) {
+        reach = std::max(reach, side->reach);
+    }
+    static constexpr std::array kWriteParts{&Sides::WriteParts<Reach::narrow>, &Sides::WriteParts<Reach::few>,
+                                            &Sides::WriteParts<Reach::wide>};
+    const auto write = kWriteParts[static_cast<std::size_t>(reach)];
+    const int after = (this->*write)(row, end, box, before, next, weights.data());
     weights.resize(static_cast<std::size_t>(after));
 }
 

@@ -28,6 +28,9 @@ inline constexpr double kNothing = 1e-12;
 /// By less a chain may lie beside a column's border: what it has of the column may be rounding then.
 inline constexpr double kBeside = 1e-4;
 
+/// How many columns a chain goes through in a row: two at most, kFew at most, or any number.
+enum class Reach { narrow, few, wide };
+
 /// A chain's way through rows of a block, in a box of pixels as Curve has it.
 struct Track {
     template <class T>
@@ -47,8 +50,7 @@ struct Track {
     /// What lies to its right of each of the first columns, of two at least and of kFew at most.
     std::array<Rows<double>, kFew> shares;
     std::uint64_t unknown;  ///< a bit for each row of which FindShares has not found the shares and the margin
-    bool isNarrow;          ///< whether it goes through two columns at most
-    bool isWide;            ///< whether it goes through more than kFew in some row
+    Reach reach;            ///< in the row in which it goes through most
 
     /// Follows a chain through rows [row, end), through all of which it runs, of a block that begins at row `top` of a
     /// box of that width. `begin` is its edge at the top of the first of them.
@@ -112,7 +114,7 @@ class Sides {
     template <class Writing>
     void ForEachPair(int row, int end, Writing write) const noexcept;
     Span* WriteSpans(int row, int end, const PixelRect& box, Span* span) const noexcept;
-    template <bool kMayBeWide>
+    template <Reach kReach>
     int WriteParts(int row, int end, const PixelRect& box, int count, PartSpan* spans, double* weights) const noexcept;
 };
 
