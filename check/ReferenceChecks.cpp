@@ -141,6 +141,7 @@ void CheckAtomicCount(Checks& checks, const ClassContract& figure) {
     const auto object = checks.module.New<IUnknown>(figure);
     const auto fromAll = [&](auto count) {
         std::vector<std::thread> threads;
+        threads.reserve(kThreads);
         for (int i = 0; i < kThreads; ++i) {
             threads.emplace_back([&] {
                 for (int n = 0; n < kTimes; ++n) {

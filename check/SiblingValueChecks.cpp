@@ -81,16 +81,16 @@ constexpr SiblingSlot kHasString{"Variant", 11, "IVariant::HasString"};
 constexpr SiblingSlot kGetString{"Variant", 12, "IVariant::GetString"};
 
 struct Number {
-    bool isInteger;
     double value;
     int asInteger;
+    bool isInteger;
 };
 
-// Doubles that are no whole number are converted to integers as the host likes: their last column is not used.
+// Doubles that are no whole number are converted to integers as the host likes: their second column is not used.
 constexpr Number kNumbers[] = {
-    {true, -7, -7},           {false, 50.5, 0},     {true, INT_MAX, INT_MAX}, {false, 12.0, 12},
-    {true, INT_MIN, INT_MIN}, {false, -3.0, -3},    {false, 0.1, 0},          {true, 0, 0},
-    {false, 0.0, 0},          {false, 1.0e+300, 0}, {false, -4.9e-324, 0},    {true, 1, 1}};
+    {-7, -7, true},           {50.5, 0, false},     {INT_MAX, INT_MAX, true}, {12.0, 12, false},
+    {INT_MIN, INT_MIN, true}, {-3.0, -3, false},    {0.1, 0, false},          {0, 0, true},
+    {0.0, 0, false},          {1.0e+300, 0, false}, {-4.9e-324, 0, false},    {1, 1, true}};
 
 void CheckNumber(SiblingChecks& checks, IVariant& variant, const Number& number) {
     const bool isWhole = number.isInteger || number.value == number.asInteger;

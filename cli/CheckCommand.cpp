@@ -118,7 +118,7 @@ void RunOnSiblings(const CheckCommand& command) {
     const auto groups = ChosenGroups(SiblingGroups(), command.groups);
     const std::filesystem::path folder = command.siblings.Absolute();
     std::error_code failure;
-    std::filesystem::directory_iterator(folder, failure);
+    const std::filesystem::directory_iterator entries(folder, failure);
     if (failure) {
         throw Error("cannot read siblings", command.siblings.Typed(), failure.message());
     }

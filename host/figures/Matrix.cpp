@@ -70,7 +70,7 @@ bool Matrix::KeepsCircles() const noexcept {
 }
 
 std::string MapFigure(const Figure& figure, const Matrix& matrix) {
-    const std::string leftOut = figure.type->leftOut(*figure.roi, matrix);
+    std::string leftOut = figure.type->leftOut(*figure.roi, matrix);
     const auto transform = SmartPtr<ITransform>::Adopt(new MatrixTransform(matrix));
     if (Failed(figure.roi->Transform(transform.Get()))) {
         throw Error("cannot transform", figure.name, "the module refuses");

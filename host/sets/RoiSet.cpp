@@ -121,6 +121,7 @@ std::vector<Warning> RoiSet::LostIn(const UserPath& path) const {
 
 std::vector<const Figure*> RoiSet::Chosen(const std::vector<std::string>& names) const {
     std::vector<const Figure*> chosen;
+    chosen.reserve(names.empty() ? m_figures.size() : names.size());
     for (const std::string& name : names) {
         chosen.push_back(&At(name));
     }

@@ -21,14 +21,14 @@ Error BadImage(const py::object& array, const char* why) {
 // Nothing for values that the host does not store.
 std::optional<Depth> DepthOf(const py::dtype& type) {
     struct Row {
-        char kind;
         py::ssize_t bytes;
         Depth depth;
+        char kind;
     };
-    static constexpr Row kRows[] = {{'b', 1, Depth::u8},  {'u', 1, Depth::u8},  {'i', 1, Depth::i8},
-                                    {'u', 2, Depth::u16}, {'i', 2, Depth::i16}, {'u', 4, Depth::u32},
-                                    {'i', 4, Depth::i32}, {'u', 8, Depth::u64}, {'i', 8, Depth::i64},
-                                    {'f', 4, Depth::f32}, {'f', 8, Depth::f64}};
+    static constexpr Row kRows[] = {{1, Depth::u8, 'b'},  {1, Depth::u8, 'u'},  {1, Depth::i8, 'i'},
+                                    {2, Depth::u16, 'u'}, {2, Depth::i16, 'i'}, {4, Depth::u32, 'u'},
+                                    {4, Depth::i32, 'i'}, {8, Depth::u64, 'u'}, {8, Depth::i64, 'i'},
+                                    {4, Depth::f32, 'f'}, {8, Depth::f64, 'f'}};
     const auto* const row = std::find_if(std::begin(kRows), std::end(kRows), [&](const Row& known) {
         return known.kind == type.kind() && known.bytes == type.itemsize();
     });

@@ -14,20 +14,20 @@ struct Placement {
     double centerX, centerY, width, height, roll, aspect;
 };
 
-Placement PlacementOf(IROIRectangle& rectangle) {
+Placement PlacementOf(const SmartPtr<IROIRectangle>& rectangle) {
     Placement p{};
-    rectangle.GetCenter(&p.centerX, &p.centerY);
-    rectangle.GetSize(&p.width, &p.height);
-    rectangle.get_Roll(&p.roll);
-    rectangle.GetAspectRatio(&p.aspect);
+    rectangle->GetCenter(&p.centerX, &p.centerY);
+    rectangle->GetSize(&p.width, &p.height);
+    rectangle->get_Roll(&p.roll);
+    rectangle->GetAspectRatio(&p.aspect);
     return p;
 }
 
-void Place(IROIRectangle& rectangle, const Placement& p) {
-    rectangle.SetAspectRatio(p.aspect);
-    rectangle.SetSize(p.width, p.height);  // After the ratio, which changes the height.
-    rectangle.put_Roll(p.roll);
-    rectangle.SetCenter(p.centerX, p.centerY);
+void Place(const SmartPtr<IROIRectangle>& rectangle, const Placement& p) {
+    rectangle->SetAspectRatio(p.aspect);
+    rectangle->SetSize(p.width, p.height);  // After the ratio, which changes the height.
+    rectangle->put_Roll(p.roll);
+    rectangle->SetCenter(p.centerX, p.centerY);
 }
 
 // The names that a rectangle has, in its order. The roll is in degrees in lists.
@@ -47,8 +47,9 @@ constexpr std::array<Row, 6> kRows = {{{"CenterX", &Placement::centerX},
                                        {"FixedAspect", &Placement::aspect}}};
 
 SmartPtr<INamedCollection> ParameterListOf(IROI& roi) {
-    const Placement placement = PlacementOf(*Its<IROIRectangle>(roi));
+    const Placement placement = PlacementOf(Its<IROIRectangle>(roi));
     std::vector<NamedValue> values;
+    values.reserve(kRows.size());
     for (const Row& row : kRows) {
         values.push_back({row.name, row.Read(placement), 0});
     }
@@ -57,7 +58,7 @@ SmartPtr<INamedCollection> ParameterListOf(IROI& roi) {
 
 void ApplyList(IROI& roi, INamedCollection& list) {
     const auto rectangle = Its<IROIRectangle>(roi);
-    Placement placement = PlacementOf(*rectangle);
+    Placement placement = PlacementOf(rectangle);
     for (const NamedValue& value : Entries(list)) {
         for (const Row& row : kRows) {
             const double* number = std::get_if<double>(&value.value);
@@ -66,7 +67,7 @@ void ApplyList(IROI& roi, INamedCollection& list) {
             }
         }
     }
-    Place(*rectangle, placement);
+    Place(rectangle, placement);
 }
 
 std::string LeftOut(IROI& /*roi*/, const Matrix& matrix) {

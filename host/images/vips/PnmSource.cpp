@@ -45,7 +45,7 @@ PnmSource::PnmSource(std::FILE* file) : m_file(file) {
     g_signal_connect(m_source, "read", G_CALLBACK(&PnmSource::Read), this);
 }
 
-int PnmSource::Bits() const noexcept { return std::bit_width(m_largest); }
+int PnmSource::Bits() const noexcept { return static_cast<int>(std::bit_width(m_largest)); }
 
 // The header comes by itself, so that nothing is read of an image that is too large.
 gint64 PnmSource::Read(VipsSourceCustom*, void* to, gint64 most, void* self) noexcept {

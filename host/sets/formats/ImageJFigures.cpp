@@ -415,7 +415,7 @@ class File {
             Put(m_bytes.size() - 2, unit, 2);
         };
         for (const wchar_t c : FromUtf8(text)) {
-            const auto code = static_cast<std::uint32_t>(c);
+            const std::uint32_t code = static_cast<char32_t>(c);
             if (code >= 0x10000) {
                 append(0xD800 + ((code - 0x10000) >> 10));
             }
