@@ -412,8 +412,8 @@ TEST_F(Edit, AMissingModuleIsOneLineInTheLoadersWords) {
     std::filesystem::copy_file(BIN_DIR "/ImageCodecs.so", bin / "ImageCodecs.so");
     std::filesystem::resize_file(bin / "ImageCodecs.so", 4096);
     Done({"add", "a.roi", "ROIEllipse", "--name", "a"});
-    WriteBytes("a.pgm", "P2 1 1 255 7");
-    ExpectOneLine(RunProgram({program, "measure", "a.roi", "a.pgm"}, Folder()), 1,
+    WriteBytes("a.jpg", "\xFF\xD8\xFF");
+    ExpectOneLine(RunProgram({program, "measure", "a.roi", "a.jpg"}, Folder()), 1,
                   "cannot load module: " + (bin / "ImageCodecs.so").string() + ": the file is cut short");
 }
 
@@ -424,6 +424,7 @@ TEST_F(Edit, AModuleThatCrashesAsItIsOpenedIsOneLine) {
     Done({"add", "a.roi", "ROIEllipse", "--name", "a"});
     WriteBytes("a.pgm", "P2 1 1 255 7");
     Done({"add", "m.roi", "ROIMask", "--name", "m", "--mask", "a.pgm"});
+    WriteBytes("a.jpg", "\xFF\xD8\xFF");
     const struct {
         const char* module;
         const char* where;
@@ -440,7 +441,7 @@ TEST_F(Edit, AModuleThatCrashesAsItIsOpenedIsOneLine) {
         {"Collections.so", "create", "Segmentation fault", "list a.roi"},
         {"CIF.so", "open", "Aborted", "list m.roi"},
         {"CIF.so", "create", "Segmentation fault", "list m.roi"},
-        {"ImageCodecs.so", "open", "Aborted", "measure a.roi a.pgm"},
+        {"ImageCodecs.so", "open", "Aborted", "measure a.roi a.jpg"},
     };
     for (const auto& c : cases) {
         const std::filesystem::path bin = Folder() / c.where / c.module;
