@@ -15,6 +15,7 @@ pkg_check_modules(minizip REQUIRED IMPORTED_TARGET GLOBAL minizip)
 function(add_held_library name shared)
     find_library(${name}_ARCHIVE lib${name}.a)
     add_library(held_${name} INTERFACE)
+    target_include_directories(held_${name} SYSTEM INTERFACE $<TARGET_PROPERTY:${shared},INTERFACE_INCLUDE_DIRECTORIES>)
     if(${name}_ARCHIVE)
         target_link_libraries(held_${name} INTERFACE
             $<IF:$<STREQUAL:$<TARGET_PROPERTY:TYPE>,EXECUTABLE>,${${name}_ARCHIVE},${shared}>)

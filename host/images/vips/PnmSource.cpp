@@ -126,11 +126,7 @@ void PnmSource::ReadBits() noexcept {
 
 void PnmSource::ReadNumbers() noexcept {
     for (std::size_t i = 0; i < m_values && !m_isCut; ++i) {
-        const std::uint32_t value = Checked(Number());
-        if (m_valueBytes == 2) {
-            m_ready[2 * i] = static_cast<char>(value >> 8);
-        }
-        m_ready[m_valueBytes * i + m_valueBytes - 1] = static_cast<char>(value);
+        Put(i, Number());
     }
 }
 
@@ -139,19 +135,26 @@ void PnmSource::ReadRaw() noexcept {
         Stop(EOF);
         return;
     }
-    const auto at = [this](std::size_t i) { return static_cast<unsigned char>(m_ready[i]); };
-    std::uint32_t largest = 0;
-    for (std::size_t i = 0; i < m_ready.size() && !m_isBits; i += m_valueBytes) {
-        largest = std::max<std::uint32_t>(largest, m_valueBytes == 2 ? at(i) << 8 | at(i + 1) : at(i));
+    for (std::size_t i = 0; i < m_values && !m_isBits; ++i) {
+        Put(i, At(i));
     }
-    Checked(largest);
 }
 
-std::uint32_t PnmSource::Checked(std::uint32_t value) noexcept {
+// Values of two bytes have the higher one first.
+std::uint32_t PnmSource::At(std::size_t i) const noexcept {
+    const auto byte = [this](std::size_t at) { return std::uint32_t{static_cast<unsigned char>(m_ready[at])}; };
+    return m_valueBytes == 1 ? byte(i) : byte(2 * i) << 8 | byte(2 * i + 1);
+}
+
+void PnmSource::Put(std::size_t i, std::uint32_t value) noexcept {
     if (value > m_largest) {
         Note("it has a value above the largest that it names");
+        value = m_largest;
     }
-    return std::min(value, m_largest);
+    if (m_valueBytes == 2) {
+        m_ready[2 * i] = static_cast<char>(value >> 8);
+    }
+    m_ready[m_valueBytes * i + m_valueBytes - 1] = static_cast<char>(value);
 }
 
 void PnmSource::Note(const char* fault) noexcept { m_fault = m_fault[0] == '\0' ? fault : m_fault; }

@@ -28,7 +28,7 @@ class PnmSource {
     int Bits() const noexcept;
     /// By how many bits the library moves values up.
     int Shift() const noexcept { return m_isBits ? 7 : 0; }
-    /// Of the rows that were asked for, those of which everything was there; zeros stand for the others.
+    /// Of the rows that were asked for, those of which everything was there; what stands for the others means nothing.
     int WholeRows() const noexcept { return m_wholeRows; }
     /// What was wrong in the file first; empty as long as nothing was.
     const char* Fault() const noexcept { return m_fault; }
@@ -43,7 +43,8 @@ class PnmSource {
     void ReadBits() noexcept;
     void ReadNumbers() noexcept;
     void ReadRaw() noexcept;
-    std::uint32_t Checked(std::uint32_t value) noexcept;
+    std::uint32_t At(std::size_t i) const noexcept;
+    void Put(std::size_t i, std::uint32_t value) noexcept;
     void Note(const char* fault) noexcept;
     void Stop(int c) noexcept;
 

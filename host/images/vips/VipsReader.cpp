@@ -133,6 +133,7 @@ Picture VipsReader::Load(int page, VipsFailOn failOn) {
 // Calls the loader, and answers as it does.
 int VipsReader::Call(VipsImage** image, int page, VipsFailOn failOn) {
     if (m_format == Format::pnm) {
+        // What is missing is told by the source, not by the library.
         m_image.reset();
         m_pnm = std::make_unique<PnmSource>(m_file);
         m_shift = m_pnm->Shift();
@@ -213,13 +214,16 @@ void VipsReader::Begin(VipsFailOn failOn) { m_image = AsStored(Load(m_page, fail
 // Has the next rows decoded. A region belongs to the thread that made it, and whoever reads may be another than who
 // opened the file or read before: so it lives here alone.
 bool VipsReader::PrepareBand() {
-    constexpr int kBand = 64;
     if (m_format == Format::gif && m_band.empty()) {
         // For want of memory the library would end the process: it takes this much, all of it at once.
         const auto area = static_cast<std::size_t>(VIPS_IMAGE_N_PELS(m_image.get()));
         ::operator delete(::operator new(4 * area));
     }
-    m_prepared = std::min(m_next + kBand, vips_image_get_height(m_image.get()));
+    // A few bytes can stand for the widest rows, of which it would hold as many as it is asked for.
+    constexpr std::size_t kMostRows = 64;
+    constexpr std::size_t kMostBytes = std::size_t{1} << 24;
+    const auto rows = static_cast<int>(std::clamp(kMostBytes / m_rowBytes, std::size_t{1}, kMostRows));
+    m_prepared = std::min(m_next + rows, vips_image_get_height(m_image.get()));
     const VipsRect band{0, m_next, vips_image_get_width(m_image.get()), m_prepared - m_next};
     const std::unique_ptr<VipsRegion, Unreferenced> region(vips_region_new(m_image.get()));
     if (vips_region_prepare(region.get(), &band) != 0) {
