@@ -11,7 +11,7 @@ find_package(ZLIB REQUIRED)
 pkg_check_modules(minizip REQUIRED IMPORTED_TARGET GLOBAL minizip)
 
 # What every command needs. Opening a shared library takes a good part of the time of a short one: programs hold these
-# themselves, where there are archives. Those are not compiled for shared objects.
+# themselves, where there are archives. Those are not compiled for shared objects. Zlib stays outside, as Debian asks.
 function(add_held_library name shared)
     find_library(${name}_ARCHIVE lib${name}.a)
     add_library(held_${name} INTERFACE)
@@ -25,7 +25,6 @@ function(add_held_library name shared)
 endfunction()
 add_held_library(pugixml pugixml::pugixml)
 add_held_library(minizip PkgConfig::minizip)
-add_held_library(z ZLIB::ZLIB)
 
 pkg_check_modules(libpng REQUIRED IMPORTED_TARGET GLOBAL libpng)
 pkg_check_modules(libisal REQUIRED IMPORTED_TARGET GLOBAL libisal)
