@@ -21,7 +21,7 @@ namespace host::cli {
 
 namespace {
 
-constexpr const char* kDetails =
+constexpr const char* kCheckDetails =
     R"(Loads a build of the module as any host would, knows nothing of it but its contract, and tries it in
 groups, each in a process of its own: a crash or a hang is a failed check, and the other groups go on. What
 fails is told on standard error; standard output has a line for every group and, last, the counts.
@@ -142,7 +142,7 @@ void AddCheckCommand(CLI::App& roi) {
     const auto settings = std::make_shared<CheckCommand>();
     CLI::App& command = AddCommand(roi, "check", "Validates a build of the module: everything a host relies on",
                                    "roi check --group sequences --seed 7 --repeat 5");
-    command.footer(kDetails + GroupList("Groups:\n", CheckGroups()) +
+    command.footer(kCheckDetails + GroupList("Groups:\n", CheckGroups()) +
                    GroupList("Groups with --siblings:\n", SiblingGroups()) + command.get_footer());
     command.add_option("MODULE", settings->module, "The module; the ROI.so that lies beside roi without it")
         ->type_name("");

@@ -11,7 +11,7 @@ namespace host::cli {
 
 namespace {
 
-constexpr const char* kDetails =
+constexpr const char* kCloneDetails =
     R"(The figure makes the copy itself, as its class does. What a class does not copy, such as the length of a grip, is
 said in a warning. An ellipse and a shape make none: the copy is a new figure with the same parameters or
 geometry, which a warning says. A mask and its copy show the same image.
@@ -85,7 +85,7 @@ void AddCloneCommand(CLI::App& roi) {
     const auto options = std::make_shared<CloneOptions>();
     CLI::App& command =
         AddCommand(roi, "clone", "Adds a copy of a figure to its set", "roi clone part.roi washer washer2");
-    command.footer(kDetails + command.get_footer());
+    command.footer(kCloneDetails + command.get_footer());
     AddSetArgument(command, options->set);
     AddArgument(command, "NAME", options->name, "The figure");
     AddArgument(command, "NEW", options->newName, "Name of the copy, unique in the set");

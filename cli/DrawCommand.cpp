@@ -18,7 +18,7 @@ namespace {
 // More names than that would hide the image.
 constexpr std::size_t kFewFigures = 20;
 
-std::string Details() {
+std::string DrawDetails() {
     return std::string(
                R"(The image with an edge around exactly the pixels of every figure that count, tinted.
 Names are shown of up to 20 figures, of more with --names. Images of more than 8 bits are stretched between the
@@ -107,7 +107,7 @@ void AddDrawCommand(CLI::App& roi) {
     const auto options = std::make_shared<DrawOptions>();
     CLI::App& command = AddCommand(roi, "draw", "Draws the figures of a set over an image",
                                    "roi draw part.roi part.png -o overlay.png");
-    command.footer(Details() + command.get_footer());
+    command.footer(DrawDetails() + command.get_footer());
     AddSetArgument(command, options->set);
     command.add_option("IMAGE", options->image, "The image to draw over")->required();
     command.add_option("-o,--output", options->output, "The picture to write: .png, .jpg, .tif, .svg or .pdf")

@@ -15,7 +15,7 @@ namespace host::cli {
 
 namespace {
 
-std::string Details() {
+std::string HistogramDetails() {
     return std::string(
                R"(A row for every bin of every figure: the values from `from` on and below `to` (the last bin has its upper
 edge, too), and the area in pixels of those that have them. Without --bins whole numbers get a bin each, at most 256
@@ -82,7 +82,7 @@ void AddHistogramCommand(CLI::App& roi) {
     const auto options = std::make_shared<HistogramOptions>();
     CLI::App& command = AddCommand(roi, "histogram", "Counts the values of an image within the figures of a set",
                                    "roi histogram part.roi part.png --only bore --bins 16 -o bore.svg");
-    command.footer(Details() + command.get_footer());
+    command.footer(HistogramDetails() + command.get_footer());
     AddSetArgument(command, options->set);
     AddArgument(command, "IMAGE", options->image, "The image");
     command.add_option("--only", options->only, "These figures only")->type_name("NAME");

@@ -10,7 +10,7 @@ namespace host::cli {
 
 namespace {
 
-std::string Details() {
+std::string HistoryDetails() {
     return fmt::format(
         R"(A .roi file keeps the last {} changes, and at most {} MiB of them: the oldest go first. What commands read and
 measure does not depend on it. A .xml file keeps no history.
@@ -26,7 +26,7 @@ struct StepOptions {
 
 void AddStepCommand(CLI::App& roi, Step step, const std::string& name, const std::string& description) {
     CLI::App& command = AddCommand(roi, name, description, "roi " + name + " part.roi");
-    command.footer(Details() + command.get_footer());
+    command.footer(HistoryDetails() + command.get_footer());
     const auto options = std::make_shared<StepOptions>();
     AddSetArgument(command, options->set);
     AddEditOptions(command, options->edit);
@@ -62,7 +62,7 @@ void AddRedoCommand(CLI::App& roi) {
 
 void AddLogCommand(CLI::App& roi) {
     CLI::App& command = AddCommand(roi, "log", "Lists the changes of a set that can be taken back", "roi log part.roi");
-    command.footer(Details() + command.get_footer());
+    command.footer(HistoryDetails() + command.get_footer());
     const auto options = std::make_shared<LogOptions>();
     AddSetArgument(command, options->set);
     AddFormatOption(command, options->format);

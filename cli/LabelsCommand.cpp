@@ -13,7 +13,7 @@ namespace host::cli {
 
 namespace {
 
-std::string Details() {
+std::string LabelsDetails() {
     return std::string(
                R"(An image as large as IMAGE: 1 at the pixels of the first figure of the set, 2 at those of the second
 and so on, 0 elsewhere. It has 16 bits, or 32 for more than 65,535 figures. Where figures overlap the last one has
@@ -55,7 +55,7 @@ void AddLabelsCommand(CLI::App& roi) {
     const auto options = std::make_shared<LabelsOptions>();
     CLI::App& command = AddCommand(roi, "labels", "Writes an image of the figures' numbers",
                                    "roi labels part.roi part.png -o labels.tif");
-    command.footer(Details() + command.get_footer());
+    command.footer(LabelsDetails() + command.get_footer());
     AddSetArgument(command, options->set);
     AddArgument(command, "IMAGE", options->image, "The image that gives the size");
     command.add_option("-o,--output", options->output, "The labels to write, .tif or .png")->required();

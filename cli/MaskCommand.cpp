@@ -15,7 +15,7 @@ namespace host::cli {
 
 namespace {
 
-std::string Details() {
+std::string MaskDetails() {
     return std::string(
                R"(The mask is 255 at the figure's pixels and 0 elsewhere, in the smallest box; with --exact it is in
 between where only a part of a pixel lies inside the outline. What is printed is where it lies in the
@@ -60,7 +60,7 @@ void AddMaskCommand(CLI::App& roi) {
     const auto options = std::make_shared<MaskOptions>();
     CLI::App& command = AddCommand(roi, "mask", "Writes the pixels of a figure as a mask image",
                                    "roi mask part.roi washer -o washer.png");
-    command.footer(Details() + command.get_footer());
+    command.footer(MaskDetails() + command.get_footer());
     AddSetArgument(command, options->set);
     command.add_option("NAME", options->name, "The figure")->required();
     command.add_option("-o,--output", options->output, "The mask to write; its ending names the format")->required();

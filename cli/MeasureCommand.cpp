@@ -16,7 +16,7 @@ namespace host::cli {
 
 namespace {
 
-std::string Details() {
+std::string MeasureDetails() {
     return std::string("A row for every image and figure.\n\n") + kPixelRule +
            R"(With --exact every pixel counts with the part of its square that lies inside the outline. --by module takes the
 pixels that the figure's mask marks or, without a mask, those whose coordinates its hit test accepts.
@@ -191,7 +191,7 @@ void Run(const MeasureOptions& options) {
 void AddMeasureCommand(CLI::App& roi) {
     const auto options = std::make_shared<MeasureOptions>();
     CLI::App& command = AddCommand(roi, "measure", "Measures every figure of a set on any number of images", "");
-    command.footer(Details() + ColumnsHelp() + "\nImage files: " + ImageFormats() +
+    command.footer(MeasureDetails() + ColumnsHelp() + "\nImage files: " + ImageFormats() +
                    ". IMAGE.tif:3 is page 3 of a file.\n" + kExamples);
     AddSetArgument(command, options->set);
     command.add_option("IMAGE", options->images, "Images to measure")->type_name("");

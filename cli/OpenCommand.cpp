@@ -16,7 +16,7 @@ namespace host::cli {
 
 namespace {
 
-constexpr const char* kDetails =
+constexpr const char* kOpenDetails =
     R"(Prints the address of a page on this machine and opens it in the browser: figures on the images, to be placed,
 dragged and edited, and what they measure. Every edit is saved at once and can be taken back with roi undo; what
 commands do to the set meanwhile is shown. Ctrl-C ends it.
@@ -90,7 +90,7 @@ void Run(const OpenOptions& options) {
 void AddOpenCommand(CLI::App& roi) {
     CLI::App& command = AddCommand(roi, "open", "Opens a set on images in the browser, to be looked at and edited",
                                    "roi open part.roi part.png --no-browser");
-    command.footer(kDetails + command.get_footer());
+    command.footer(kOpenDetails + command.get_footer());
     const auto options = std::make_shared<OpenOptions>();
     AddSetArgument(command, options->server.set);
     command.add_option("IMAGE", options->server.images, "The images to show")->type_name("");

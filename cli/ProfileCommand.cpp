@@ -18,7 +18,7 @@ namespace host::cli {
 
 namespace {
 
-constexpr const char* kDetails =
+constexpr const char* kProfileDetails =
     R"(A row for every pixel of the polyline's length: distance, position, and the mean, standard deviation and
 number of the samples across the band, one per pixel between its thicknesses, bilinear. --thickness takes others,
 the same on either side: with 0 the line alone is sampled. Samples outside the image, and those that are not numbers (NaN), do not count; without any the
@@ -137,7 +137,7 @@ void AddProfileCommand(CLI::App& roi) {
     const auto options = std::make_shared<ProfileOptions>();
     CLI::App& command = AddCommand(roi, "profile", "Shows the values of an image along a profile",
                                    "roi profile part.roi scan part.png -o scan.svg");
-    command.footer(kDetails + command.get_footer());
+    command.footer(kProfileDetails + command.get_footer());
     AddSetArgument(command, options->set);
     command.add_option("NAME", options->name, "The profile")->required();
     command.add_option("IMAGE", options->images, "Images to sample")->type_name("")->required();

@@ -11,7 +11,7 @@ namespace host::cli {
 
 namespace {
 
-constexpr const char* kDetails =
+constexpr const char* kTransformDetails =
     R"(The matrix a,b,c,d,e,f maps the point (x, y) to (a x + b y + c, d x + e y + f). Every figure maps itself, as its
 class does: none of them leans or mirrors where its parameters have no room for it. A warning for each figure
 says what its class leaves out. Without names all figures are mapped.
@@ -52,7 +52,7 @@ void AddTransformCommand(CLI::App& roi) {
     const auto options = std::make_shared<TransformOptions>();
     CLI::App& command = AddCommand(roi, "transform", "Maps figures through a matrix",
                                    "roi transform part.roi --matrix 1,0,12.5,0,1,-3 hole rib");
-    command.footer(kDetails + command.get_footer());
+    command.footer(kTransformDetails + command.get_footer());
     AddSetArgument(command, options->set);
     command.add_option("--matrix", options->matrix, "Six numbers, row by row")->required()->type_name("a,b,c,d,e,f");
     command.add_option("NAME", options->names, "Names of the figures")->type_name("");
