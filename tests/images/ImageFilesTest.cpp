@@ -313,6 +313,30 @@ TEST_F(ImageFiles, ThatArePnmHaveCommentsWhereverABlankMayStand) {
     }
 }
 
+TEST_F(ImageFiles, ThatArePnmAreReadUpToTheLastWholeRowAndTheLargestValue) {
+    const struct {
+        std::string_view bytes;
+        int rows;
+        double last;  // of the last row
+    } cases[] = {
+        {"P1 4 3 0101 11", 1, 0},
+        {"P2 2 3 9 1 2 3 300", 2, 9},
+        {"P2 3 3 65535 1 2 3 4 5 65535 7 x", 2, 65535},
+        {"P4 10 3\n\xAA\x80\x55", 1, 1},
+        {"P5 4 3 255\nabcdefghij", 2, 'h'},
+        {"P5 2 2 9\n\1\2\3\xFF", 2, 9},
+        {{"P5 1 2 300\n\1\2\2\0", 15}, 2, 300},
+    };
+    for (const auto& c : cases) {
+        WriteBytes("x.pnm", std::string(c.bytes));
+        ImageFile file(UserPath(File("x.pnm")), Damage::taken);
+        const Raster read = file.Read().pixels;
+        EXPECT_TRUE(file.IsDamaged()) << c.bytes;
+        ASSERT_EQ(read.Size().height, c.rows) << c.bytes;
+        EXPECT_EQ(PixelAt(read.View(), read.Size().width - 1, c.rows - 1)[0], c.last) << c.bytes;
+    }
+}
+
 TEST_F(ImageFiles, TellTheirResolutionAndAnOrientationThatIsNotFollowed) {
     if (!Runs("command -v convert tiffset")) {
         GTEST_SKIP() << "ImageMagick or libtiff's tools are not installed";
